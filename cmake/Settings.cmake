@@ -1,0 +1,22 @@
+# What every target is compiled with (st_settings) and how strictly our own
+# sources are read (st_warnings).
+
+add_library(st_settings INTERFACE)
+target_compile_features(st_settings INTERFACE cxx_std_17)
+# Percentages are single-precision sums that print alike on every machine.
+target_compile_options(st_settings INTERFACE -ffp-contract=off)
+
+option(ST_SANITIZE "Build with the address, leak and undefined behaviour sanitizers" OFF)
+if(ST_SANITIZE)
+  set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(st_settings INTERFACE ${sanitizers})
+  target_link_options(st_settings INTERFACE ${sanitizers})
+endif()
+
+add_library(st_warnings INTERFACE)
+target_compile_options(st_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Werror)
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)

@@ -1,0 +1,58 @@
+// Every step by which a recorder changes what is on disk. Nothing else in the
+// lab writes, so this is the one place where a step can be watched or made to
+// fail. Each throws lab::error when it fails, except where it says otherwise.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "lab/folder.h"
+
+struct sqlite3;
+
+namespace lab::steps {
+
+// Makes a folder; false when there is one by that name.
+bool make_folder(folder const& in, std::string const& name);
+
+// Makes a folder and those above it; false when there is one already.
+bool make_folders(std::filesystem::path const& path);
+
+// Removes a file, or a folder with all that is in it, as far as that can be
+// done.
+void remove_tree(std::filesystem::path const& path) noexcept;
+
+// Removes a folder unless something is in it or it is absent; true when it was
+// removed.
+bool remove_empty_folder(folder const& in, std::string const& name);
+
+// Makes a file that is not there yet, with the given content.
+void make_file(folder const& in, std::string const& name, std::string const& content);
+
+// Makes a file that is not there yet, all its blocks allocated.
+void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes);
+
+// Writes over the beginning of a file.
+void write_head(folder const& in, std::string const& name, std::string const& head);
+
+// Makes a file's content durable.
+void sync_file(folder const& in, std::string const& name);
+
+// Gives a file its name in another folder too; false when the name is taken
+// there.
+bool link_file(folder const& from, folder const& to, std::string const& name);
+
+void remove_file(folder const& in, std::string const& name);
+void rename_file(folder const& in, std::string const& from, std::string const& to);
+
+// Makes the names in a folder durable.
+void sync_folder(folder const& which);
+
+// Makes everything on the folder's file system durable.
+void sync_file_system(folder const& any);
+
+// Commits the connection's transaction; SQLite's result.
+int commit(sqlite3* connection);
+
+}  // namespace lab::steps

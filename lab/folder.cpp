@@ -1,0 +1,84 @@
+#include "lab/folder.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include "lab/error.h"
+
+namespace lab {
+
+namespace {
+
+constexpr int folder_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
+struct stream_closer {
+  void operator()(DIR* stream) const noexcept { closedir(stream); }
+};
+
+}  // namespace
+
+void fail_with_errno(std::filesystem::path const& path, char const* what) {
+  int const reason = errno;
+  throw error(path.string() + ": " + what + ": " + std::generic_category().message(reason));
+}
+
+descriptor::~descriptor() {
+  if (number_ >= 0) close(number_);
+}
+
+descriptor::descriptor(descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+
+descriptor& descriptor::operator=(descriptor&& other) noexcept {
+  std::swap(number_, other.number_);
+  return *this;
+}
+
+int descriptor::release() noexcept { return std::exchange(number_, -1); }
+
+folder::folder(std::filesystem::path path, descriptor opened)
+    : path_(std::move(path)), descriptor_(std::move(opened)) {}
+
+folder::folder(std::filesystem::path path)
+    : path_(std::move(path)), descriptor_(open(path_.c_str(), folder_flags)) {
+  if (number() < 0) fail_with_errno(path_, "cannot open folder");
+}
+
+std::optional<folder> folder::find(folder const& parent, std::string const& name) {
+  descriptor opened(openat(parent.number(), name.c_str(), folder_flags | O_NOFOLLOW));
+  if (opened.number() >= 0) return folder(parent.path_ / name, std::move(opened));
+  if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP) return std::nullopt;
+  fail_with_errno(parent.path_ / name, "cannot open folder");
+}
+
+std::vector<std::string> folder::names() const {
+  descriptor again(openat(number(), ".", folder_flags));
+  if (again.number() < 0) fail_with_errno(path_, "cannot list");
+  std::unique_ptr<DIR, stream_closer> const stream(fdopendir(again.number()));
+  if (!stream) fail_with_errno(path_, "cannot list");
+  again.release();
+  std::vector<std::string> found;
+  errno = 0;
+  while (dirent const* const entry = readdir(stream.get())) {
+    std::string name = entry->d_name;
+    if (name != "." && name != "..") found.push_back(std::move(name));
+  }
+  if (errno != 0) fail_with_errno(path_, "cannot list");
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+std::optional<struct stat> folder::status(std::string const& name) const {
+  struct stat found {};
+  if (fstatat(number(), name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0) return found;
+  if (errno == ENOENT) return std::nullopt;
+  fail_with_errno(path_ / name, "cannot look at");
+}
+
+}  // namespace lab

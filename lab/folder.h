@@ -1,0 +1,60 @@
+// Open folders, and looking at what is in them.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace lab {
+
+// Owns a file descriptor.
+class descriptor {
+ public:
+  explicit descriptor(int number) noexcept : number_(number) {}
+  ~descriptor();
+  descriptor(descriptor&& other) noexcept;
+  descriptor& operator=(descriptor&& other) noexcept;
+
+  int number() const { return number_; }
+
+  // Gives the descriptor up to the caller.
+  int release() noexcept;
+
+ private:
+  int number_;
+};
+
+// A folder that is held open: what is done in it is done in the same folder
+// wherever it is moved or mounted over.
+class folder {
+ public:
+  // Throws lab::error when there is no such folder or it cannot be read.
+  explicit folder(std::filesystem::path path);
+
+  // The folder `name` in `parent`, none when there is none.
+  static std::optional<folder> find(folder const& parent, std::string const& name);
+
+  // For messages.
+  std::filesystem::path const& path() const { return path_; }
+  int number() const { return descriptor_.number(); }
+
+  // The names in it, sorted.
+  std::vector<std::string> names() const;
+
+  // What `name` in it is, symbolic links not followed; none when absent.
+  std::optional<struct stat> status(std::string const& name) const;
+
+ private:
+  folder(std::filesystem::path path, descriptor opened);
+
+  std::filesystem::path path_;
+  descriptor descriptor_;
+};
+
+// Throws lab::error with the text "<path>: <what>: <text of errno>".
+[[noreturn]] void fail_with_errno(std::filesystem::path const& path, char const* what);
+
+}  // namespace lab

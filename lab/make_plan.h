@@ -1,0 +1,54 @@
+// What a recorder to be made will hold, as a pure function of its options.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "lab/recorder.h"
+
+namespace lab {
+
+// Places in the plan's lists, counted from 0, stand for what they name.
+struct planned_space {
+  std::string sid;
+  std::string name;
+  std::string uuid;
+};
+
+struct planned_volume {
+  int space;
+  std::string sid_text;
+  std::string name;
+};
+
+struct planned_channel {
+  std::string sid;
+  int volume;
+};
+
+// One hour recorded by a channel into its volume, and its first unit there.
+struct planned_recording {
+  int channel;
+  std::int32_t recording_type;
+  std::int32_t stream;
+  std::int64_t hour_ms;
+  int first_unit;
+  int units;
+};
+
+struct make_plan {
+  std::vector<planned_space> spaces;
+  std::vector<planned_volume> volumes;
+  std::vector<planned_channel> channels;
+  std::vector<planned_recording> recordings;
+  int units;  // a volume
+};
+
+// Throws lab::error when an option is out of its range.
+make_plan plan_recorder(make_options const& options);
+
+// The name of a volume's unit, counted from 0.
+std::string unit_name(int unit);
+
+}  // namespace lab

@@ -1,0 +1,289 @@
+// Making a recorder: its units are laid straight where the plan wants them, and
+// the catalogue gets its name last, so that whatever a stop leaves behind is no
+// recorder.
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <map>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "lab/catalogue_schema.h"
+#include "lab/file_steps.h"
+#include "lab/layout.h"
+#include "lab/make_plan.h"
+#include "lab/recorder_state.h"
+#include "lab/unit_moves.h"
+
+namespace lab {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t megabyte = std::int64_t{1024} * 1024;
+constexpr std::size_t longest_preallocate_path = 255;
+constexpr char const* new_catalogue_file = "catalogue.new";
+
+void require_usable_path(fs::path const& where, make_plan const& plan) {
+  auto const share = where / share_folder;
+  if ((where.string() + "/").find("share/") != std::string::npos) {
+    throw error(where.string() + ": a recorder's own path must not hold \"share/\"");
+  }
+  for (auto const& volume : plan.volumes) {
+    auto const storage = storage_folder((share / volume.name).string(), volume.sid_text);
+    auto const longest = storage + "/" + preallocate_folder;
+    if (longest.size() > longest_preallocate_path) {
+      throw error(where.string() + ": path is too long: " + std::to_string(longest.size()) +
+                  " characters down to the preallocated units, at most " +
+                  std::to_string(longest_preallocate_path) + " are possible");
+    }
+  }
+}
+
+void require_absent_or_empty(fs::path const& where) {
+  std::error_code problem;
+  auto const status = fs::symlink_status(where, problem);
+  if (status.type() == fs::file_type::not_found) return;
+  if (!fs::is_directory(where, problem)) throw error(where.string() + ": not a folder");
+  if (!folder(where).names().empty()) throw error(where.string() + ": folder is not empty");
+}
+
+void require_room(fs::path const& where, make_plan const& plan, make_options const& options) {
+  auto existing = where;
+  std::error_code problem;
+  while (!fs::exists(existing, problem) && existing.has_relative_path()) {
+    existing = existing.parent_path();
+  }
+  struct statvfs disk {};
+  if (statvfs(existing.c_str(), &disk) != 0) fail_with_errno(existing, "cannot look at the disk");
+  auto const volumes = static_cast<std::int64_t>(plan.volumes.size());
+  auto const recordings = static_cast<std::int64_t>(plan.recordings.size());
+  // Folders, catalogue and its journal come on top of the units.
+  std::int64_t const kilobytes = volumes * (plan.units + 64) + recordings * 8 + 8192;
+  std::int64_t const needed_mb = volumes * options.volume_mb + kilobytes / 1024;
+  auto const block = static_cast<std::int64_t>(disk.f_frsize);
+  auto const free_mb =
+      static_cast<std::int64_t>(disk.f_bavail) / (megabyte / std::min(block, megabyte));
+  if (free_mb < needed_mb) {
+    throw error(existing.string() + ": too little disk: " + std::to_string(needed_mb) +
+                " MB needed, " + std::to_string(free_mb) + " MB are free");
+  }
+}
+
+// Removes on destruction what was made, unless it was kept.
+class making {
+ public:
+  explicit making(fs::path where)
+      : where_(std::move(where)), made_folder_(steps::make_folders(where_)) {}
+
+  ~making() {
+    if (kept_) return;
+    for (auto const& name : made_) steps::remove_tree(where_ / name);
+    std::error_code ignored;
+    if (made_folder_ && fs::is_empty(where_, ignored)) steps::remove_tree(where_);
+  }
+
+  making(making const&) = delete;
+  making& operator=(making const&) = delete;
+
+  // Makes the share folder. Whoever makes it owns the rest: of two that make a
+  // recorder in one folder, one fails here.
+  void claim() {
+    if (!steps::make_folder(folder(where_), share_folder)) {
+      throw error(where_.string() + ": folder is not empty");
+    }
+    auto const file = std::string(new_catalogue_file);
+    made_ = {share_folder, file, file + "-journal", catalogue_file};
+  }
+
+  void keep() { kept_ = true; }
+
+ private:
+  fs::path where_;
+  bool made_folder_;
+  std::vector<std::string> made_;
+  bool kept_ = false;
+};
+
+// What becomes of a unit: a recording's, by its place in the plan, or free.
+using unit_uses = std::vector<std::optional<std::size_t>>;
+
+unit_uses uses_of_units(make_plan const& plan, int volume) {
+  unit_uses uses(static_cast<std::size_t>(plan.units));
+  for (std::size_t index = 0; index < plan.recordings.size(); ++index) {
+    auto const& recording = plan.recordings[index];
+    if (plan.channels[static_cast<std::size_t>(recording.channel)].volume != volume) continue;
+    auto const first = static_cast<std::size_t>(recording.first_unit);
+    for (std::size_t unit = first; unit < first + static_cast<std::size_t>(recording.units);
+         ++unit) {
+      uses[unit] = index;
+    }
+  }
+  return uses;
+}
+
+std::string hour_folder_of(planned_recording const& recording) {
+  return hour_folder_name(recording.channel, recording.recording_type, recording.stream,
+                          recording.hour_ms);
+}
+
+class volume_layer {
+ public:
+  volume_layer(make_plan const& plan, make_options const& options, progress const& report)
+      : plan_(plan), unit_bytes_(options.unit_mb * megabyte), report_(report) {}
+
+  void lay(folder const& share, int volume) {
+    auto const& planned = plan_.volumes[static_cast<std::size_t>(volume)];
+    steps::make_folder(share, planned.name);
+    folder const place(share.path() / planned.name);
+    steps::make_file(place, identity_file, identity_text(planned.sid_text));
+    auto const storage_path = fs::path(storage_folder(place.path().string(), planned.sid_text));
+    steps::make_folder(place, storage_path.filename().string());
+    folder const storage(storage_path);
+    lay_units(storage, uses_of_units(plan_, volume));
+  }
+
+ private:
+  void lay_units(folder const& storage, unit_uses const& uses) {
+    steps::make_folder(storage, preallocate_folder);
+    folder const home(storage.path() / preallocate_folder);
+    for (std::size_t unit = 0; unit < uses.size(); ++unit) {
+      auto const name = unit_name(static_cast<int>(unit));
+      if (uses[unit]) {
+        lay_recorded(storage, hour_folder_of(plan_.recordings[*uses[unit]]), name);
+      } else {
+        steps::preallocate_file(home, name, unit_bytes_);
+      }
+      report_one();
+    }
+  }
+
+  void lay_recorded(folder const& storage, std::string const& hour_name, std::string const& name) {
+    steps::make_folder(storage, hour_name);
+    folder const hour(storage.path() / hour_name);
+    steps::preallocate_file(hour, name, unit_bytes_);
+    steps::write_head(hour, name, recording_head(hour_name, name));
+  }
+
+  void report_one() {
+    ++done_;
+    auto const total = static_cast<std::int64_t>(plan_.volumes.size()) * plan_.units;
+    if (report_) report_(done_, total);
+  }
+
+  make_plan const& plan_;
+  std::int64_t unit_bytes_;
+  progress const& report_;
+  std::int64_t done_ = 0;
+};
+
+void insert_spaces_and_volumes(database& catalogue, make_plan const& plan) {
+  statement space(catalogue, "INSERT INTO space (id, sid, name, uuid) VALUES (?, ?, ?, ?)");
+  for (std::size_t index = 0; index < plan.spaces.size(); ++index) {
+    auto const& planned = plan.spaces[index];
+    space.with(static_cast<std::int64_t>(index + 1), planned.sid, planned.name, planned.uuid).run();
+  }
+  statement volume(
+      catalogue,
+      "INSERT INTO volume (id, space_id, sid_number, sid_text, name, folder, volume_no)"
+      "  VALUES (?1, ?2, ?1, ?3, ?4, ?4, ?1)");
+  for (std::size_t index = 0; index < plan.volumes.size(); ++index) {
+    auto const& planned = plan.volumes[index];
+    volume
+        .with(static_cast<std::int64_t>(index + 1), planned.space + 1, planned.sid_text,
+              planned.name)
+        .run();
+  }
+}
+
+void insert_channels(database& catalogue, make_plan const& plan) {
+  statement channel(catalogue, "INSERT INTO channel (id, number, sid) VALUES (?, ?, ?)");
+  statement assignment(catalogue, "INSERT INTO assignment (channel_id, volume_id) VALUES (?, ?)");
+  for (std::size_t index = 0; index < plan.channels.size(); ++index) {
+    auto const number = static_cast<std::int64_t>(index);
+    channel.with(number + 1, number, plan.channels[index].sid).run();
+    assignment.with(number + 1, plan.channels[index].volume + 1).run();
+  }
+}
+
+void insert_periods(database& catalogue, make_plan const& plan) {
+  statement period(catalogue,
+                   "INSERT INTO period"
+                   "  (id, channel_id, recording_type, stream, start_ms, end_ms, storage_id)"
+                   "  VALUES (?, ?, ?, ?, ?, ?, ?)");
+  for (std::size_t index = 0; index < plan.recordings.size(); ++index) {
+    auto const& recording = plan.recordings[index];
+    auto const& channel = plan.channels[static_cast<std::size_t>(recording.channel)];
+    period
+        .with(static_cast<std::int64_t>(index + 1), recording.channel + 1, recording.recording_type,
+              recording.stream, recording.hour_ms, recording.hour_ms + hour_milliseconds,
+              plan.volumes[static_cast<std::size_t>(channel.volume)].sid_text)
+        .run();
+  }
+}
+
+void insert_units(database& catalogue, make_plan const& plan, int volume) {
+  statement free_unit(catalogue, "INSERT INTO unit (volume_id, name) VALUES (?, ?)");
+  statement recorded(catalogue,
+                     "INSERT INTO unit (volume_id, name, state, channel_id, recording_type, stream,"
+                     "                  hour_ms, period_id)"
+                     "  VALUES (?, ?, 'recorded', ?, ?, ?, ?, ?)");
+  auto const uses = uses_of_units(plan, volume);
+  for (std::size_t unit = 0; unit < uses.size(); ++unit) {
+    auto const name = unit_name(static_cast<int>(unit));
+    if (!uses[unit]) {
+      free_unit.with(volume + 1, name).run();
+      continue;
+    }
+    auto const& recording = plan.recordings[*uses[unit]];
+    recorded
+        .with(volume + 1, name, recording.channel + 1, recording.recording_type, recording.stream,
+              recording.hour_ms, static_cast<std::int64_t>(*uses[unit] + 1))
+        .run();
+  }
+}
+
+void write_catalogue(fs::path const& file, make_plan const& plan, make_options const& options) {
+  database catalogue(file, database::mode::create, default_patience);
+  transaction all(catalogue, transaction_kind::writing);
+  catalogue.execute(catalogue_schema);
+  statement(catalogue, "INSERT INTO recorder (id, unit_mb, seed, made_ms) VALUES (1, ?, ?, ?)")
+      .with(options.unit_mb, static_cast<std::int64_t>(options.seed), options.now_ms)
+      .run();
+  insert_spaces_and_volumes(catalogue, plan);
+  insert_channels(catalogue, plan);
+  insert_periods(catalogue, plan);
+  for (int volume = 0; volume < static_cast<int>(plan.volumes.size()); ++volume) {
+    insert_units(catalogue, plan, volume);
+  }
+  all.commit();
+}
+
+}  // namespace
+
+void recorder::make(fs::path const& folder_to_make, make_options const& options,
+                    progress const& report) {
+  auto const plan = plan_recorder(options);
+  auto const where = resolved(folder_to_make);
+  require_usable_path(where, plan);
+  require_absent_or_empty(where);
+  require_room(where, plan, options);
+  making made(where);
+  made.claim();
+  lab::folder const recorder_folder(where);
+  lab::folder const share(where / share_folder);
+  volume_layer layer(plan, options, report);
+  for (int volume = 0; volume < static_cast<int>(plan.volumes.size()); ++volume) {
+    layer.lay(share, volume);
+  }
+  write_catalogue(where / new_catalogue_file, plan, options);
+  steps::sync_file_system(recorder_folder);
+  steps::rename_file(recorder_folder, new_catalogue_file, catalogue_file);
+  steps::sync_folder(recorder_folder);
+  made.keep();
+}
+
+}  // namespace lab

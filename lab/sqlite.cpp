@@ -1,0 +1,147 @@
+#include "lab/sqlite.h"
+
+#include <sqlite3.h>
+
+#include "lab/file_steps.h"
+
+namespace lab {
+
+namespace {
+
+[[noreturn]] void fail(sqlite3* connection, std::string const& what) {
+  int const code = connection == nullptr ? SQLITE_NOMEM : sqlite3_extended_errcode(connection);
+  std::string const reason = connection == nullptr ? "out of memory" : sqlite3_errmsg(connection);
+  int const kind = code & 0xff;
+  if (kind == SQLITE_BUSY || kind == SQLITE_LOCKED) throw busy_error(what + ": " + reason);
+  throw database_error(what + ": " + reason, code);
+}
+
+int open_flags(database::mode how) {
+  switch (how) {
+    case database::mode::read_only:
+      return SQLITE_OPEN_READONLY;
+    case database::mode::read_write:
+      return SQLITE_OPEN_READWRITE;
+    case database::mode::create:
+      break;
+  }
+  return SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+}
+
+}  // namespace
+
+void database::closer::operator()(sqlite3* connection) const noexcept {
+  sqlite3_close_v2(connection);
+}
+
+database::database(std::filesystem::path const& file, mode how,
+                   std::chrono::milliseconds patience) {
+  sqlite3* connection = nullptr;
+  int const result = sqlite3_open_v2(file.c_str(), &connection, open_flags(how), nullptr);
+  connection_.reset(connection);
+  if (result != SQLITE_OK) fail(connection, file.string());
+  sqlite3_extended_result_codes(connection, 1);
+  wait_at_most(patience);
+  // EXTRA also syncs the folder after the journal is gone: without it a power
+  // loss could bring back a journal that undoes a commit which files already
+  // rely on.
+  execute("PRAGMA foreign_keys = ON; PRAGMA synchronous = EXTRA;");
+}
+
+void database::wait_at_most(std::chrono::milliseconds patience) {
+  sqlite3_busy_timeout(connection(), static_cast<int>(patience.count()));
+}
+
+bool database::read_only() const { return sqlite3_db_readonly(connection(), "main") != 0; }
+
+void database::execute(std::string const& statements) {
+  if (sqlite3_exec(connection(), statements.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
+    fail(connection(), "catalogue");
+  }
+}
+
+std::int64_t database::last_id() const { return sqlite3_last_insert_rowid(connection()); }
+
+std::int64_t database::changes() const { return sqlite3_changes64(connection()); }
+
+void statement::finalizer::operator()(sqlite3_stmt* prepared) const noexcept {
+  sqlite3_finalize(prepared);
+}
+
+statement::statement(database const& of, std::string_view text) {
+  sqlite3_stmt* prepared = nullptr;
+  int const result = sqlite3_prepare_v2(of.connection(), text.data(), static_cast<int>(text.size()),
+                                        &prepared, nullptr);
+  prepared_.reset(prepared);
+  if (result != SQLITE_OK) fail(of.connection(), "catalogue");
+}
+
+bool statement::next() {
+  int const result = sqlite3_step(prepared_.get());
+  if (result == SQLITE_ROW) return true;
+  if (result != SQLITE_DONE) fail(sqlite3_db_handle(prepared_.get()), "catalogue");
+  // A finished statement must not go on holding a lock.
+  sqlite3_reset(prepared_.get());
+  return false;
+}
+
+void statement::run() {
+  while (next()) {
+  }
+}
+
+std::int64_t statement::integer(int column) const {
+  return sqlite3_column_int64(prepared_.get(), column);
+}
+
+std::int32_t statement::integer32(int column) const {
+  return sqlite3_column_int(prepared_.get(), column);
+}
+
+std::string statement::text(int column) const {
+  unsigned char const* const text = sqlite3_column_text(prepared_.get(), column);
+  int const size = sqlite3_column_bytes(prepared_.get(), column);
+  if (text == nullptr) return {};
+  return {text, text + size};
+}
+
+void statement::restart() {
+  sqlite3_reset(prepared_.get());
+  sqlite3_clear_bindings(prepared_.get());
+}
+
+void statement::bind(int position, std::int64_t value) {
+  if (sqlite3_bind_int64(prepared_.get(), position, value) != SQLITE_OK) {
+    fail(sqlite3_db_handle(prepared_.get()), "catalogue");
+  }
+}
+
+void statement::bind(int position, std::string_view value) {
+  if (sqlite3_bind_text64(prepared_.get(), position, value.data(), value.size(), SQLITE_TRANSIENT,
+                          SQLITE_UTF8) != SQLITE_OK) {
+    fail(sqlite3_db_handle(prepared_.get()), "catalogue");
+  }
+}
+
+void statement::bind(int position, std::optional<std::int32_t> const& value) {
+  if (value) bind(position, std::int64_t{*value});
+}
+
+transaction::transaction(database& of, transaction_kind kind) : database_(of) {
+  // A writer takes its lock at once: a reader that turns into a writer could
+  // only fail when another one did so first.
+  database_.execute(kind == transaction_kind::writing ? "BEGIN IMMEDIATE" : "BEGIN");
+}
+
+transaction::~transaction() {
+  if (open_) sqlite3_exec(database_.connection(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void transaction::commit() {
+  if (steps::commit(database_.connection()) != SQLITE_OK) {
+    fail(database_.connection(), "catalogue");
+  }
+  open_ = false;
+}
+
+}  // namespace lab

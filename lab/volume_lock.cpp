@@ -1,0 +1,79 @@
+#include "lab/volume_lock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <string_view>
+
+#include "lab/error.h"
+
+namespace lab {
+
+namespace {
+
+constexpr std::chrono::milliseconds pause{10};
+
+descriptor open_identity(volume_place const& place) {
+  auto const file = place.path / identity_file;
+  return descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+}
+
+mount mount_by(descriptor const& identity, volume_place const& place) {
+  if (identity.number() < 0) return mount::identity_missing;
+  std::array<char, 64> text{};
+  ssize_t const size = pread(identity.number(), text.data(), text.size(), 0);
+  if (size < 0) return mount::identity_missing;
+  std::string_view const found(text.data(), static_cast<std::size_t>(size));
+  return found == identity_text(place.sid_text) ? mount::present : mount::identity_foreign;
+}
+
+bool try_lock(descriptor const& identity, volume_lock::kind which) {
+  int const operation = which == volume_lock::kind::shared ? LOCK_SH : LOCK_EX;
+  int result = -1;
+  do {
+    result = flock(identity.number(), operation | LOCK_NB);
+  } while (result != 0 && errno == EINTR);
+  if (result == 0) return true;
+  if (errno == EWOULDBLOCK) return false;
+  fail_with_errno(identity_file, "cannot lock");
+}
+
+void rest() {
+  timespec const length{0, std::chrono::nanoseconds(pause).count()};
+  nanosleep(&length, nullptr);
+}
+
+[[noreturn]] void fail_as_not_mounted(volume_place const& place) {
+  throw error("volume " + place.folder_name + " is not mounted: " + place.path.string());
+}
+
+}  // namespace
+
+std::string identity_text(std::string const& sid_text) { return sid_text + "\n"; }
+
+mount mount_of(volume_place const& place) { return mount_by(open_identity(place), place); }
+
+volume_lock::volume_lock(volume_place const& place, kind which, std::chrono::milliseconds patience)
+    : identity_(open_identity(place)) {
+  if (mount_by(identity_, place) != mount::present) fail_as_not_mounted(place);
+  // Rests are counted instead of asking a clock, which may be held.
+  for (auto left = patience; !try_lock(identity_, which); left -= pause) {
+    if (left <= std::chrono::milliseconds::zero()) {
+      throw busy_error("volume " + place.folder_name + " is being written by somebody else");
+    }
+    rest();
+  }
+}
+
+std::optional<volume_lock> volume_lock::try_take(volume_place const& place) {
+  descriptor identity = open_identity(place);
+  if (mount_by(identity, place) != mount::present) return std::nullopt;
+  if (!try_lock(identity, kind::exclusive)) return std::nullopt;
+  return volume_lock(std::move(identity));
+}
+
+}  // namespace lab

@@ -1,0 +1,38 @@
+#include "lab/layout.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr std::int64_t seven_o_clock = 1'795'244'400'000;  // 2026-11-21 07:00:00 UTC
+
+TEST(layout, an_hour_begins_at_its_first_millisecond) {
+  EXPECT_EQ(seven_o_clock, lab::hour_of(seven_o_clock));
+  EXPECT_EQ(seven_o_clock, lab::hour_of(seven_o_clock + 3'599'999));
+  EXPECT_EQ(seven_o_clock - 3'600'000, lab::hour_of(seven_o_clock - 1));
+}
+
+TEST(layout, hours_before_the_epoch_begin_earlier_too) {
+  EXPECT_EQ(-3'600'000, lab::hour_of(-1));
+  EXPECT_EQ(-3'600'000, lab::hour_of(-3'600'000));
+  EXPECT_EQ(-7'200'000, lab::hour_of(-3'600'001));
+}
+
+TEST(layout, a_storage_folder_takes_at_most_32_characters_of_the_id) {
+  std::string const id = "0123456789abcdef0123456789abcdef";
+  EXPECT_EQ("/r/share/vol1/FSU_" + id, lab::storage_folder("/r/share/vol1", id));
+  EXPECT_EQ("/r/share/vol1/FSU_" + id, lab::storage_folder("/r/share/vol1", id + "tail"));
+  EXPECT_EQ("/v/FSU_short", lab::storage_folder("/v", "short"));
+}
+
+TEST(layout, an_hour_folder_tells_channel_type_stream_and_utc_hour) {
+  EXPECT_EQ("ch01_NR_S00_2026112107", lab::hour_folder_name(0, 4, 0, seven_o_clock));
+  EXPECT_EQ("ch10_AR_S04_2026112107", lab::hour_folder_name(9, 1, 4, seven_o_clock + 3'599'999));
+  EXPECT_EQ("ch123_MR_S02_2026112106", lab::hour_folder_name(122, 2, 2, seven_o_clock - 1));
+}
+
+TEST(layout, an_hour_folder_has_a_name_for_every_number) {
+  EXPECT_EQ("ch2147483648_NR_S00_1969123123", lab::hour_folder_name(2147483647, 4, 0, -1));
+}
+
+}  // namespace

@@ -1,0 +1,147 @@
+#include <sys/stat.h>
+
+#include <cstdlib>
+
+#include "lab/sqlite.h"
+#include "world.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class making : public world::recorder_test {
+ protected:
+  static lab::make_options recorded() {
+    auto options = world::small();
+    options.days = 1;
+    return options;
+  }
+
+  std::string refusal(fs::path const& folder, lab::make_options const& options) const {
+    return world::failure_of([&] { lab::recorder::make(folder, options, {}); });
+  }
+};
+
+TEST_F(making, the_same_options_make_the_same_recorder) {
+  make(recorded());
+  lab::recorder::make(root() / ".." / "other", recorded(), {});
+  auto const one = world::tree_of(root());
+  EXPECT_EQ(std::vector<std::string>(),
+            world::differences(one, world::tree_of(root().parent_path() / "other")));
+  EXPECT_EQ(1U, one.count("catalogue.db"));
+  auto other_seed = recorded();
+  other_seed.seed = 99;
+  lab::recorder::make(root().parent_path() / "third", other_seed, {});
+  EXPECT_FALSE(world::differences(one, world::tree_of(root().parent_path() / "third")).empty());
+}
+
+TEST_F(making, a_fresh_recorder_checks_clean) {
+  make(recorded());
+  EXPECT_FALSE(open().periods().empty());
+  EXPECT_EQ(std::vector<std::string>(), open(lab::access::read_only).check());
+}
+
+TEST_F(making, units_are_real_disk_blocks) {
+  make();
+  EXPECT_EQ(8U, names(preallocate(first_volume)).size());
+  EXPECT_GE(allocated_bytes(preallocate(first_volume)), 8 * 1024 * 1024);
+}
+
+TEST_F(making, progress_counts_every_unit) {
+  std::vector<std::int64_t> done;
+  lab::recorder::make(root(), world::small(), [&](std::int64_t so_far, std::int64_t total) {
+    EXPECT_EQ(16, total);
+    done.push_back(so_far);
+  });
+  ASSERT_EQ(16U, done.size());
+  EXPECT_EQ(1, done.front());
+  EXPECT_EQ(16, done.back());
+}
+
+TEST_F(making, an_empty_folder_will_do) {
+  fs::create_directory(root());
+  make();
+  EXPECT_EQ(2U, open().volumes().size());
+}
+
+TEST_F(making, a_folder_with_anything_in_it_is_refused_and_kept) {
+  fs::create_directory(root());
+  world::write_file(root() / "note", "mine");
+  EXPECT_EQ(root().string() + ": folder is not empty", refusal(root(), world::small()));
+  EXPECT_EQ((world::tree{{"note", "mine"}}), world::tree_of(root()));
+}
+
+TEST_F(making, a_recorder_is_not_made_over_another) {
+  make();
+  auto const before = world::tree_of(root());
+  EXPECT_EQ(root().string() + ": folder is not empty", refusal(root(), world::small()));
+  EXPECT_EQ(std::vector<std::string>(), world::differences(before, world::tree_of(root())));
+}
+
+TEST_F(making, a_file_is_refused) {
+  world::write_file(root(), "mine");
+  EXPECT_EQ(root().string() + ": not a folder", refusal(root(), world::small()));
+}
+
+TEST_F(making, a_path_that_holds_share_is_refused) {
+  auto const parent = root().parent_path();
+  for (auto const* const name : {"share", "myshare", "share/below"}) {
+    auto const folder = parent / name;
+    EXPECT_EQ(folder.string() + ": a recorder's own path must not hold \"share/\"",
+              refusal(folder, world::small()));
+    EXPECT_FALSE(fs::exists(folder));
+  }
+  lab::recorder::make(parent / "shared", world::small(), {});
+}
+
+TEST_F(making, a_path_is_refused_when_the_preallocated_units_lie_too_deep) {
+  // "/share/vol1/FSU_", 32 characters, "/preallocate".
+  std::size_t const below = 16 + 32 + 12;
+  auto const room = 255 - below - root().parent_path().string().size() - 1;
+  auto const fits = root().parent_path() / std::string(room, 'x');
+  auto const too_long = root().parent_path() / std::string(room + 1, 'x');
+  EXPECT_EQ(too_long.string() +
+                ": path is too long: 256 characters down to the preallocated units, at most 255 "
+                "are possible",
+            refusal(too_long, world::small()));
+  EXPECT_FALSE(fs::exists(too_long));
+  lab::recorder::make(fits, world::small(), {});
+  auto const volume = lab::recorder::open(fits, lab::access::read_only).volumes().front();
+  EXPECT_EQ(255U, volume.path.string().size() + 5 + 32 + 12);
+}
+
+TEST_F(making, too_little_disk_is_refused) {
+  auto options = world::small();
+  options.spaces = 64;
+  options.volumes = 64;
+  options.volume_mb = 1024 * 1024;
+  options.unit_mb = 1024;
+  auto const text = refusal(root(), options);
+  EXPECT_NE(std::string::npos, text.find("too little disk: 42949")) << text;
+  EXPECT_FALSE(fs::exists(root()));
+}
+
+TEST_F(making, a_failure_midway_leaves_nothing) {
+  int calls = 0;
+  auto const stop = [&](std::int64_t, std::int64_t) {
+    if (++calls == 5) throw lab::error("stopped");
+  };
+  EXPECT_THROW(lab::recorder::make(root(), world::small(), stop), lab::error);
+  EXPECT_FALSE(fs::exists(root()));
+  fs::create_directory(root());
+  calls = 0;
+  EXPECT_THROW(lab::recorder::make(root(), world::small(), stop), lab::error);
+  EXPECT_EQ(world::tree(), world::tree_of(root()));
+}
+
+TEST_F(making, what_a_kill_midway_leaves_is_no_recorder) {
+  auto const copy = root().parent_path() / "copy";
+  lab::recorder::make(root(), world::small(), [&](std::int64_t done, std::int64_t total) {
+    if (done == total) fs::copy(root(), copy, fs::copy_options::recursive);
+  });
+  EXPECT_EQ(copy.string() + ": not a recorder: no catalogue.db",
+            world::failure_of([&] { lab::recorder::open(copy, lab::access::read_write); }));
+  EXPECT_EQ(copy.string() + ": folder is not empty", refusal(copy, world::small()));
+}
+
+}  // namespace

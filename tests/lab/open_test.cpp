@@ -1,0 +1,177 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "lab/sqlite.h"
+#include "world.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class open_recorder : public world::recorder_test {
+ protected:
+  std::string refusal(lab::access mode = lab::access::read_only) const {
+    return world::failure_of([&] { open(mode); });
+  }
+};
+
+TEST_F(open_recorder, an_absent_folder_is_refused) {
+  EXPECT_EQ(root().string() + ": cannot open recorder: No such file or directory", refusal());
+}
+
+TEST_F(open_recorder, a_file_is_refused) {
+  world::write_file(root(), "");
+  EXPECT_EQ(root().string() + ": not a recorder: not a folder", refusal());
+}
+
+TEST_F(open_recorder, a_folder_without_a_catalogue_is_refused) {
+  fs::create_directory(root());
+  EXPECT_EQ(root().string() + ": not a recorder: no catalogue.db", refusal());
+  EXPECT_EQ(root().string() + ": not a recorder: no catalogue.db",
+            refusal(lab::access::read_write));
+  EXPECT_EQ(world::tree(), world::tree_of(root()));
+}
+
+TEST_F(open_recorder, a_catalogue_that_is_a_folder_is_refused) {
+  fs::create_directories(root() / "catalogue.db");
+  EXPECT_EQ(root().string() + ": not a recorder: catalogue.db is not a file", refusal());
+}
+
+TEST_F(open_recorder, a_catalogue_that_is_no_database_is_refused) {
+  fs::create_directory(root());
+  world::write_file(root() / "catalogue.db", std::string(4096, 'x'));
+  EXPECT_EQ(root().string() + ": not a recorder: its catalogue is not a database", refusal());
+}
+
+TEST_F(open_recorder, an_empty_catalogue_is_refused) {
+  fs::create_directory(root());
+  world::write_file(root() / "catalogue.db", "");
+  EXPECT_EQ(root().string() + ": not a recorder: its catalogue is something else's", refusal());
+}
+
+TEST_F(open_recorder, another_programs_database_is_refused) {
+  make();
+  tamper("PRAGMA application_id = 1");
+  EXPECT_EQ(root().string() + ": not a recorder: its catalogue is something else's", refusal());
+}
+
+TEST_F(open_recorder, a_newer_format_is_refused) {
+  make();
+  tamper("PRAGMA user_version = 2");
+  std::string const text =
+      root().string() + ": made by a newer version: its format is 2, this program knows up to 1";
+  EXPECT_EQ(text, refusal());
+  EXPECT_EQ(text, refusal(lab::access::read_write));
+}
+
+TEST_F(open_recorder, an_unknown_older_format_is_refused) {
+  make();
+  tamper("PRAGMA user_version = 0");
+  EXPECT_EQ(root().string() + ": not a recorder: unknown format 0", refusal());
+}
+
+// Runs as an unprivileged user where the test itself is root.
+class open_unprivileged : public open_recorder {
+ protected:
+  static constexpr uid_t nobody = 65534;
+
+  open_unprivileged() {
+    make();
+    fs::permissions(root().parent_path(), fs::perms(0755));
+    if (geteuid() == 0 && seteuid(nobody) != 0) throw std::runtime_error("cannot become nobody");
+  }
+  ~open_unprivileged() override { static_cast<void>(seteuid(getuid())); }
+
+  void as_owner(std::function<void()> const& change) {
+    auto const user = geteuid();
+    static_cast<void>(seteuid(getuid()));
+    change();
+    static_cast<void>(seteuid(user));
+  }
+};
+
+TEST_F(open_unprivileged, a_catalogue_without_read_permission_is_refused) {
+  as_owner([&] { fs::permissions(root() / "catalogue.db", fs::perms(0)); });
+  EXPECT_EQ((root() / "catalogue.db").string() + ": cannot read catalogue: Permission denied",
+            refusal());
+}
+
+TEST_F(open_unprivileged, a_reader_needs_no_write_permission) {
+  as_owner([&] {
+    fs::permissions(root() / "catalogue.db", fs::perms(0444));
+    fs::permissions(root(), fs::perms(0555));
+  });
+  EXPECT_EQ(2U, open(lab::access::read_only).volumes().size());
+  EXPECT_EQ(std::vector<std::string>(), open(lab::access::read_only).check());
+  EXPECT_EQ((root() / "catalogue.db").string() + ": catalogue cannot be written",
+            refusal(lab::access::read_write));
+  as_owner([&] { fs::permissions(root(), fs::perms(0755)); });
+}
+
+TEST_F(open_recorder, reading_and_finding_nothing_to_recycle_change_no_byte) {
+  auto options = world::small();
+  options.days = 1;
+  make(options);
+  auto const before = world::tree_of(root());
+  for (auto const mode : {lab::access::read_only, lab::access::read_write}) {
+    auto const recorder = open(mode);
+    recorder.spaces();
+    recorder.volumes();
+    recorder.periods();
+    recorder.check();
+    EXPECT_EQ(std::vector<std::string>(), world::differences(before, world::tree_of(root())));
+  }
+  EXPECT_EQ(0, open().recycle(first_volume, main_stream, always));
+  EXPECT_EQ(std::vector<std::string>(), world::differences(before, world::tree_of(root())));
+}
+
+TEST_F(open_recorder, a_relative_folder_is_resolved_at_open) {
+  make();
+  auto const home = fs::current_path();
+  fs::current_path(root().parent_path());
+  auto recorder = lab::recorder::open("./recorder/", lab::access::read_write);
+  fs::current_path("/");
+  EXPECT_EQ(root(), recorder.folder());
+  EXPECT_EQ(root() / "share" / "vol1", recorder.volumes().front().path);
+  recorder.record(first_volume, main_stream, world::now, 1);
+  fs::current_path(home);
+  EXPECT_EQ(std::vector<std::string>(), recorder.check());
+}
+
+TEST_F(open_recorder, a_reader_cannot_change_anything) {
+  make();
+  auto recorder = open(lab::access::read_only);
+  EXPECT_THROW(recorder.record(first_volume, main_stream, world::now, 1), lab::error);
+  EXPECT_THROW(recorder.recycle(first_volume, main_stream, always), lab::error);
+  EXPECT_THROW(recorder.change_volumes({{first_volume, "x", 1, 1}}), lab::error);
+  EXPECT_EQ(std::vector<std::string>(), open().check());
+}
+
+// A child that dies inside a transaction whose pages are partly in the file.
+void die_while_changing(fs::path const& catalogue_file) {
+  pid_t const child = fork();
+  if (child == 0) {
+    lab::database catalogue(catalogue_file, lab::database::mode::read_write,
+                            std::chrono::milliseconds(0));
+    catalogue.execute(
+        "PRAGMA cache_size = 1; BEGIN IMMEDIATE;"
+        "UPDATE volume SET type = 1; UPDATE unit SET name = name || 'x';");
+    _exit(0);
+  }
+  int status = -1;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  ASSERT_EQ(0, status);
+}
+
+TEST_F(open_recorder, a_reader_has_a_change_undone_that_was_cut_short) {
+  auto options = world::small();
+  options.volume_mb = 64;
+  make(options);
+  die_while_changing(root() / "catalogue.db");
+  ASSERT_TRUE(fs::exists(root() / "catalogue.db-journal"));
+  auto const recorder = open(lab::access::read_only);
+  EXPECT_EQ(0, recorder.volumes().front().type);
+  EXPECT_EQ(std::vector<std::string>(), recorder.check());
+}
+
+}  // namespace

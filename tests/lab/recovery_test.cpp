@@ -1,0 +1,137 @@
+// States that a stop can leave behind, made by hand, and what the next writer
+// makes of them.
+#include "lab/layout.h"
+#include "lab/volume_lock.h"
+#include "world.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using world::now;
+using strings = std::vector<std::string>;
+
+enum class lies { away, in_both, home, nowhere };
+
+struct stopped_move {
+  char const* state;
+  lies where;
+};
+
+class recovery : public world::recorder_test, public testing::WithParamInterface<stopped_move> {
+ protected:
+  static constexpr char const* unit = "unit000003";
+
+  fs::path away() const { return storage(first_volume) / lab::hour_folder_name(0, 4, 0, now); }
+  fs::path home() const { return preallocate(first_volume); }
+
+  recovery() { make(); }
+
+  void stop_midway(stopped_move const& how) const {
+    tamper("UPDATE unit SET state = '" + std::string(how.state) +
+           "', channel_id = 1, recording_type = 4, stream = 0, hour_ms = " + std::to_string(now) +
+           " WHERE volume_id = 1 AND name = '" + unit + "'");
+    fs::create_directory(away());
+    switch (how.where) {
+      case lies::away:
+        fs::rename(home() / unit, away() / unit);
+        break;
+      case lies::in_both:
+        fs::create_hard_link(home() / unit, away() / unit);
+        break;
+      case lies::home:
+        break;
+      case lies::nowhere:
+        fs::remove(home() / unit);
+        break;
+    }
+  }
+};
+
+TEST_P(recovery, brings_the_unit_home_or_calls_it_bad) {
+  stop_midway(GetParam());
+  EXPECT_EQ(1, open(lab::access::read_only).account(first_volume).moving);
+  EXPECT_EQ(1, open(lab::access::read_only).volumes()[0].used_mb);
+
+  auto const account = open(lab::access::read_write).account(first_volume);
+  bool const lost = GetParam().where == lies::nowhere;
+  EXPECT_EQ(0, account.moving);
+  EXPECT_EQ(lost ? 1 : 0, account.lost);
+  EXPECT_EQ(lost ? 7 : 8, account.preallocated);
+  EXPECT_EQ(lost ? 7U : 8U, names(home()).size());
+  EXPECT_FALSE(fs::exists(away()));
+  EXPECT_EQ(lost ? strings{"volume vol1: unit unit000003 is bad"} : strings(), open().check());
+
+  auto const mended = world::tree_of(root());
+  open(lab::access::read_write);
+  EXPECT_EQ(strings(), world::differences(mended, world::tree_of(root())));
+}
+
+TEST_P(recovery, happens_before_the_next_move_too) {
+  auto writer = open();
+  stop_midway(GetParam());
+  EXPECT_EQ(1, writer.account(first_volume).moving);
+  writer.record(first_volume, main_stream, now, 7);
+  EXPECT_EQ(0, writer.account(first_volume).moving);
+  EXPECT_EQ(7, writer.account(first_volume).held);
+}
+
+std::vector<stopped_move> all_moves() {
+  std::vector<stopped_move> moves;
+  for (auto const* const state : {"recycling", "recording"}) {
+    for (auto const where : {lies::away, lies::in_both, lies::home, lies::nowhere}) {
+      moves.push_back({state, where});
+    }
+  }
+  return moves;
+}
+
+std::string name_of(testing::TestParamInfo<stopped_move> const& move) {
+  std::vector<std::string> const places{"away", "in_both", "home", "nowhere"};
+  return std::string(move.param.state) + "_" + places[static_cast<std::size_t>(move.param.where)];
+}
+
+INSTANTIATE_TEST_SUITE_P(all_places, recovery, testing::ValuesIn(all_moves()), name_of);
+
+class recovery_limits : public recovery {};
+
+TEST_P(recovery_limits, a_reader_moves_nothing) {
+  stop_midway(GetParam());
+  auto const before = world::tree_of(root());
+  open(lab::access::read_only).check();
+  EXPECT_EQ(strings(), world::differences(before, world::tree_of(root())));
+}
+
+TEST_P(recovery_limits, what_another_writer_moves_is_left_to_it) {
+  stop_midway(GetParam());
+  auto const volume = open(lab::access::read_only).volumes()[0];
+  {
+    lab::volume_lock const other({1, "vol1", volume.sid_text, volume.path},
+                                 lab::volume_lock::kind::exclusive, std::chrono::milliseconds(0));
+    EXPECT_EQ(1, open().account(first_volume).moving);
+  }
+  EXPECT_EQ(0, open().account(first_volume).moving);
+}
+
+TEST_P(recovery_limits, what_is_not_mounted_waits) {
+  stop_midway(GetParam());
+  fs::rename(root() / "share" / "vol1" / "identity", root() / "kept");
+  EXPECT_EQ(1, open().account(first_volume).moving);
+  EXPECT_TRUE(fs::exists(away() / unit));
+  fs::rename(root() / "kept", root() / "share" / "vol1" / "identity");
+  EXPECT_EQ(0, open().account(first_volume).moving);
+}
+
+TEST_P(recovery_limits, another_file_by_the_units_name_is_nobodys_to_remove) {
+  stop_midway(GetParam());
+  world::write_file(home() / unit, "mine");
+  open();
+  EXPECT_EQ(4U, fs::file_size(home() / unit));
+  EXPECT_EQ(1024U * 1024U, fs::file_size(away() / unit));
+}
+
+INSTANTIATE_TEST_SUITE_P(both_ways, recovery_limits,
+                         testing::Values(stopped_move{"recycling", lies::away},
+                                         stopped_move{"recording", lies::away}),
+                         name_of);
+
+}  // namespace

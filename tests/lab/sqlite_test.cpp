@@ -1,0 +1,75 @@
+#include "lab/sqlite.h"
+
+#include <limits>
+
+#include "world.h"
+
+namespace {
+
+class sqlite : public testing::Test {
+ protected:
+  lab::database connect() const {
+    return {temporary_.path() / "test.db", lab::database::mode::create,
+            std::chrono::milliseconds(0)};
+  }
+
+ private:
+  world::temporary_folder temporary_;
+};
+
+std::int64_t count(lab::database const& from) {
+  lab::statement query(from, "SELECT count(*) FROM t");
+  return query.next() ? query.integer(0) : -1;
+}
+
+TEST_F(sqlite, values_come_back_as_they_were_bound) {
+  auto const database = connect();
+  lab::statement query(database, "SELECT ?, ?, ?, ?");
+  std::string const text("a\0'b", 4);
+  query.with(std::numeric_limits<std::int64_t>::min(), text, -1, "");
+  ASSERT_TRUE(query.next());
+  EXPECT_EQ(std::numeric_limits<std::int64_t>::min(), query.integer(0));
+  EXPECT_EQ(text, query.text(1));
+  EXPECT_EQ(-1, query.integer32(2));
+  EXPECT_EQ("", query.text(3));
+  EXPECT_FALSE(query.next());
+}
+
+TEST_F(sqlite, a_transaction_that_is_not_committed_did_not_happen) {
+  auto database = connect();
+  database.execute("CREATE TABLE t (x)");
+  {
+    lab::transaction const dropped(database, lab::transaction_kind::writing);
+    database.execute("INSERT INTO t VALUES (1)");
+  }
+  EXPECT_EQ(0, count(database));
+  lab::transaction kept(database, lab::transaction_kind::writing);
+  database.execute("INSERT INTO t VALUES (1)");
+  kept.commit();
+  EXPECT_EQ(1, count(connect()));
+}
+
+TEST_F(sqlite, busy_is_told_from_other_failures) {
+  auto one = connect();
+  auto other = connect();
+  one.execute("CREATE TABLE t (x NOT NULL)");
+  lab::transaction const writing(one, lab::transaction_kind::writing);
+  EXPECT_THROW(lab::transaction(other, lab::transaction_kind::writing), lab::busy_error);
+  EXPECT_EQ(0, count(other));
+  try {
+    one.execute("INSERT INTO t VALUES (NULL)");
+    FAIL() << "a constraint was not kept";
+  } catch (lab::busy_error const&) {
+    FAIL() << "a broken constraint is not busy";
+  } catch (lab::database_error const& failure) {
+    EXPECT_STREQ("catalogue: NOT NULL constraint failed: t.x", failure.what());
+  }
+}
+
+TEST_F(sqlite, foreign_keys_are_kept) {
+  auto database = connect();
+  database.execute("CREATE TABLE a (id INTEGER PRIMARY KEY); CREATE TABLE b (a REFERENCES a)");
+  EXPECT_THROW(database.execute("INSERT INTO b VALUES (1)"), lab::database_error);
+}
+
+}  // namespace
