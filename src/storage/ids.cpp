@@ -1,0 +1,26 @@
+#include "storage/ids.h"
+
+namespace st {
+
+std::array<char, 37> id_characters(kivsid const& id) noexcept {
+  std::array<char, 37> characters{};
+  std::memcpy(characters.data(), &id.number, sizeof id.number);
+  std::memcpy(characters.data() + sizeof id.number, id.text, sizeof id.text);
+  return characters;
+}
+
+channel_sid identity_of(channel_sid const& channel) noexcept {
+  channel_sid identity;
+  identity.number = channel.number;
+  std::memcpy(identity.id, channel.id, sizeof identity.id);
+  return identity;
+}
+
+bool is_max_id(channel_sid const& channel) noexcept {
+  // A channel's id is compared with the text; max_kivsid is a storage id.
+  constexpr char max_text[] = "99999999999999999999999999999999";
+  static_assert(sizeof max_text == sizeof channel.id + 1);
+  return std::memcmp(channel.id, max_text, sizeof channel.id) == 0;
+}
+
+}  // namespace st

@@ -1,0 +1,68 @@
+#include <cstdlib>
+
+#include "scripted.h"
+
+namespace scripted {
+
+namespace {
+
+script outside_script() {
+  script lines;
+  space_info space;
+  std::string("Storage1").copy(space.name, sizeof space.name - 1);
+  space.total_size = 1907729;
+  space.used_size = 1000000;
+  lines.spaces.push_back(space);
+  if (char const* const operation = std::getenv("SCRIPTED_THROW")) {
+    lines.faults.push_back({operation, effect::raise});
+  }
+  return lines;
+}
+
+}  // namespace
+
+recorder::recorder() : script_(outside_script()) {
+  if (char const* const file = std::getenv("SCRIPTED_LOG")) log_.open(file, std::ios::app);
+}
+
+recorder& recorder::instance() {
+  static recorder only;
+  return only;
+}
+
+void recorder::start(scripted::script const& lines, std::string const& log_file) {
+  script_ = lines;
+  numbers_.clear();
+  occurrences_.clear();
+  calls_ = 0;
+  log_.close();
+  log_.open(log_file, std::ios::app);
+}
+
+void recorder::note(std::string const& line) {
+  if (log_.is_open()) log_ << line << '\n' << std::flush;
+}
+
+fault const* recorder::fault_of(std::string const& operation) {
+  int const occurrence = ++occurrences_[operation];
+  for (fault const& each : script_.faults) {
+    bool const now = each.occurrence == 0 || each.occurrence == occurrence;
+    if (each.operation == operation && now) return &each;
+  }
+  return nullptr;
+}
+
+fault const* recorder::enter(std::string const& operation, std::string const& line,
+                             std::string const& handed_out) {
+  fault const* const found = fault_of(operation);
+  bool const raise = found != nullptr && found->what == effect::raise;
+  if (++calls_ == script_.throw_at || raise) {
+    note(line + " throws");
+    throw thrown(operation);
+  }
+  bool const keeps_back = found != nullptr && found->what != effect::complain;
+  note(handed_out.empty() || keeps_back ? line : line + " = " + handed_out);
+  return found;
+}
+
+}  // namespace scripted

@@ -1,0 +1,425 @@
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "scripted.h"
+
+namespace scripted {
+
+namespace {
+
+std::string text(std::string_view field) {
+  std::string shown(field.substr(0, field.find('\0')));
+  for (char& character : shown) {
+    if (std::isprint(static_cast<unsigned char>(character)) == 0) character = '?';
+  }
+  return shown;
+}
+
+// 36 characters when the number is four of them, otherwise "number:text".
+std::string shown(std::int32_t number, std::string_view id, std::uint16_t terminator) {
+  char first[sizeof number];
+  std::memcpy(first, &number, sizeof number);
+  bool const printable = std::all_of(std::begin(first), std::end(first),
+                                     [](unsigned char each) { return std::isprint(each) != 0; });
+  std::string const lead =
+      printable ? std::string(first, sizeof first) : std::to_string(number) + ":";
+  return lead + text(id) + (terminator == 0 ? "" : " without terminator");
+}
+
+std::string shown(kivsid const& id) {
+  return shown(id.number, {id.text, sizeof id.text}, id.terminator);
+}
+
+std::string shown(channel_sid const& channel) {
+  auto const* const first = std::begin(channel.filler_38);
+  bool const clean = std::all_of(first, std::end(channel.filler_38), [](int b) { return b == 0; });
+  return std::to_string(channel.number) + ":" + text({channel.id, sizeof channel.id}) +
+         (channel.terminator == 0 ? "" : " without terminator") + (clean ? "" : " with filler");
+}
+
+std::string shown(stream_info const& stream) {
+  return shown(stream.channel) + " stream " + std::to_string(stream.stream) + " type " +
+         std::to_string(stream.recording_type);
+}
+
+std::string shown(volume_body const& body) {
+  return "name " + text({body.name, sizeof body.name}) + ", type " + std::to_string(body.type) +
+         ", state " + std::to_string(body.state) + ", volume_no " +
+         std::to_string(body.share.volume_no) + ", space_uuid " +
+         text({body.space_uuid, sizeof body.space_uuid});
+}
+
+std::string shown(volume_share_info const& query) {
+  std::string numbers;
+  for (std::int32_t const number : {query.number_1088, query.number_1092, query.volume_no,
+                                    query.number_1100, query.number_1104}) {
+    numbers += (numbers.empty() ? "" : " ") + std::to_string(number);
+  }
+  std::string texts;
+  for (std::string_view const field : {std::string_view(query.text_0, sizeof query.text_0),
+                                       std::string_view(query.text_512, sizeof query.text_512),
+                                       std::string_view(query.text_1024, sizeof query.text_1024),
+                                       std::string_view(query.text_1108, sizeof query.text_1108),
+                                       std::string_view(query.path, sizeof query.path)}) {
+    if (field.find_first_not_of('\0') != std::string_view::npos) texts += " '" + text(field) + "'";
+  }
+  return numbers + texts;
+}
+
+template <typename Record>
+std::string fresh(std::list<Record> const& list) {
+  return list.empty() ? "" : " already filled";
+}
+
+bool answers(fault const* found) { return found == nullptr || found->what == effect::complain; }
+
+int result_of(fault const* found) {
+  return found == nullptr || found->what == effect::null ? 0 : found->result;
+}
+
+template <typename Record>
+int append(fault const* found, std::list<Record> const& answer, std::list<Record>& list) {
+  if (answers(found)) list.insert(list.end(), answer.begin(), answer.end());
+  return result_of(found);
+}
+
+recorder& log() { return recorder::instance(); }
+script const& lines() { return log().script(); }
+
+struct storage_setting final : IStorageSetting {
+  int set_volume_info(kivsid const& volume, volume_body const& body) override {
+    fault const* const found = log().enter(
+        "set_volume_info", "setting.set_volume_info(" + shown(volume) + ", " + shown(body) + ")");
+    if (answers(found) && lines().write_volume) lines().write_volume(volume, body);
+    return result_of(found);
+  }
+
+  int get_volume_info(kivsid const& volume, volume_body& body) override {
+    fault const* const found = log().enter(
+        "get_volume_info", "setting.get_volume_info(" + shown(volume) + ", " + shown(body) + ")");
+    if (!answers(found)) return result_of(found);
+    if (lines().read_volume) {
+      lines().read_volume(volume, body);
+      return result_of(found);
+    }
+    for (volume_info const& each : lines().volumes) {
+      if (shown(each.sid) == shown(volume)) body = each.body;
+    }
+    return result_of(found);
+  }
+
+  int apply_volume_setting(char const* space_uuid) override {
+    return result_of(log().enter("apply_volume_setting",
+                                 "setting.apply_volume_setting(" + text({space_uuid, 36}) + ")"));
+  }
+
+  int get_space_channel_list(kivsid const& space, std::list<channel_sid>& channels) override {
+    return append(log().enter("get_space_channel_list", "setting.get_space_channel_list(" +
+                                                            shown(space) + fresh(channels) + ")"),
+                  lines().space_channels, channels);
+  }
+
+  int get_channel_total_recording_size(kivsid const& space, channel_sid const& channel,
+                                       std::int64_t* size) override {
+    return fill_size(log().enter("get_channel_total_recording_size",
+                                 "setting.get_channel_total_recording_size(" + shown(space) + ", " +
+                                     shown(channel) + ", " + std::to_string(*size) + ")"),
+                     channel, 0, size);
+  }
+
+  int get_channel_recording_size(kivsid const& space, channel_sid const& channel,
+                                 int recording_type, std::int64_t* size) override {
+    return fill_size(
+        log().enter("get_channel_recording_size",
+                    "setting.get_channel_recording_size(" + shown(space) + ", " + shown(channel) +
+                        ", " + std::to_string(recording_type) + ", " + std::to_string(*size) + ")"),
+        channel, recording_type, size);
+  }
+
+  int get_space_channel_storage_list(kivsid const& space,
+                                     std::list<channel_storage_info>& pairings) override {
+    return append(
+        log().enter("get_space_channel_storage_list", "setting.get_space_channel_storage_list(" +
+                                                          shown(space) + fresh(pairings) + ")"),
+        lines().pairings, pairings);
+  }
+
+  int get_space_list(std::list<space_info>& spaces) override {
+    return append(log().enter("get_space_list", "setting.get_space_list(" + fresh(spaces) + ")"),
+                  lines().spaces, spaces);
+  }
+
+  int get_volume_list(std::list<volume_info>& volumes) override {
+    return append(log().enter("get_volume_list", "setting.get_volume_list(" + fresh(volumes) + ")"),
+                  lines().volumes, volumes);
+  }
+
+  int get_channel_list(std::list<channel_setting>& channels, int selector) override {
+    return append(
+        log().enter("get_channel_list",
+                    "setting.get_channel_list(" + std::to_string(selector) + fresh(channels) + ")"),
+        lines().channels, channels);
+  }
+
+ private:
+  static int fill_size(fault const* found, channel_sid const& channel, int recording_type,
+                       std::int64_t* size) {
+    if (answers(found) && lines().recording_size) {
+      *size = lines().recording_size(channel, recording_type);
+    }
+    return result_of(found);
+  }
+};
+
+struct plug_play final : IPlugPlayService {
+  int get_volume_channels(volume_share_info const& query, char const* first_id,
+                          char const* second_id, std::list<std::uint32_t>& channels) override {
+    fault const* const found =
+        log().enter("get_volume_channels", "plug_play_service.get_volume_channels(" + shown(query) +
+                                               ", " + first_id + ", " + second_id + ")");
+    if (answers(found)) {
+      channels =
+          lines().volume_channels ? lines().volume_channels(query) : std::list<std::uint32_t>{};
+    }
+    return result_of(found);
+  }
+};
+
+int answer_days(std::string const& object, channel_sid const& channel, int recording_type,
+                int selector, std::list<storage_id_text> const& storage_ids, day_list* days) {
+  std::string ids;
+  for (storage_id_text const& id : storage_ids) ids += text({id.text, sizeof id.text}) + ", ";
+  bool const empty = days->count == 0 && days->days == nullptr;
+  fault const* const found =
+      log().enter("get_recording_days",
+                  object + ".get_recording_days(" + std::to_string(recording_type) + ", " +
+                      std::to_string(selector) + ", " + ids + (empty ? "no days" : "days") + ")");
+  if (answers(found) && lines().days) lines().days(channel, recording_type, days);
+  return result_of(found);
+}
+
+struct session final : IFrameChannelSession {
+  explicit session(channel_sid const& of)
+      : channel(of), name("session#" + std::to_string(log().number("session"))) {}
+
+  int get_time_period_list(int recording_type, int stream, std::int64_t start, std::int64_t end,
+                           std::list<time_period>& periods, int first, int second,
+                           int third) override {
+    std::string arguments;
+    for (std::int64_t const number :
+         {std::int64_t{recording_type}, std::int64_t{stream}, start, end, std::int64_t{first},
+          std::int64_t{second}, std::int64_t{third}}) {
+      arguments += (arguments.empty() ? "" : ", ") + std::to_string(number);
+    }
+    fault const* const found =
+        log().enter("get_time_period_list", name + ".get_time_period_list(" + arguments + ")");
+    if (answers(found)) {
+      periods = lines().periods ? lines().periods(channel, recording_type, stream)
+                                : std::list<time_period>{};
+    }
+    return result_of(found);
+  }
+
+  int get_recording_days(int recording_type, int selector, std::list<storage_id_text> storage_ids,
+                         day_list* days) override {
+    return answer_days(name, channel, recording_type, selector, storage_ids, days);
+  }
+
+  channel_sid channel;
+  std::string name;
+};
+
+struct configuration final : IChannelStorageConfiguration {
+  explicit configuration(channel_sid const& of)
+      : channel(of), name("configuration#" + std::to_string(log().number("configuration"))) {}
+
+  int get_recording_days(int recording_type, int selector, std::list<storage_id_text> storage_ids,
+                         day_list* days) override {
+    return answer_days(name, channel, recording_type, selector, storage_ids, days);
+  }
+
+  channel_sid channel;
+  std::string name;
+};
+
+std::string shown(void const* pointer, std::string const& name) {
+  return pointer == nullptr ? "null" : name;
+}
+
+// Hands out an object that the process keeps, or nothing.
+template <typename Interface>
+int hand_out(std::string const& object, std::string const& what, Interface* given,
+             Interface** taker) {
+  fault const* const found = log().enter(
+      "create_" + what, object + ".create_" + what + "(" + shown(*taker, "filled") + ")", what);
+  if (answers(found)) *taker = given;
+  return result_of(found);
+}
+
+template <typename Interface>
+int take_back(std::string const& object, std::string const& what, Interface** taker) {
+  fault const* const found =
+      log().enter("destroy_" + what, object + ".destroy_" + what + "(" + shown(*taker, what) + ")");
+  *taker = nullptr;
+  return result_of(found);
+}
+
+// Hands out an object of its own for one channel, or nothing. Whoever does not
+// destroy it leaks it.
+template <typename Object, typename Interface>
+int hand_out_own(std::string const& object, std::string const& what, channel_sid const& channel,
+                 Interface** taker) {
+  auto own = std::make_unique<Object>(channel);
+  fault const* const found = log().enter(
+      "create_" + what,
+      object + ".create_" + what + "(" + shown(channel) + ", " + shown(*taker, "filled") + ")",
+      own->name);
+  if (answers(found)) *taker = own.release();
+  return result_of(found);
+}
+
+// Takes it back; it is gone even when the call throws.
+template <typename Object, typename Interface>
+int take_back_own(std::string const& object, std::string const& what, std::string const& argument,
+                  Interface** taker) {
+  std::unique_ptr<Object> const own(static_cast<Object*>(*taker));
+  *taker = nullptr;
+  return result_of(log().enter("destroy_" + what, object + ".destroy_" + what + "(" + argument +
+                                                      (own ? own->name : "null") + ")"));
+}
+
+std::string construct(std::string const& kind) {
+  std::string name = kind + "#" + std::to_string(log().number(kind));
+  log().enter(kind, name + "()");
+  return name;
+}
+
+int recycle(std::string const& object, stream_info const& stream, std::int64_t start,
+            std::int64_t end, int option) {
+  return result_of(
+      log().enter("recycle_stream_data", object + ".recycle_stream_data(" + shown(stream) + ", " +
+                                             std::to_string(start) + ", " + std::to_string(end) +
+                                             ", " + std::to_string(option) + ")"));
+}
+
+int call(std::string const& object, std::string const& operation, std::string const& arguments) {
+  return result_of(log().enter(operation, object + "." + operation + "(" + arguments + ")"));
+}
+
+}  // namespace
+
+IStorageSetting* setting() {
+  static storage_setting only;
+  return &only;
+}
+
+IPlugPlayService* plug_play_service() {
+  static plug_play only;
+  return &only;
+}
+
+void fill_days(day_list* days, std::vector<std::string> const& texts) {
+  days->count = static_cast<std::int32_t>(texts.size());
+  days->days = static_cast<char**>(std::calloc(texts.size() + 1, sizeof(char*)));
+  std::transform(texts.begin(), texts.end(), days->days,
+                 [](std::string const& each) { return strdup(each.c_str()); });
+}
+
+}  // namespace scripted
+
+using scripted::log;
+
+struct CKivStorage::Impl {
+  std::string name = scripted::construct("CKivStorage");
+};
+CKivStorage::CKivStorage() : impl_(std::make_unique<Impl>()) {}
+CKivStorage::~CKivStorage() { log().note("~" + impl_->name); }
+
+int CKivStorage::create_storage_setting(IStorageSetting** setting) {
+  return scripted::hand_out(impl_->name, "storage_setting", scripted::setting(), setting);
+}
+int CKivStorage::destroy_storage_setting(IStorageSetting** setting) {
+  return scripted::take_back(impl_->name, "storage_setting", setting);
+}
+int CKivStorage::create_channel_configuration(channel_sid channel,
+                                              IChannelStorageConfiguration** configuration) {
+  return scripted::hand_out_own<scripted::configuration>(impl_->name, "channel_configuration",
+                                                         channel, configuration);
+}
+int CKivStorage::destroy_channel_configuration(int channel_number,
+                                               IChannelStorageConfiguration** configuration) {
+  return scripted::take_back_own<scripted::configuration>(
+      impl_->name, "channel_configuration", std::to_string(channel_number) + ", ", configuration);
+}
+
+struct CKivStorageDaemon::Impl {
+  std::string name = scripted::construct("CKivStorageDaemon");
+};
+CKivStorageDaemon::CKivStorageDaemon() : impl_(std::make_unique<Impl>()) {}
+CKivStorageDaemon::~CKivStorageDaemon() { log().note("~" + impl_->name); }
+
+int CKivStorageDaemon::create_plug_play_service(IPlugPlayService** service) {
+  return scripted::hand_out(impl_->name, "plug_play_service", scripted::plug_play_service(),
+                            service);
+}
+int CKivStorageDaemon::destroy_plug_play_service(IPlugPlayService** service) {
+  return scripted::take_back(impl_->name, "plug_play_service", service);
+}
+
+struct CKivChannel::Impl {
+  std::string name = scripted::construct("CKivChannel");
+};
+CKivChannel::CKivChannel() : impl_(std::make_unique<Impl>()) {}
+CKivChannel::~CKivChannel() { log().note("~" + impl_->name); }
+
+int CKivChannel::create_channel_session(channel_sid channel, IFrameChannelSession** session) {
+  return scripted::hand_out_own<scripted::session>(impl_->name, "channel_session", channel,
+                                                   session);
+}
+int CKivChannel::destroy_channel_session(IFrameChannelSession** session) {
+  return scripted::take_back_own<scripted::session>(impl_->name, "channel_session", "", session);
+}
+
+struct CFSTier::Impl {
+  std::string name = scripted::construct("CFSTier");
+};
+CFSTier::CFSTier() : impl_(std::make_unique<Impl>()) {}
+CFSTier::~CFSTier() { log().note("~" + impl_->name); }
+
+int CFSTier::init(kivsid const& space) {
+  return scripted::call(impl_->name, "init", scripted::shown(space));
+}
+int CFSTier::recycle_stream_data(stream_info const& stream, std::int64_t start, std::int64_t end,
+                                 int option) {
+  return scripted::recycle(impl_->name, stream, start, end, option);
+}
+int CFSTier::uninit() { return scripted::call(impl_->name, "uninit", ""); }
+
+struct CFSUnit::Impl {
+  std::string name = scripted::construct("CFSUnit");
+};
+CFSUnit::CFSUnit() : impl_(std::make_unique<Impl>()) {}
+CFSUnit::~CFSUnit() { log().note("~" + impl_->name); }
+
+int CFSUnit::init(kivsid const& volume) {
+  return scripted::call(impl_->name, "init", scripted::shown(volume));
+}
+int CFSUnit::recycle_stream_data(stream_info const& stream, std::int64_t start, std::int64_t end,
+                                 int option) {
+  return scripted::recycle(impl_->name, stream, start, end, option);
+}
+int CFSUnit::uninit() { return scripted::call(impl_->name, "uninit", ""); }
+
+void make_hour_folder_full_path(char* path, char const* storage_folder, stream_info stream,
+                                long long time) {
+  log().enter("make_hour_folder_full_path", std::string("make_hour_folder_full_path(") +
+                                                storage_folder + ", " + scripted::shown(stream) +
+                                                ", " + std::to_string(time) + ")");
+  auto const& hook = log().script().hour_folder;
+  std::string const folder =
+      hook ? hook(storage_folder, stream, time) : std::string(storage_folder) + "/hour";
+  path[folder.copy(path, 511)] = '\0';
+}

@@ -1,0 +1,60 @@
+#include "call_lines.h"
+
+namespace support {
+
+namespace {
+
+std::string text(std::int64_t number) { return std::to_string(number); }
+
+lines const entered = {"CKivStorage#1()", "CKivStorageDaemon#1()",
+                       "CKivStorage#1.create_storage_setting(null) = storage_setting"};
+lines const left = {"CKivStorage#1.destroy_storage_setting(storage_setting)",
+                    "~CKivStorageDaemon#1", "~CKivStorage#1"};
+
+}  // namespace
+
+lines chain(std::vector<lines> const& stretches) {
+  lines all;
+  for (lines const& each : stretches) all.insert(all.end(), each.begin(), each.end());
+  return all;
+}
+
+lines dispatched(lines const& handler) { return chain({entered, handler, left}); }
+
+lines dispatched_with_service(lines const& handler) {
+  return chain({entered,
+                {"CKivStorageDaemon#1.create_plug_play_service(null) = plug_play_service"},
+                handler,
+                {"CKivStorageDaemon#1.destroy_plug_play_service(plug_play_service)"},
+                left});
+}
+
+std::string channel_text(std::int32_t number, char key) {
+  return text(number) + ":" + filled(32, key);
+}
+
+lines span_lookup(int n, std::string const& channel, int recording_type, int stream,
+                  std::int64_t start, std::int64_t end) {
+  std::string const channels = "CKivChannel#" + text(n);
+  std::string const session = "session#" + text(n);
+  return {channels + "()", channels + ".create_channel_session(" + channel + ", null) = " + session,
+          session + ".get_time_period_list(" + text(recording_type) + ", " + text(stream) + ", " +
+              text(start) + ", " + text(end) + ", 0, 1, 1)",
+          channels + ".destroy_channel_session(" + session + ")", "~" + channels};
+}
+
+lines recycling(std::string const& kind, int n, std::string const& id, std::string const& channel,
+                int recording_type, int stream, std::int64_t start, std::int64_t end) {
+  std::string const object = kind + "#" + text(n);
+  return {object + "()", object + ".init(" + id + ")",
+          object + ".recycle_stream_data(" + channel + " stream " + text(stream) + " type " +
+              text(recording_type) + ", " + text(start) + ", " + text(end) + ", 0)",
+          object + ".uninit()", "~" + object};
+}
+
+lines failed_init(std::string const& kind, int n, std::string const& id) {
+  std::string const object = kind + "#" + text(n);
+  return {object + "()", object + ".init(" + id + ")", object + ".uninit()", "~" + object};
+}
+
+}  // namespace support

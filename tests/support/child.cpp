@@ -1,0 +1,142 @@
+#include "child.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "cli/dispatcher.h"
+
+// The clock of everything in a test program, time() by its symbol: what the
+// script says, or the real one.
+std::time_t scripted_time(std::time_t* out) noexcept __asm__("time");
+std::time_t scripted_time(std::time_t* out) noexcept {
+  auto const& clock = scripted::recorder::instance().script().clock;
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  std::time_t const seconds = clock ? static_cast<std::time_t>(clock()) : now.tv_sec;
+  if (out != nullptr) *out = seconds;
+  return seconds;
+}
+
+namespace support {
+
+namespace {
+
+void scrub_environment() {
+  setenv("LC_ALL", "C", 1);
+  setenv("TZ", "UTC", 1);
+  tzset();
+  for (char const* const name :
+       {"DU_BLOCK_SIZE", "BLOCK_SIZE", "BLOCKSIZE", "POSIXLY_CORRECT", "STLAB_RECORDER",
+        "STLAB_TRACE", "SCRIPTED_LOG", "SCRIPTED_THROW"}) {
+    unsetenv(name);
+  }
+}
+
+void write_to(std::string const& file, std::string const& text) {
+  std::ofstream(file, std::ios::binary) << text;
+}
+
+// Never returns: ends the child by exit(), so that the leak check runs.
+[[noreturn]] void be_the_child(scripted::script const& script, std::function<void()> const& body,
+                               std::string const& folder) {
+  int const out = open((folder + "/output").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  if (out < 0 || dup2(out, STDOUT_FILENO) < 0) _exit(126);
+  close(out);
+  scrub_environment();
+  scripted::recorder::instance().start(script, folder + "/calls");
+  try {
+    body();
+  } catch (std::exception const& error) {
+    write_to(folder + "/escaped", error.what());
+  }
+  std::exit(0);
+}
+
+int status_of(int wait_status) {
+  if (WIFEXITED(wait_status)) return WEXITSTATUS(wait_status);
+  return 128 + WTERMSIG(wait_status);
+}
+
+}  // namespace
+
+outcome in_child(scripted::script const& script, std::function<void()> const& body) {
+  temporary_folder const folder;
+  std::fflush(nullptr);
+  pid_t const child = fork();
+  if (child == 0) be_the_child(script, body, folder.path());
+
+  outcome result;
+  int wait_status = 0;
+  if (child < 0 || waitpid(child, &wait_status, 0) != child) {
+    ADD_FAILURE() << "no child process";
+    return result;
+  }
+  result.status = status_of(wait_status);
+  result.output = content_of(folder.path() + "/output");
+  for (std::string const& line : lines_of(content_of(folder.path() + "/calls"))) {
+    (line.rfind("nstrcpy(", 0) == 0 ? result.copies : result.calls).push_back(line);
+  }
+  if (std::filesystem::exists(folder.path() + "/escaped")) {
+    result.escaped = content_of(folder.path() + "/escaped");
+  }
+  return result;
+}
+
+std::function<void()> st_command(std::vector<std::string> const& words) {
+  return [words] {
+    std::vector<std::string> texts = {"st"};
+    texts.insert(texts.end(), words.begin(), words.end());
+    std::vector<char*> arguments;
+    std::transform(texts.begin(), texts.end(), std::back_inserter(arguments),
+                   [](std::string& each) { return each.data(); });
+    arguments.push_back(nullptr);
+    int const status = st::run(static_cast<int>(texts.size()), arguments.data());
+    if (status != 0) std::exit(status);
+  };
+}
+
+outcome run_st(scripted::script const& script, std::vector<std::string> const& words) {
+  return in_child(script, st_command(words));
+}
+
+temporary_folder::temporary_folder()
+    : path_((std::filesystem::temp_directory_path() / "st-test-XXXXXX").string()) {
+  if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no temporary folder");
+}
+
+temporary_folder::~temporary_folder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+std::string temporary_folder::make(std::string const& below) const {
+  std::string folder = path_ + "/" + below;
+  std::filesystem::create_directories(folder);
+  return folder;
+}
+
+std::string content_of(std::string const& file) {
+  std::ifstream const stream(file, std::ios::binary);
+  std::ostringstream content;
+  content << stream.rdbuf();
+  return content.str();
+}
+
+std::vector<std::string> lines_of(std::string const& text) {
+  std::istringstream stream(text);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+}  // namespace support

@@ -1,0 +1,50 @@
+// Runs what is tested in a child process, with the scripted service behind it,
+// and brings back what it printed and which calls it made. A leak found by the
+// leak sanitizer makes the child's status other than 0.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "scripted.h"
+
+namespace support {
+
+struct outcome {
+  std::string output;
+  std::vector<std::string> calls;      // the log without text copies
+  std::vector<std::string> copies;     // the log's nstrcpy lines
+  int status = -1;                     // 128 + n after signal n
+  std::optional<std::string> escaped;  // what() of the exception that came out
+};
+
+// The child's clock follows the script, its time zone is UTC and its
+// environment holds nothing that steers du or a recorder.
+outcome in_child(scripted::script const& script, std::function<void()> const& body);
+
+// The whole program: `st` with these words after its name.
+std::function<void()> st_command(std::vector<std::string> const& words);
+outcome run_st(scripted::script const& script, std::vector<std::string> const& words);
+
+// A folder of its own that goes with it.
+class temporary_folder {
+ public:
+  temporary_folder();
+  ~temporary_folder();
+  temporary_folder(temporary_folder const&) = delete;
+  temporary_folder& operator=(temporary_folder const&) = delete;
+
+  std::string const& path() const { return path_; }
+  // Makes a folder below this one, parents included; gives its full path.
+  std::string make(std::string const& below) const;
+
+ private:
+  std::string path_;
+};
+
+std::string content_of(std::string const& file);
+std::vector<std::string> lines_of(std::string const& text);
+
+}  // namespace support
