@@ -1,0 +1,36 @@
+// Where the client library finds its recorder, and how it opens it.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+
+#include "lab/recorder.h"
+
+namespace lab::client {
+
+// The folder that the library looks into when STLAB_RECORDER is unset or empty.
+inline constexpr char default_recorder_folder[] = "/var/lib/stlab/recorder";
+
+// The working directory at the process's first call into the library, against
+// which relative paths are resolved: a run changes its working directory.
+std::filesystem::path const& starting_folder();
+
+// The recorder's folder, absolute.
+std::filesystem::path recorder_folder();
+
+// Opens the recorder to change it. Throws lab::error.
+recorder open_writer();
+
+// The recorder as one entry object reads it: opened at the first need and
+// shared with what the object hands out.
+class source {
+ public:
+  // Throws lab::error when the recorder cannot be opened; the next call tries
+  // again.
+  std::shared_ptr<recorder const> reader();
+
+ private:
+  std::shared_ptr<recorder const> reader_;
+};
+
+}  // namespace lab::client

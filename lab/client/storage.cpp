@@ -1,0 +1,93 @@
+// CKivStorage: the settings interface and the channels' configurations.
+#include "lab/client/attempt.h"
+#include "lab/client/days.h"
+#include "lab/client/describe.h"
+#include "lab/client/handed_out.h"
+#include "lab/client/lookup.h"
+#include "lab/client/setting.h"
+#include "lab/client/source.h"
+#include "storage/service.h"
+
+namespace lab::client {
+
+namespace {
+
+class configuration final : public IChannelStorageConfiguration {
+ public:
+  configuration(std::shared_ptr<recorder const> from, channel_sid const& of)
+      : recorder_(std::move(from)), channel_(of) {}
+  virtual ~configuration() = default;
+  configuration(configuration const&) = delete;
+  configuration& operator=(configuration const&) = delete;
+
+  int get_recording_days(int recording_type, int selector, std::list<storage_id_text> storage_ids,
+                         day_list* days) override {
+    return traced_days("IChannelStorageConfiguration::get_recording_days", *recorder_, channel_,
+                       recording_type, selector, storage_ids, days);
+  }
+
+ private:
+  std::shared_ptr<recorder const> recorder_;
+  channel_sid channel_;
+};
+
+}  // namespace
+
+}  // namespace lab::client
+
+using lab::client::attempt;
+using lab::client::json;
+using lab::client::trace;
+
+struct CKivStorage::Impl {
+  lab::client::source source;
+  lab::client::handed_out<lab::client::setting, IStorageSetting> settings;
+  lab::client::handed_out<lab::client::configuration, IChannelStorageConfiguration> configurations;
+};
+
+CKivStorage::CKivStorage() : impl_(std::make_unique<Impl>()) {
+  trace("CKivStorage::CKivStorage", json::object({}), nullptr);
+}
+
+CKivStorage::~CKivStorage() { trace("CKivStorage::~CKivStorage", json::object({}), nullptr); }
+
+int CKivStorage::create_storage_setting(IStorageSetting** setting) {
+  constexpr char operation[] = "CKivStorage::create_storage_setting";
+  *setting = nullptr;
+  int const result =
+      attempt(operation, [&] { *setting = impl_->settings.add(impl_->source.reader()); });
+  trace(operation, json::object({}), lab::client::describe_obtained(result, *setting != nullptr));
+  return result;
+}
+
+int CKivStorage::destroy_storage_setting(IStorageSetting** setting) {
+  bool const given = setting != nullptr && *setting != nullptr;
+  int const result = impl_->settings.take_back(setting);
+  trace("CKivStorage::destroy_storage_setting", json::object({{"given", json::boolean(given)}}),
+        result);
+  return result;
+}
+
+int CKivStorage::create_channel_configuration(channel_sid channel,
+                                              IChannelStorageConfiguration** configuration) {
+  constexpr char operation[] = "CKivStorage::create_channel_configuration";
+  *configuration = nullptr;
+  int const result = attempt(operation, [&] {
+    auto from = impl_->source.reader();
+    lab::client::find_channel(*from, channel);
+    *configuration = impl_->configurations.add(std::move(from), channel);
+  });
+  trace(operation, json::object({{"channel", lab::client::describe_channel(channel)}}),
+        lab::client::describe_obtained(result, *configuration != nullptr));
+  return result;
+}
+
+int CKivStorage::destroy_channel_configuration(int channel_number,
+                                               IChannelStorageConfiguration** configuration) {
+  bool const given = configuration != nullptr && *configuration != nullptr;
+  int const result = impl_->configurations.take_back(configuration);
+  trace("CKivStorage::destroy_channel_configuration",
+        json::object({{"channel_number", channel_number}, {"given", json::boolean(given)}}),
+        result);
+  return result;
+}

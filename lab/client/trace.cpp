@@ -1,0 +1,113 @@
+#include "lab/client/trace.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include "lab/client/source.h"
+
+namespace lab::client {
+
+namespace {
+
+bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80; }
+
+// The length of the UTF-8 character that `text` begins with; 0 when there is
+// none (a stray or cut byte, an overlong form, a surrogate, beyond U+10FFFF).
+std::size_t utf8_length(std::string_view text) {
+  auto const first = static_cast<unsigned char>(text.front());
+  if (first < 0x80) return 1;
+  std::size_t length = 0;
+  if (first >= 0xc2 && first <= 0xdf) length = 2;
+  if (first >= 0xe0 && first <= 0xef) length = 3;
+  if (first >= 0xf0 && first <= 0xf4) length = 4;
+  if (length == 0 || text.size() < length) return 0;
+  std::string_view const rest = text.substr(1, length - 1);
+  if (!std::all_of(rest.begin(), rest.end(), is_continuation)) return 0;
+  auto const second = static_cast<unsigned char>(text[1]);
+  if (first == 0xe0 && second < 0xa0) return 0;
+  if (first == 0xed && second > 0x9f) return 0;
+  if (first == 0xf0 && second < 0x90) return 0;
+  if (first == 0xf4 && second > 0x8f) return 0;
+  return length;
+}
+
+std::string escaped(char byte) {
+  constexpr char digits[] = "0123456789abcdef";
+  auto const value = static_cast<unsigned char>(byte);
+  return std::string("\\u00") + digits[value >> 4U] + digits[value & 0xfU];
+}
+
+std::string quoted(std::string_view text) {
+  std::string written = "\"";
+  while (!text.empty()) {
+    char const first = text.front();
+    std::size_t const length = utf8_length(text);
+    if (first == '"' || first == '\\') {
+      written += '\\';
+      written += first;
+    } else if (length == 0 || static_cast<unsigned char>(first) < 0x20) {
+      written += escaped(first);
+    } else {
+      written += text.substr(0, length);
+    }
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return written + '"';
+}
+
+void append(std::filesystem::path const& file, std::string const& line) {
+  int const descriptor = ::open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+  if (descriptor < 0) return;
+  [[maybe_unused]] ssize_t const written = ::write(descriptor, line.data(), line.size());
+  ::close(descriptor);
+}
+
+}  // namespace
+
+json::json(std::string_view text) : text_(quoted(text)) {}
+
+json::json(char const* text) : text_(text == nullptr ? "null" : quoted(text)) {}
+
+json json::boolean(bool value) {
+  json made;
+  made.text_ = value ? "true" : "false";
+  return made;
+}
+
+json json::count(std::size_t number) {
+  json made;
+  made.text_ = std::to_string(number);
+  return made;
+}
+
+json json::array(std::vector<json> const& elements) {
+  json made;
+  for (json const& element : elements) {
+    made.text_ += (made.text_.empty() ? "" : ",") + element.text_;
+  }
+  made.text_ = '[' + made.text_ + ']';
+  return made;
+}
+
+json json::object(std::initializer_list<std::pair<char const*, json>> members) {
+  json made;
+  for (auto const& [name, value] : members) {
+    made.text_ += (made.text_.empty() ? "" : ",") + quoted(name) + ':' + value.text_;
+  }
+  made.text_ = '{' + made.text_ + '}';
+  return made;
+}
+
+void trace(char const* operation, json const& arguments, json const& result) {
+  // Also without a trace: the first call of all fixes the starting folder.
+  std::filesystem::path const& start = starting_folder();
+  char const* const file = std::getenv("STLAB_TRACE");
+  if (file == nullptr || *file == '\0') return;
+  append(start / file, json::array({operation, arguments, result}).text() + '\n');
+}
+
+}  // namespace lab::client

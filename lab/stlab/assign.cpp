@@ -1,0 +1,43 @@
+#include <iostream>
+#include <memory>
+
+#include "lab/stlab/commands.h"
+#include "lab/stlab/options.h"
+#include "lab/stlab/recorder_access.h"
+
+namespace stlab {
+
+namespace {
+
+struct settings {
+  std::filesystem::path folder;
+  std::int32_t channel = 0;
+  std::string volume;
+};
+
+exit_status assign(settings const& asked) {
+  lab::recorder recorder = open_recorder(asked.folder, lab::access::read_write);
+  lab::channel const channel = find_channel(recorder, asked.channel);
+  lab::volume const volume = find_volume(recorder, asked.volume);
+  recorder.assign(channel.id, volume.id);
+  std::cout << channel_label(channel.number) << " records into " << volume.name << '\n';
+  return exit_status::done;
+}
+
+}  // namespace
+
+void add_assign(CLI::App& tool, action& chosen) {
+  auto const asked = std::make_shared<settings>();
+  CLI::App& command =
+      *tool.add_subcommand("assign", "Makes a channel record into one volume from now on");
+  add_folder(command, asked->folder);
+  command.add_option("--channel", asked->channel, "The channel, counted from 0")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("N");
+  command.add_option("--volume", asked->volume, "The volume's name")
+      ->type_name("NAME")
+      ->default_str("the first one");
+  command.callback([asked, &chosen] { chosen = [asked] { return assign(*asked); }; });
+}
+
+}  // namespace stlab

@@ -1,0 +1,36 @@
+// The subcommands of stlab, one source each.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <stdexcept>
+
+namespace stlab {
+
+enum class exit_status { done = 0, refused = 1, usage = 2, unusable = 3 };
+
+// What the command line asks for.
+using action = std::function<exit_status()>;
+
+// Thrown by an action that cannot do what is asked: exit_status::refused.
+class refusal : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// Thrown when there is no usable recorder: exit_status::unusable.
+class unusable : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// Each adds its subcommand to the tool. When the command line names it,
+// `chosen` becomes its action.
+void add_make(CLI::App& tool, action& chosen);
+void add_show(CLI::App& tool, action& chosen);
+void add_record(CLI::App& tool, action& chosen);
+void add_expire(CLI::App& tool, action& chosen);
+void add_leak(CLI::App& tool, action& chosen);
+void add_lose_id(CLI::App& tool, action& chosen);
+void add_assign(CLI::App& tool, action& chosen);
+void add_check(CLI::App& tool, action& chosen);
+
+}  // namespace stlab

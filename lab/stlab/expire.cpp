@@ -1,0 +1,41 @@
+#include <iostream>
+#include <memory>
+
+#include "lab/stlab/commands.h"
+#include "lab/stlab/options.h"
+#include "lab/stlab/recorder_access.h"
+#include "lab/stlab/times.h"
+
+namespace stlab {
+
+namespace {
+
+struct settings {
+  std::filesystem::path folder;
+  int days = 2;
+  std::int64_t now_s = 0;
+};
+
+exit_status expire(settings const& asked) {
+  std::int64_t const before_ms = asked.now_s * 1000 - asked.days * day_milliseconds;
+  std::int64_t const units = open_recorder(asked.folder, lab::access::read_write).expire(before_ms);
+  std::cout << "expired what ended before " << utc_text(before_ms) << " UTC: " << units
+            << " units came back\n";
+  return exit_status::done;
+}
+
+}  // namespace
+
+void add_expire(CLI::App& tool, action& chosen) {
+  auto const asked = std::make_shared<settings>();
+  CLI::App& command =
+      *tool.add_subcommand("expire", "Retention: drops old periods and gives their units back");
+  add_folder(command, asked->folder);
+  add_now(command, asked->now_s);
+  command.add_option("--days", asked->days, "Keeps what ended within so many days of 24 hours")
+      ->check(CLI::Range(0, 36'500))
+      ->type_name("N");
+  command.callback([asked, &chosen] { chosen = [asked] { return expire(*asked); }; });
+}
+
+}  // namespace stlab

@@ -1,0 +1,160 @@
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include "lab/stlab/commands.h"
+#include "lab/stlab/hours.h"
+#include "lab/stlab/options.h"
+#include "lab/stlab/recorder_access.h"
+#include "lab/stlab/times.h"
+
+namespace stlab {
+
+namespace {
+
+// Retention forgets hours before the earliest period that is still known; what
+// is younger than this can be recycled from there.
+constexpr std::int64_t recycled_days = 30;
+
+struct settings {
+  std::filesystem::path folder;
+  std::string volume;
+  std::optional<std::int32_t> channel;
+  std::int32_t stream = 0;
+  std::string type = "normal";
+  std::optional<int> hours;
+  std::optional<int> units;
+  std::int64_t now_s = 0;
+};
+
+// What a stream knows of the recycled days, and what is left there to forget.
+struct stream_outlook {
+  std::optional<std::int64_t> earliest_ms;  // start of the first known period
+  std::int64_t known_hour_ms;               // the hour that is recorded without one
+  std::int64_t end_ms;                      // of the last hour that can leak
+  std::int64_t possible_hours;
+};
+
+// The hours that are going to leak: `hours` of them, the last one ending at
+// `end_ms`, with `units` units each.
+struct leak_plan {
+  std::int64_t end_ms;
+  std::int64_t hours;
+  std::int64_t units;
+};
+
+stream_outlook look_at(lab::recorder const& in, lab::stream const& of, std::int64_t now_ms) {
+  std::int64_t const span_start_ms = now_ms - recycled_days * day_milliseconds;
+  // The first whole hour of the span, and one of margin, so that the leak can
+  // still be recycled a while later.
+  std::int64_t const floor_ms = lab::hour_of(span_start_ms) + 2 * lab::hour_milliseconds;
+  stream_outlook outlook{{}, lab::hour_of(now_ms) - lab::hour_milliseconds, 0, 0};
+  for (lab::period const& each : in.periods(of, {span_start_ms, now_ms})) {
+    outlook.earliest_ms = std::min(outlook.earliest_ms.value_or(each.start_ms), each.start_ms);
+  }
+  outlook.end_ms = lab::hour_of(outlook.earliest_ms.value_or(outlook.known_hour_ms));
+  outlook.possible_hours =
+      std::max<std::int64_t>(0, (outlook.end_ms - floor_ms) / lab::hour_milliseconds);
+  return outlook;
+}
+
+std::int64_t divided_up(std::int64_t value, std::int64_t by) { return (value + by - 1) / by; }
+
+// Clearly more than the twentieth of a volume that counts as a leak.
+std::int64_t default_leak(lab::volume_account const& account) { return account.total / 10 + 1; }
+
+// By default one unit an hour, and more only when the hours do not suffice.
+leak_plan default_plan(stream_outlook const& outlook, std::int64_t wanted_units) {
+  std::int64_t const hours = std::clamp<std::int64_t>(outlook.possible_hours, 1, wanted_units);
+  return {outlook.end_ms, hours, divided_up(wanted_units, hours)};
+}
+
+leak_plan asked_plan(settings const& asked, stream_outlook const& outlook,
+                     std::int64_t wanted_units) {
+  if (!asked.hours && !asked.units) return default_plan(outlook, wanted_units);
+  std::int64_t const units = asked.units.value_or(1);
+  std::int64_t const hours = asked.hours ? *asked.hours : divided_up(wanted_units, units);
+  return {outlook.end_ms, hours, units};
+}
+
+void require_hours(leak_plan const& plan, stream_outlook const& outlook) {
+  if (plan.hours <= outlook.possible_hours) return;
+  throw refusal("only " + std::to_string(outlook.possible_hours) +
+                " hours lie between the start of the last " + std::to_string(recycled_days) +
+                " days and the stream's earliest known period, " + utc_text(outlook.end_ms) +
+                " UTC; " + std::to_string(plan.hours) + " are needed (see stlab expire)");
+}
+
+void require_units(leak_plan const& plan, stream_outlook const& outlook,
+                   lab::volume_account const& account) {
+  std::int64_t const needed = plan.hours * plan.units + (outlook.earliest_ms ? 0 : 1);
+  if (needed <= account.preallocated) return;
+  throw refusal("only " + std::to_string(account.preallocated) + " units are free; " +
+                std::to_string(needed) + " are needed");
+}
+
+std::vector<std::int64_t> record_hours(lab::recorder& in, lab::volume const& volume,
+                                       lab::stream const& of, leak_plan const& plan) {
+  std::vector<std::int64_t> ids;
+  for (std::int64_t hour = 1; hour <= plan.hours; ++hour) {
+    std::int64_t const hour_ms = plan.end_ms - hour * lab::hour_milliseconds;
+    in.record(volume.id, of, hour_ms, static_cast<int>(plan.units));
+    for (lab::period const& made : periods_in_hour(in, of, hour_ms)) ids.push_back(made.id);
+  }
+  return ids;
+}
+
+exit_status leak(settings const& asked) {
+  lab::recorder recorder = open_recorder(asked.folder, lab::access::read_write);
+  lab::volume const volume = find_volume(recorder, asked.volume);
+  lab::channel const channel =
+      asked.channel ? find_channel(recorder, *asked.channel) : assigned_channel(recorder, volume);
+  lab::stream const of{channel.id, type_code(asked.type), asked.stream};
+  std::string const label = stream_label(channel.number, of.recording_type, of.number);
+  stream_outlook const outlook = look_at(recorder, of, asked.now_s * 1000);
+  lab::volume_account const account = recorder.account(volume.id);
+  leak_plan const plan = asked_plan(asked, outlook, default_leak(account));
+  require_hours(plan, outlook);
+  require_units(plan, outlook, account);
+  if (!outlook.earliest_ms) {
+    recorder.record(volume.id, of, outlook.known_hour_ms, 1);
+    std::cout << "recorded " << label << ' ' << utc_text(outlook.known_hour_ms) << " UTC on "
+              << volume.name << ": a stream without any known period is not recycled\n";
+  }
+  recorder.forget(record_hours(recorder, volume, of, plan));
+  std::cout << "leaked " << plan.hours * plan.units * recorder.unit_mb() << " MB on " << volume.name
+            << ": " << label << ", " << plan.hours << " hours before " << utc_text(plan.end_ms)
+            << " UTC, units an hour " << plan.units << '\n';
+  return exit_status::done;
+}
+
+}  // namespace
+
+void add_leak(CLI::App& tool, action& chosen) {
+  auto const asked = std::make_shared<settings>();
+  CLI::App& command = *tool.add_subcommand(
+      "leak", "Retention gone wrong: forgets hours of a stream but leaves their units in place");
+  add_folder(command, asked->folder);
+  add_now(command, asked->now_s);
+  command.add_option("--volume", asked->volume, "The volume's name")
+      ->type_name("NAME")
+      ->default_str("the first one");
+  command.add_option("--channel", asked->channel, "The channel, counted from 0")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("N")
+      ->default_str("the first that records into the volume");
+  add_stream(command, asked->stream);
+  add_type(command, asked->type, {"normal", "alarm"});
+  command.add_option("--hours", asked->hours, "Hours to leak, the latest ones before those known")
+      ->check(CLI::Range(1, most_hours))
+      ->type_name("N")
+      ->default_str("a tenth of the volume");
+  command.add_option("--units", asked->units, "Units for each hour")
+      ->check(CLI::Range(1, most_units))
+      ->type_name("N")
+      ->default_str("1, or more when the hours do not suffice");
+  command.callback([asked, &chosen] { chosen = [asked] { return leak(*asked); }; });
+}
+
+}  // namespace stlab

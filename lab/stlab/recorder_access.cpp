@@ -1,0 +1,75 @@
+#include "lab/stlab/recorder_access.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "lab/stlab/commands.h"
+
+namespace stlab {
+
+namespace {
+
+char const* type_letters(std::int32_t recording_type) {
+  switch (recording_type) {
+    case 4:
+      return "NR";
+    case 1:
+      return "AR";
+    default:
+      return "MR";
+  }
+}
+
+std::string two_digits(std::int32_t number) {
+  return (number < 10 ? "0" : "") + std::to_string(number);
+}
+
+}  // namespace
+
+lab::recorder open_recorder(std::filesystem::path const& folder, lab::access mode) {
+  try {
+    return lab::recorder::open(folder, mode);
+  } catch (lab::error const& problem) {
+    throw unusable(problem.what());
+  }
+}
+
+lab::volume find_volume(lab::recorder const& in, std::string const& name) {
+  for (lab::volume const& each : in.volumes()) {
+    if (name.empty() || each.name == name) return each;
+  }
+  throw refusal(name.empty() ? "the recorder has no volume" : "there is no volume " + name);
+}
+
+lab::channel find_channel(lab::recorder const& in, std::int32_t number) {
+  for (lab::channel const& each : in.channels()) {
+    if (each.number == number) return each;
+  }
+  throw refusal("there is no channel " + std::to_string(number));
+}
+
+lab::volume assigned_volume(lab::recorder const& in, lab::channel const& of) {
+  for (lab::volume const& each : in.volumes()) {
+    for (lab::channel const& assigned : in.volume_channels(each.volume_no)) {
+      if (assigned.id == of.id) return each;
+    }
+  }
+  throw refusal("channel " + std::to_string(of.number) +
+                " records into no volume (see stlab assign)");
+}
+
+lab::channel assigned_channel(lab::recorder const& in, lab::volume const& to) {
+  std::vector<lab::channel> const assigned = in.volume_channels(to.volume_no);
+  if (assigned.empty()) {
+    throw refusal("no channel records into volume " + to.name + "; name one with --channel");
+  }
+  return assigned.front();
+}
+
+std::string channel_label(std::int32_t number) { return "ch" + two_digits(number + 1); }
+
+std::string stream_label(std::int32_t number, std::int32_t recording_type, std::int32_t stream) {
+  return channel_label(number) + ' ' + type_letters(recording_type) + " S" + two_digits(stream);
+}
+
+}  // namespace stlab

@@ -1,0 +1,34 @@
+// Opening a recorder for a subcommand, and finding things in it.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "lab/recorder.h"
+
+namespace stlab {
+
+// Throws unusable.
+lab::recorder open_recorder(std::filesystem::path const& folder, lab::access mode);
+
+// Each throws refusal when there is no such thing.
+
+// An empty name stands for the recorder's first volume.
+lab::volume find_volume(lab::recorder const& in, std::string const& name);
+
+lab::channel find_channel(lab::recorder const& in, std::int32_t number);
+
+// The first volume that the channel is assigned to.
+lab::volume assigned_volume(lab::recorder const& in, lab::channel const& of);
+
+// The first channel that is assigned to the volume.
+lab::channel assigned_channel(lab::recorder const& in, lab::volume const& to);
+
+// "ch01" for channel 0.
+std::string channel_label(std::int32_t number);
+
+// "ch01 NR S00".
+std::string stream_label(std::int32_t number, std::int32_t recording_type, std::int32_t stream);
+
+}  // namespace stlab

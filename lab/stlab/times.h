@@ -1,0 +1,20 @@
+// Moments in ms since the epoch, as the subcommands count and show them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "lab/layout.h"
+
+namespace stlab {
+
+inline constexpr std::int64_t day_milliseconds = 24 * lab::hour_milliseconds;
+
+// "2026-11-21 07:00", in UTC.
+std::string utc_text(std::int64_t time_ms);
+
+// The start of the UTC hour that holds the local midnight `days_back` days
+// before the one that began the local day of `time_ms`.
+std::int64_t midnight_hour(std::int64_t time_ms, int days_back);
+
+}  // namespace stlab

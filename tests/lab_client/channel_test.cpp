@@ -1,0 +1,172 @@
+// Frame sessions and channel configurations on a real recorder.
+#include <cstdlib>
+#include <cstring>
+
+#include "bench.h"
+#include "storage/service.h"
+#include "storage/text.h"
+
+namespace {
+
+using bench::bench_test;
+using bench::hour_ms;
+
+constexpr std::int64_t base_ms = bench::now_ms - bench::now_ms % (24 * hour_ms);
+
+class sessions : public bench_test {
+ protected:
+  sessions() {
+    make();
+    EXPECT_EQ(0, channels_.create_channel_session(bench::channel_id(channel(0)), &session));
+    EXPECT_EQ(
+        0, storage_.create_channel_configuration(bench::channel_id(channel(0)), &configuration_));
+  }
+
+  void record(std::int64_t start_ms, std::int32_t type = bench::normal, std::size_t on = 0) const {
+    writer().record(volume(on).id, {channel(0).id, type, 1}, start_ms, 1);
+  }
+
+  std::list<time_period> periods(std::int64_t start, std::int64_t end) {
+    std::list<time_period> found(2);
+    EXPECT_EQ(0, session->get_time_period_list(bench::normal, 1, start, end, found, 0, 1, 1));
+    return found;
+  }
+
+  // The days under the given storage ids; frees what the library allocated.
+  std::vector<std::string> days(std::int32_t type, std::vector<std::string> const& ids) {
+    std::list<storage_id_text> texts;
+    for (std::string const& id : ids) id.copy(texts.emplace_back().text, 31);
+    day_list from_session;
+    day_list from_configuration;
+    EXPECT_EQ(0, session->get_recording_days(type, 0, texts, &from_session));
+    EXPECT_EQ(0, configuration_->get_recording_days(type, 255, texts, &from_configuration));
+    std::vector<std::string> found = taken(from_session);
+    EXPECT_EQ(found, taken(from_configuration));
+    return found;
+  }
+
+  IFrameChannelSession* session = nullptr;
+
+ private:
+  static std::vector<std::string> taken(day_list const& days) {
+    std::vector<std::string> texts;
+    for (std::int32_t i = 0; i < days.count; ++i) {
+      texts.emplace_back(days.days[i]);
+      std::free(days.days[i]);
+    }
+    std::free(days.days);
+    return texts;
+  }
+
+  CKivChannel channels_;
+  CKivStorage storage_;
+  IChannelStorageConfiguration* configuration_ = nullptr;
+};
+
+TEST_F(sessions, the_list_is_replaced_by_the_periods_of_the_stream) {
+  record(base_ms);
+  record(base_ms, bench::alarm);
+  std::list<time_period> const found = periods(0, bench::now_ms);
+  ASSERT_EQ(1U, found.size());
+  EXPECT_EQ(1, found.front().stream);
+  EXPECT_EQ(base_ms, found.front().start_time);
+  EXPECT_EQ(base_ms + hour_ms, found.front().end_time);
+  EXPECT_EQ(volume(0).sid_number, found.front().storage_id.number);
+  EXPECT_EQ(volume(0).sid_text, std::string(found.front().storage_id.text, 32));
+}
+
+TEST_F(sessions, periods_that_overlap_the_span_count) {
+  record(base_ms);
+  EXPECT_EQ(1U, periods(base_ms + hour_ms - 1, base_ms + 5 * hour_ms).size());
+  EXPECT_EQ(0U, periods(base_ms + hour_ms, base_ms + 5 * hour_ms).size());
+  EXPECT_EQ(1U, periods(0, base_ms).size());
+  EXPECT_EQ(0U, periods(0, base_ms - 1).size());
+  EXPECT_EQ(0U, periods(base_ms + 2, base_ms + 1).size());
+}
+
+TEST_F(sessions, a_period_without_storage_id_has_an_empty_text) {
+  record(base_ms);
+  writer().lose_storage_id({reader().periods().front().id});
+  std::list<time_period> const found = periods(0, bench::now_ms);
+  ASSERT_EQ(1U, found.size());
+  EXPECT_EQ(std::string(32, '\0'), std::string(found.front().storage_id.text, 32));
+  EXPECT_EQ(0, found.front().storage_id.number);
+}
+
+TEST_F(sessions, a_type_or_stream_without_recordings_has_no_periods) {
+  record(base_ms);
+  std::list<time_period> found;
+  EXPECT_EQ(0, session->get_time_period_list(bench::alarm, 1, 0, bench::now_ms, found, 0, 1, 1));
+  EXPECT_EQ(0, session->get_time_period_list(bench::normal, 2, 0, bench::now_ms, found, 0, 1, 1));
+  EXPECT_TRUE(found.empty());
+}
+
+TEST_F(sessions, a_channel_that_went_away_gives_a_failure_and_an_empty_list) {
+  record(base_ms);
+  alter_catalogue("UPDATE channel SET sid = 'gone567890123456789012345678901' || id WHERE id = " +
+                  std::to_string(channel(0).id));
+  std::list<time_period> found(2);
+  EXPECT_NE(0, session->get_time_period_list(bench::normal, 1, 0, bench::now_ms, found, 0, 1, 1));
+  EXPECT_TRUE(found.empty());
+  day_list days;
+  days.count = 5;
+  EXPECT_NE(0, session->get_recording_days(bench::normal, 0, {}, &days));
+  EXPECT_EQ(5, days.count);
+  EXPECT_EQ(nullptr, days.days);
+}
+
+TEST_F(sessions, an_unknown_channel_gets_no_session_and_no_configuration) {
+  CKivChannel channels;
+  IFrameChannelSession* opened = nullptr;
+  EXPECT_NE(0, channels.create_channel_session(bench::channel_id(std::string(32, '9')), &opened));
+  EXPECT_EQ(nullptr, opened);
+  CKivStorage storage;
+  IChannelStorageConfiguration* configuration = nullptr;
+  EXPECT_NE(0, storage.create_channel_configuration(channel_sid(), &configuration));
+  EXPECT_EQ(nullptr, configuration);
+}
+
+TEST_F(sessions, a_channel_is_told_by_its_id_and_not_by_its_number) {
+  channel_sid id = bench::channel_id(channel(1));
+  id.number = 77;
+  CKivChannel channels;
+  IFrameChannelSession* opened = nullptr;
+  EXPECT_EQ(0, channels.create_channel_session(id, &opened));
+  EXPECT_EQ(0, channels.destroy_channel_session(&opened));
+}
+
+TEST_F(sessions, days_are_the_dates_of_the_periods_of_one_type) {
+  record(base_ms);
+  record(base_ms + 5 * hour_ms);
+  record(base_ms - 48 * hour_ms);
+  record(base_ms - 24 * hour_ms, bench::alarm);
+  std::string const id = volume(0).sid_text;
+  EXPECT_EQ((std::vector<std::string>{"2026-11-19", "2026-11-21"}), days(bench::normal, {id}));
+  EXPECT_EQ((std::vector<std::string>{"2026-11-20"}), days(bench::alarm, {id}));
+  EXPECT_TRUE(days(bench::manual, {id}).empty());
+}
+
+TEST_F(sessions, days_count_under_the_given_storage_ids_only) {
+  record(base_ms);
+  record(base_ms - 24 * hour_ms, bench::normal, 1);
+  EXPECT_EQ((std::vector<std::string>{"2026-11-20"}), days(bench::normal, {volume(1).sid_text}));
+  EXPECT_EQ((std::vector<std::string>{"2026-11-20", "2026-11-21"}),
+            days(bench::normal, {volume(1).sid_text, volume(0).sid_text}));
+  EXPECT_TRUE(days(bench::normal, {std::string(31, 'x')}).empty());
+}
+
+TEST_F(sessions, without_any_storage_id_all_days_count) {
+  record(base_ms);
+  record(base_ms - 24 * hour_ms, bench::normal, 3);
+  EXPECT_EQ((std::vector<std::string>{"2026-11-20", "2026-11-21"}), days(bench::normal, {}));
+}
+
+TEST_F(sessions, no_day_is_no_array) {
+  day_list days;
+  EXPECT_EQ(0, session->get_recording_days(bench::normal, 0, {}, &days));
+  EXPECT_EQ(0, days.count);
+  EXPECT_EQ(nullptr, days.days);
+  EXPECT_NE(0, session->get_recording_days(bench::normal, 0, {}, nullptr));
+}
+
+}  // namespace
