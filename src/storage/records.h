@@ -24,11 +24,11 @@
 // as 36 characters 0.
 struct kivsid {
   std::int32_t number = 0x30303030;
-  char text[32];                 // not terminated within the field
+  char text[32] = {};            // not terminated within the field
   std::uint16_t terminator = 0;  // ends `text`, always 0
   unsigned char filler_38[2] = {};
 
-  constexpr kivsid() noexcept : text{} {
+  constexpr kivsid() noexcept {
     for (char& character : text) character = '0';
   }
 };
@@ -59,11 +59,11 @@ inline constexpr kivsid max_kivsid = make_max_kivsid();
 // id of 32 characters 0.
 struct channel_sid {
   std::int32_t number = 0;  // 0-based
-  char id[32];              // not terminated within the field
+  char id[32] = {};         // not terminated within the field
   std::uint16_t terminator = 0;
   unsigned char filler_38[38] = {};
 
-  constexpr channel_sid() noexcept : id{} {
+  constexpr channel_sid() noexcept {
     for (char& character : id) character = '0';
   }
 };
@@ -136,11 +136,11 @@ struct volume_body {
   std::int64_t total_size = 0;
   unsigned char filler_2920[20] = {};
   std::int32_t state = 0;
-  char space_uuid[36];  // not terminated within the field
+  char space_uuid[36] = {};  // not terminated within the field
   unsigned char filler_2980[116] = {};
   std::int64_t used_size = 0;
 
-  constexpr volume_body() noexcept : space_uuid{} {
+  constexpr volume_body() noexcept {
     for (char& character : space_uuid) character = '0';
   }
 };
