@@ -310,6 +310,7 @@ TEST(time_text, is_local_time) {
 }
 
 TEST(time_text, out_of_range_shows_zero_fields) {
+  if (sizeof(std::time_t) == 4) GTEST_SKIP() << "no time of 32 bits is out of range";
   EXPECT_EQ(time_text(std::numeric_limits<std::int64_t>::max()), "[1900-1-00 00:00:00]");
   EXPECT_EQ(time_text(std::numeric_limits<std::int64_t>::min()), "[1900-1-00 00:00:00]");
 }
