@@ -2,67 +2,117 @@
 
 #include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <exception>
 #include <system_error>
 
 #include "lab/error.h"
+#include "lab/fault_points.h"
 
 namespace lab::steps {
 
 namespace {
+
+using fault_points::call;
+using fault_points::refused;
 
 constexpr mode_t folder_mode = 0755;
 constexpr mode_t file_mode = 0644;
 
 descriptor create(folder const& in, std::string const& name) {
   int const flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
-  descriptor created(openat(in.number(), name.c_str(), flags, file_mode));
+  descriptor created(
+      refused(call::create, in, name) ? -1 : openat(in.number(), name.c_str(), flags, file_mode));
   if (created.number() < 0) fail_with_errno(in.path() / name, "cannot create");
   return created;
 }
 
 descriptor open_to_write(folder const& in, std::string const& name) {
   int const flags = O_WRONLY | O_CLOEXEC | O_NOFOLLOW;
-  descriptor opened(openat(in.number(), name.c_str(), flags));
+  descriptor opened(
+      refused(call::open_to_write, in, name) ? -1 : openat(in.number(), name.c_str(), flags));
   if (opened.number() < 0) fail_with_errno(in.path() / name, "cannot open");
   return opened;
+}
+
+void allocate(descriptor const& file, folder const& in, std::string const& name,
+              std::int64_t bytes) {
+  int result = EINTR;
+  while (result == EINTR) {
+    result = refused(call::allocate, in, name)
+                 ? errno
+                 : posix_fallocate(file.number(), 0, static_cast<off_t>(bytes));
+  }
+  errno = result;
+  if (result != 0) fail_with_errno(in.path() / name, "cannot allocate");
 }
 
 void write_at_start(descriptor const& file, folder const& in, std::string const& name,
                     std::string const& content) {
   std::size_t written = 0;
   while (written < content.size()) {
-    ssize_t const more = pwrite(file.number(), content.data() + written, content.size() - written,
-                                static_cast<off_t>(written));
+    ssize_t const more = refused(call::write, in, name)
+                             ? -1
+                             : pwrite(file.number(), content.data() + written,
+                                      content.size() - written, static_cast<off_t>(written));
     if (more < 0 && errno != EINTR) fail_with_errno(in.path() / name, "cannot write");
     if (more > 0) written += static_cast<std::size_t>(more);
   }
 }
 
+void empty_folder(folder const& in, std::string const& name) {
+  auto const inside = folder::find(in, name);
+  if (!inside) return;
+  for (auto const& each : inside->names()) remove_tree(*inside, each);
+}
+
 }  // namespace
 
 bool make_folder(folder const& in, std::string const& name) {
-  if (mkdirat(in.number(), name.c_str(), folder_mode) == 0) return true;
+  if (!refused(call::make_folder, in, name) &&
+      mkdirat(in.number(), name.c_str(), folder_mode) == 0) {
+    return true;
+  }
   if (errno == EEXIST) return false;
   fail_with_errno(in.path() / name, "cannot make folder");
 }
 
 bool make_folders(std::filesystem::path const& path) {
-  std::error_code problem;
-  bool const made = std::filesystem::create_directories(path, problem);
-  if (problem) throw error(path.string() + ": cannot make folder: " + problem.message());
+  bool made = false;
+  std::filesystem::path below;
+  for (auto const& name : path) {
+    below /= name;
+    std::error_code ignored;
+    if (std::filesystem::is_directory(below, ignored)) continue;
+    if (refused(call::make_folder, below) || mkdir(below.c_str(), folder_mode) != 0) {
+      fail_with_errno(below, "cannot make folder");
+    }
+    made = true;
+  }
   return made;
 }
 
-void remove_tree(std::filesystem::path const& path) noexcept {
-  std::error_code ignored;
-  std::filesystem::remove_all(path, ignored);
+bool remove_tree(folder const& in, std::string const& name) noexcept {
+  try {
+    auto const status = in.status(name);
+    if (!status) return true;
+    bool const is_folder = S_ISDIR(status->st_mode);
+    if (is_folder) empty_folder(in, name);
+    if (refused(is_folder ? call::remove_folder : call::unlink, in, name)) return false;
+    return unlinkat(in.number(), name.c_str(), is_folder ? AT_REMOVEDIR : 0) == 0;
+  } catch (std::exception const&) {
+    return false;
+  }
 }
 
 bool remove_empty_folder(folder const& in, std::string const& name) {
-  if (unlinkat(in.number(), name.c_str(), AT_REMOVEDIR) == 0) return true;
+  if (!refused(call::remove_folder, in, name) &&
+      unlinkat(in.number(), name.c_str(), AT_REMOVEDIR) == 0) {
+    return true;
+  }
   if (errno == ENOTEMPTY || errno == EEXIST || errno == ENOENT) return false;
   fail_with_errno(in.path() / name, "cannot remove folder");
 }
@@ -72,13 +122,11 @@ void make_file(folder const& in, std::string const& name, std::string const& con
 }
 
 void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes) {
-  descriptor const file = create(in, name);
-  int result = EINTR;
-  while (result == EINTR) {
-    result = posix_fallocate(file.number(), 0, static_cast<off_t>(bytes));
-  }
-  errno = result;
-  if (result != 0) fail_with_errno(in.path() / name, "cannot preallocate");
+  allocate(create(in, name), in, name, bytes);
+}
+
+void allocate_blocks(folder const& in, std::string const& name, std::int64_t bytes) {
+  allocate(open_to_write(in, name), in, name, bytes);
 }
 
 void write_head(folder const& in, std::string const& name, std::string const& head) {
@@ -86,38 +134,52 @@ void write_head(folder const& in, std::string const& name, std::string const& he
 }
 
 void sync_file(folder const& in, std::string const& name) {
-  if (fdatasync(open_to_write(in, name).number()) != 0) {
+  descriptor const file = open_to_write(in, name);
+  if (refused(call::sync_file, in, name) || fdatasync(file.number()) != 0) {
     fail_with_errno(in.path() / name, "cannot sync");
   }
 }
 
 bool link_file(folder const& from, folder const& to, std::string const& name) {
-  if (linkat(from.number(), name.c_str(), to.number(), name.c_str(), 0) == 0) return true;
+  if (!fault_points::refused_link(from, to, name) &&
+      linkat(from.number(), name.c_str(), to.number(), name.c_str(), 0) == 0) {
+    return true;
+  }
   if (errno == EEXIST) return false;
   fail_with_errno(to.path() / name, "cannot link");
 }
 
 void remove_file(folder const& in, std::string const& name) {
-  if (unlinkat(in.number(), name.c_str(), 0) != 0) {
+  if (refused(call::unlink, in, name) || unlinkat(in.number(), name.c_str(), 0) != 0) {
     fail_with_errno(in.path() / name, "cannot remove");
   }
 }
 
 void rename_file(folder const& in, std::string const& from, std::string const& to) {
-  if (renameat(in.number(), from.c_str(), in.number(), to.c_str()) != 0) {
+  if (refused(call::rename, in, to) ||
+      renameat(in.number(), from.c_str(), in.number(), to.c_str()) != 0) {
     fail_with_errno(in.path() / from, "cannot rename");
   }
 }
 
 void sync_folder(folder const& which) {
-  if (fsync(which.number()) != 0) fail_with_errno(which.path(), "cannot sync");
+  if (refused(call::sync_folder, which.path()) || fsync(which.number()) != 0) {
+    fail_with_errno(which.path(), "cannot sync");
+  }
 }
 
 void sync_file_system(folder const& any) {
-  if (syncfs(any.number()) != 0) fail_with_errno(any.path(), "cannot sync");
+  if (refused(call::sync_file_system, any.path()) || syncfs(any.number()) != 0) {
+    fail_with_errno(any.path(), "cannot sync");
+  }
+}
+
+int open_database(std::filesystem::path const& file, sqlite3** connection, int flags) {
+  return sqlite3_open_v2(file.c_str(), connection, flags, fault_points::database_vfs());
 }
 
 int commit(sqlite3* connection) {
+  if (refused(call::commit, std::filesystem::path())) return SQLITE_IOERR;
   return sqlite3_exec(connection, "COMMIT", nullptr, nullptr, nullptr);
 }
 

@@ -1,6 +1,6 @@
 // Every step by which a recorder changes what is on disk. Nothing else in the
 // lab writes, so this is the one place where a step can be watched or made to
-// fail. Each throws lab::error when it fails, except where it says otherwise.
+// fail (see fault_points.h). Each throws lab::error when it fails, except where it says otherwise.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,8 @@ bool make_folder(folder const& in, std::string const& name);
 bool make_folders(std::filesystem::path const& path);
 
 // Removes a file, or a folder with all that is in it, as far as that can be
-// done.
-void remove_tree(std::filesystem::path const& path) noexcept;
+// done; true when it is gone.
+bool remove_tree(folder const& in, std::string const& name) noexcept;
 
 // Removes a folder unless something is in it or it is absent; true when it was
 // removed.
@@ -32,6 +32,10 @@ void make_file(folder const& in, std::string const& name, std::string const& con
 
 // Makes a file that is not there yet, all its blocks allocated.
 void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes);
+
+// Gives an existing file all blocks up to `bytes` and at least that length. What
+// it holds stays.
+void allocate_blocks(folder const& in, std::string const& name, std::int64_t bytes);
 
 // Writes over the beginning of a file.
 void write_head(folder const& in, std::string const& name, std::string const& head);
@@ -51,6 +55,10 @@ void sync_folder(folder const& which);
 
 // Makes everything on the folder's file system durable.
 void sync_file_system(folder const& any);
+
+// Opens a database, through which SQLite writes; SQLite's result. The caller
+// closes the connection, which can be there on failure too.
+int open_database(std::filesystem::path const& file, sqlite3** connection, int flags);
 
 // Commits the connection's transaction; SQLite's result.
 int commit(sqlite3* connection);

@@ -29,22 +29,10 @@ struct stream_kind {
 constexpr std::array<stream_kind, 5> kinds{
     {{4, 0, 12}, {4, 1, 3}, {1, 0, 3}, {1, 2, 2}, {2, 0, 1}}};
 
-void require(char const* what, int value, int least, int greatest) {
-  if (value >= least && value <= greatest) return;
-  throw error(std::string(what) + " must be " + std::to_string(least) + " to " +
-              std::to_string(greatest) + ", not " + std::to_string(value));
-}
-
-void require_in_range(make_options const& options) {
-  require("the number of spaces", options.spaces, 1, 64);
-  require("the number of volumes a space", options.volumes, 1, 64);
-  require("the unit size in MB", options.unit_mb, 1, 1024);
-  require("the volume size in MB", options.volume_mb, options.unit_mb, 1024 * 1024);
-  require("the number of channels", options.channels, 1, 256);
-  require("the number of days", options.days, 0, 3650);
-  if (options.volume_mb % options.unit_mb != 0) {
-    throw error("the volume size must be a multiple of the unit size");
-  }
+void require(char const* what, int value, limits const& allowed) {
+  if (value >= allowed.least && value <= allowed.most) return;
+  throw error(std::string(what) + " must be " + std::to_string(allowed.least) + " to " +
+              std::to_string(allowed.most) + ", not " + std::to_string(value));
 }
 
 // 32 digits whose first 31 are unlike those of every other id.
@@ -149,6 +137,18 @@ void plan_recordings(make_plan& plan, make_options const& options, generator& ra
 }
 
 }  // namespace
+
+void require_in_range(make_options const& options) {
+  require("the number of spaces", options.spaces, space_limits);
+  require("the number of volumes a space", options.volumes, volume_limits);
+  require("the unit size in MB", options.unit_mb, unit_mb_limits);
+  require("the volume size in MB", options.volume_mb, {options.unit_mb, volume_mb_limits.most});
+  require("the number of channels", options.channels, channel_limits);
+  require("the number of days", options.days, day_limits);
+  if (options.volume_mb % options.unit_mb != 0) {
+    throw error("the volume size must be a multiple of the unit size");
+  }
+}
 
 make_plan plan_recorder(make_options const& options) {
   require_in_range(options);

@@ -37,6 +37,19 @@ struct planned_recording {
   int units;
 };
 
+// Both ends included.
+struct limits {
+  int least;
+  int most;
+};
+
+inline constexpr limits space_limits{1, 64};
+inline constexpr limits volume_limits{1, 64};  // a space
+inline constexpr limits unit_mb_limits{1, 1024};
+inline constexpr limits volume_mb_limits{1, 1024 * 1024};  // at least a unit
+inline constexpr limits channel_limits{1, 256};
+inline constexpr limits day_limits{0, 3650};
+
 struct make_plan {
   std::vector<planned_space> spaces;
   std::vector<planned_volume> volumes;
@@ -45,7 +58,11 @@ struct make_plan {
   int units;  // a volume
 };
 
-// Throws lab::error when an option is out of its range.
+// Throws lab::error when an option is out of its range, or the volume size is no
+// multiple of the unit size.
+void require_in_range(make_options const& options);
+
+// Throws as require_in_range does.
 make_plan plan_recorder(make_options const& options);
 
 // The name of a volume's unit, counted from 0.

@@ -121,6 +121,8 @@ struct make_options {
 
 enum class access { read_only, read_write };
 
+class transaction;
+
 class recorder {
  public:
   // Makes a recorder in `folder`, which must be absent or empty. The same
@@ -130,7 +132,10 @@ class recorder {
                    progress const& report);
 
   // Opens a recorder; a relative folder is resolved now. With read_write, moves
-  // of units that were stopped midway are finished first.
+  // of units that were stopped midway are finished first, except on volumes
+  // where they cannot be. Whoever opens it, to read only as well, first undoes
+  // a change of the catalogue that a crash cut short, which takes permission to
+  // write.
   static recorder open(std::filesystem::path const& folder, access mode);
 
   recorder(recorder&&) noexcept;
@@ -154,6 +159,7 @@ class recorder {
   std::vector<period> periods() const;
 
   // Channels that hold something on the space, and with which storage ids.
+  // The pairings of one channel adjoin, where its first one has its place.
   std::vector<pairing> pairings(std::int64_t space_id) const;
   std::vector<channel> space_channels(std::int64_t space_id) const;
 
@@ -165,6 +171,17 @@ class recorder {
   // MB recorded by a channel on a space; of every type without one.
   std::int64_t recorded_mb(std::int64_t space_id, std::int64_t channel_id,
                            std::optional<std::int32_t> recording_type) const;
+
+  // MB recorded under no storage id, which are no space's.
+  std::int64_t unattributed_mb() const;
+
+  // The start of the latest hour of the stream with units that no period
+  // holds, on whichever volume.
+  std::optional<std::int64_t> latest_leaked_hour(stream const& of) const;
+
+  // How many periods that ended before `before_ms` have units on a volume that
+  // is not mounted.
+  std::int64_t periods_out_of_reach(std::int64_t before_ms) const;
 
   // The channels assigned to the volume with that number.
   std::vector<channel> volume_channels(std::int32_t volume_no) const;
@@ -186,7 +203,8 @@ class recorder {
 
   // Drops the periods that ended before `before_ms` and gives their units
   // back; returns how many units came back. Periods with units on a volume that
-  // is not mounted stay.
+  // is not mounted stay, and so do those on a volume that cannot take units
+  // back: it is named in an error once all others are done.
   std::int64_t expire(std::int64_t before_ms);
 
   // Drops periods without giving their units back.
@@ -199,14 +217,38 @@ class recorder {
   void assign(std::int64_t channel_id, std::int64_t volume_id);
 
   // Every way in which folders and catalogue disagree, a line each; empty when
-  // all is well. Reads only.
+  // all is well. A line begins with its class, such as "leak: ". Reads only;
+  // a catalogue that cannot be read to its end is a line too.
   std::vector<std::string> check() const;
 
+  // Mends what check() finds as far as nothing has to be guessed: a line for
+  // each thing that was mended, "mended: ", or left alone, "left: ". No file's
+  // content is removed, nothing is done on a volume that is not mounted, and it
+  // can be stopped at any point and repeated.
+  static std::vector<std::string> repair(std::filesystem::path const& folder);
+
  private:
+  friend class consistent_view;
   struct state;
   explicit recorder(std::unique_ptr<state> opened);
   void finish_stopped_moves();
+  void check_against_folders(std::vector<std::string>& lines) const;
+  void repair_all(std::vector<std::string>& lines);
   std::unique_ptr<state> state_;
+};
+
+// While it lives, everything that its recorder answers is of one state of the
+// catalogue, and nobody's change of the catalogue completes. It must not
+// outlive its recorder.
+class consistent_view {
+ public:
+  explicit consistent_view(recorder const& of);
+  ~consistent_view();
+  consistent_view(consistent_view const&) = delete;
+  consistent_view& operator=(consistent_view const&) = delete;
+
+ private:
+  std::unique_ptr<transaction> reading_;
 };
 
 }  // namespace lab

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <map>
 #include <optional>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -29,9 +30,7 @@ constexpr char const* new_catalogue_file = "catalogue.new";
 
 void require_usable_path(fs::path const& where, make_plan const& plan) {
   auto const share = where / share_folder;
-  if ((where.string() + "/").find("share/") != std::string::npos) {
-    throw error(where.string() + ": a recorder's own path must not hold \"share/\"");
-  }
+  require_path_without_share(where);
   for (auto const& volume : plan.volumes) {
     auto const storage = storage_folder((share / volume.name).string(), volume.sid_text);
     auto const longest = storage + "/" + preallocate_folder;
@@ -43,12 +42,31 @@ void require_usable_path(fs::path const& where, make_plan const& plan) {
   }
 }
 
+// What a make that was killed leaves behind has a share folder, and nothing
+// that no make makes.
+bool is_left_by_a_make(std::vector<std::string> const& names) {
+  auto const file = std::string(new_catalogue_file);
+  std::set<std::string> const made{share_folder, file, file + "-journal", catalogue_journal_file};
+  return std::count(names.begin(), names.end(), share_folder) == 1 &&
+         std::all_of(names.begin(), names.end(),
+                     [&made](auto const& name) { return made.count(name) == 1; });
+}
+
+[[noreturn]] void fail_as_not_empty(fs::path const& where, std::vector<std::string> const& names) {
+  if (!is_left_by_a_make(names)) throw error(where.string() + ": folder is not empty");
+  std::string left;
+  for (auto const& name : names) left += (left.empty() ? "" : ", ") + name;
+  throw error(where.string() + ": folder is not empty: it looks as a stopped make leaves it (" +
+              left + "); remove that first");
+}
+
 void require_absent_or_empty(fs::path const& where) {
   std::error_code problem;
   auto const status = fs::symlink_status(where, problem);
   if (status.type() == fs::file_type::not_found) return;
   if (!fs::is_directory(where, problem)) throw error(where.string() + ": not a folder");
-  if (!folder(where).names().empty()) throw error(where.string() + ": folder is not empty");
+  auto const names = folder(where).names();
+  if (!names.empty()) fail_as_not_empty(where, names);
 }
 
 void require_room(fs::path const& where, make_plan const& plan, make_options const& options) {
@@ -79,11 +97,19 @@ class making {
   explicit making(fs::path where)
       : where_(std::move(where)), made_folder_(steps::make_folders(where_)) {}
 
+  // The catalogue goes first: where it stays, all stays, so that no recorder is
+  // left in parts.
   ~making() {
     if (kept_) return;
-    for (auto const& name : made_) steps::remove_tree(where_ / name);
-    std::error_code ignored;
-    if (made_folder_ && fs::is_empty(where_, ignored)) steps::remove_tree(where_);
+    try {
+      folder const inside(where_);
+      for (auto const& name : made_) {
+        if (!steps::remove_tree(inside, name)) return;
+      }
+      if (made_folder_) steps::remove_empty_folder(folder(where_.parent_path()), where_.filename());
+    } catch (error const&) {
+      // What is left is no recorder.
+    }
   }
 
   making(making const&) = delete;
@@ -96,7 +122,7 @@ class making {
       throw error(where_.string() + ": folder is not empty");
     }
     auto const file = std::string(new_catalogue_file);
-    made_ = {share_folder, file, file + "-journal", catalogue_file};
+    made_ = {catalogue_file, catalogue_journal_file, file, file + "-journal", share_folder};
   }
 
   void keep() { kept_ = true; }
@@ -246,6 +272,13 @@ void insert_units(database& catalogue, make_plan const& plan, int volume) {
   }
 }
 
+// A change journals each page at most once, and few changes touch many.
+std::int64_t journal_bytes(fs::path const& catalogue) {
+  std::error_code ignored;
+  auto const size = static_cast<std::int64_t>(fs::file_size(catalogue, ignored));
+  return std::min(size, 8 * megabyte);
+}
+
 void write_catalogue(fs::path const& file, make_plan const& plan, make_options const& options) {
   database catalogue(file, database::mode::create, default_patience);
   transaction all(catalogue, transaction_kind::writing);
@@ -260,6 +293,7 @@ void write_catalogue(fs::path const& file, make_plan const& plan, make_options c
     insert_units(catalogue, plan, volume);
   }
   all.commit();
+  catalogue.reserve(catalogue_reserve);
 }
 
 }  // namespace
@@ -280,6 +314,10 @@ void recorder::make(fs::path const& folder_to_make, make_options const& options,
     layer.lay(share, volume);
   }
   write_catalogue(where / new_catalogue_file, plan, options);
+  // Units can be given back on a full disk: nothing of the catalogue's needs
+  // space then.
+  steps::preallocate_file(recorder_folder, catalogue_journal_file,
+                          journal_bytes(where / new_catalogue_file));
   steps::sync_file_system(recorder_folder);
   steps::rename_file(recorder_folder, new_catalogue_file, catalogue_file);
   steps::sync_folder(recorder_folder);

@@ -44,7 +44,7 @@ std::int64_t number_of(database const& catalogue, char const* query) {
 
 void require_known_format(database const& catalogue, fs::path const& folder) {
   if (number_of(catalogue, "PRAGMA application_id") != catalogue_application) {
-    throw error(folder.string() + ": not a recorder: its catalogue is something else's");
+    throw error(folder.string() + ": not a recorder: its catalogue is empty or something else's");
   }
   std::int64_t const format = number_of(catalogue, "PRAGMA user_version");
   if (format > catalogue_format) {
@@ -57,6 +57,11 @@ void require_known_format(database const& catalogue, fs::path const& folder) {
   }
 }
 
+bool is_write_refusal(database_error const& failure) {
+  int const kind = failure.code() & 0xff;
+  return kind == SQLITE_READONLY || kind == SQLITE_CANTOPEN;
+}
+
 database connect(fs::path const& folder, database::mode how) {
   database catalogue(folder / catalogue_file, how, default_patience);
   require_known_format(catalogue, folder);
@@ -65,7 +70,10 @@ database connect(fs::path const& folder, database::mode how) {
 
 // A change that was cut short by a crash can only be undone by who may write.
 void undo_last_change(fs::path const& folder) {
-  if (connect(folder, database::mode::read_write).read_only()) {
+  try {
+    connect(folder, database::mode::read_write);
+  } catch (database_error const& failure) {
+    if (!is_write_refusal(failure)) throw;
     throw error(folder.string() +
                 ": the last change of its catalogue was cut short; open it once with permission "
                 "to write");
@@ -88,6 +96,11 @@ database connect_to_consistent(fs::path const& folder, database::mode how) {
 
 }  // namespace
 
+void require_path_without_share(fs::path const& recorder_folder) {
+  if ((recorder_folder.string() + "/").find("share/") == std::string::npos) return;
+  throw error(recorder_folder.string() + ": a recorder's own path must not hold \"share/\"");
+}
+
 fs::path resolved(fs::path const& folder) {
   auto whole = fs::absolute(folder);
   if (std::find(whole.begin(), whole.end(), "..") != whole.end())
@@ -109,6 +122,7 @@ database open_catalogue(fs::path const& recorder_folder, access mode) {
 
 recorder recorder::open(fs::path const& folder, access mode) {
   auto where = resolved(folder);
+  require_path_without_share(where);
   auto catalogue = open_catalogue(where, mode);
   std::int64_t const unit_mb = number_of(catalogue, "SELECT unit_mb FROM recorder");
   if (unit_mb < 1) throw error(where.string() + ": not a recorder: its catalogue is empty");
@@ -117,8 +131,8 @@ recorder recorder::open(fs::path const& folder, access mode) {
   return opened;
 }
 
-// Volumes that are not mounted keep what was begun on them, and what moves
-// under somebody else's lock is somebody else's.
+// Volumes that are not mounted or cannot take their units back keep what was
+// begun on them, and what moves under somebody else's lock is somebody else's.
 void recorder::finish_stopped_moves() {
   statement query(state_->catalogue,
                   "SELECT DISTINCT volume_id FROM unit WHERE state IN ('recording', 'recycling')");
@@ -126,7 +140,16 @@ void recorder::finish_stopped_moves() {
   while (query.next()) volume_ids.push_back(query.integer(0));
   for (auto const volume_id : volume_ids) {
     auto const place = place_of(state_->catalogue, state_->folder, volume_id);
-    if (auto const lock = volume_lock::try_take(place)) finish_moves(state_->catalogue, place);
+    try {
+      if (auto const lock = volume_lock::try_take(place)) finish_moves(state_->catalogue, place);
+    } catch (busy_error const&) {
+      throw;
+    } catch (database_error const&) {
+      throw;
+    } catch (error const&) {
+      // Other volumes are of use without this one, whose own operations say
+      // what is wrong with it.
+    }
   }
 }
 

@@ -40,13 +40,20 @@ constexpr char const* account_query =
 constexpr char const* pairings_query =
     "SELECT p.channel_id, p.storage_id"
     "  FROM period p JOIN volume v ON v.sid_text = p.storage_id"
-    "  WHERE v.space_id = ? GROUP BY p.channel_id, p.storage_id ORDER BY min(p.id)";
+    "  WHERE v.space_id = ? GROUP BY p.channel_id, p.storage_id"
+    "  ORDER BY min(min(p.id)) OVER (PARTITION BY p.channel_id), min(p.id)";
 
 constexpr char const* space_channels_query =
     "SELECT c.id, c.number, c.sid"
     "  FROM channel c JOIN period p ON p.channel_id = c.id"
     "                 JOIN volume v ON v.sid_text = p.storage_id"
     "  WHERE v.space_id = ? GROUP BY c.id ORDER BY c.id";
+
+constexpr char const* leaked_hour_query =
+    "SELECT hour_ms FROM unit"
+    "  WHERE channel_id = ? AND recording_type = ? AND stream = ?"
+    "    AND state = 'recorded' AND period_id IS NULL"
+    "  ORDER BY hour_ms DESC LIMIT 1";
 
 constexpr char const* recorded_query =
     "SELECT count(*)"
@@ -188,6 +195,33 @@ std::int64_t recorder::recorded_mb(std::int64_t space_id, std::int64_t channel_i
   return query.next() ? query.integer(0) * unit_mb() : 0;
 }
 
+std::int64_t recorder::unattributed_mb() const {
+  statement query(state_->catalogue,
+                  "SELECT count(*) FROM period p JOIN unit u ON u.period_id = p.id"
+                  "  WHERE p.storage_id = ''");
+  return query.next() ? query.integer(0) * unit_mb() : 0;
+}
+
+std::optional<std::int64_t> recorder::latest_leaked_hour(stream const& of) const {
+  statement query(state_->catalogue, leaked_hour_query);
+  query.with(of.channel_id, of.recording_type, of.number);
+  if (!query.next()) return std::nullopt;
+  return query.integer(0);
+}
+
+std::int64_t recorder::periods_out_of_reach(std::int64_t before_ms) const {
+  statement query(state_->catalogue,
+                  "SELECT DISTINCT p.id FROM period p JOIN unit u ON u.period_id = p.id"
+                  "  WHERE p.end_ms <= ? AND u.volume_id = ?");
+  std::set<std::int64_t> periods;
+  for (auto const& place : places_of(state_->catalogue, state_->folder)) {
+    if (mount_of(place) == mount::present) continue;
+    query.with(before_ms, place.id);
+    while (query.next()) periods.insert(query.integer(0));
+  }
+  return static_cast<std::int64_t>(periods.size());
+}
+
 std::vector<channel> recorder::volume_channels(std::int32_t volume_no) const {
   statement query(state_->catalogue,
                   "SELECT c.id, c.number, c.sid"
@@ -204,5 +238,10 @@ volume_account recorder::account(std::int64_t volume_id) const {
   query.with(volume_id).next();
   return {query.integer(0), query.integer(1), query.integer(2), query.integer(3), query.integer(4)};
 }
+
+consistent_view::consistent_view(recorder const& of)
+    : reading_(std::make_unique<transaction>(of.state_->catalogue, transaction_kind::reading)) {}
+
+consistent_view::~consistent_view() = default;
 
 }  // namespace lab

@@ -8,10 +8,15 @@
 namespace lab {
 
 inline constexpr char const* catalogue_file = "catalogue.db";
+inline constexpr char const* catalogue_journal_file = "catalogue.db-journal";
 inline constexpr char const* share_folder = "share";
 inline constexpr std::int64_t catalogue_application = 0x53544c42;
 inline constexpr std::int64_t catalogue_format = 1;
 inline constexpr std::chrono::milliseconds default_patience{5000};
+
+// What the catalogue can grow by without needing space. One batch of moves
+// needs far less, and gives it back when the units have arrived.
+inline constexpr std::int64_t catalogue_reserve = std::int64_t{512} * 1024;
 
 struct recorder::state {
   std::filesystem::path folder;
@@ -26,6 +31,10 @@ database open_catalogue(std::filesystem::path const& recorder_folder, access mod
 
 // The absolute path that `folder` means now, without "." and ".." in it.
 std::filesystem::path resolved(std::filesystem::path const& folder);
+
+// Paths below volumes are told from others by the first "share/" in them.
+// Throws lab::error for a recorder whose own path holds one.
+void require_path_without_share(std::filesystem::path const& recorder_folder);
 
 // Where volumes lie. Throws lab::error for an id that is none.
 volume_place place_of(database const& catalogue, std::filesystem::path const& recorder_folder,

@@ -33,6 +33,13 @@ constexpr char const* recording_query =
     "                 ORDER BY id LIMIT ?6)"
     "  RETURNING id, name";
 
+// Throws unless units can be moved between preallocate and their hours: what
+// cannot be finished must not be begun.
+void require_movable(volume_place const& place) {
+  folder const storage(storage_folder(place.path.string(), place.sid_text));
+  folder const home(storage.path() / preallocate_folder);
+}
+
 std::int64_t begin_recycling(database& catalogue, volume_place const& place, stream const& of,
                              span const& hours) {
   transaction intent(catalogue, transaction_kind::writing);
@@ -42,7 +49,9 @@ std::int64_t begin_recycling(database& catalogue, volume_place const& place, str
             place.sid_text, move_batch)
       .run();
   std::int64_t const begun = catalogue.changes();
-  if (begun > 0) intent.commit();
+  if (begun == 0) return 0;
+  require_movable(place);
+  intent.commit();
   return begun;
 }
 
@@ -99,6 +108,7 @@ void finish_recording(database& catalogue, volume_place const& place, stream con
 
 void move_into_hour(database& catalogue, volume_place const& place, stream const& of,
                     std::int64_t hour_ms, std::int64_t count) {
+  require_movable(place);
   folder const storage(storage_folder(place.path.string(), place.sid_text));
   for (std::int64_t left = count; left > 0;) {
     auto const units = begin_recording(catalogue, place, of, hour_ms, std::min(left, move_batch));
@@ -160,6 +170,36 @@ std::vector<std::int64_t> expired_periods(database const& catalogue, std::int64_
   return found;
 }
 
+// Brings home what is on its way on each volume, and returns how many units
+// that were. A volume that cannot take units back goes from the list, and why
+// into `failures`.
+std::int64_t bring_all_home(database& catalogue, std::vector<locked_volume>& volumes,
+                            std::vector<std::string>& failures) {
+  std::int64_t came_back = 0;
+  for (auto volume = volumes.begin(); volume != volumes.end();) {
+    try {
+      require_movable(volume->place);
+      came_back += finish_moves(catalogue, volume->place);
+      ++volume;
+    } catch (busy_error const&) {
+      throw;
+    } catch (database_error const&) {
+      throw;
+    } catch (error const& failure) {
+      failures.emplace_back(failure.what());
+      volume = volumes.erase(volume);
+    }
+  }
+  return came_back;
+}
+
+[[noreturn]] void fail_as_incomplete(std::vector<std::string> const& failures,
+                                     std::int64_t came_back) {
+  std::string text;
+  for (auto const& failure : failures) text.append(failure).append("; ");
+  throw error(text + std::to_string(came_back) + " units of other volumes came back");
+}
+
 // Drops the first periods of the list, up to about one batch of units, and
 // sends their units on their way; returns how many periods these were.
 std::size_t begin_expiry(database& catalogue, std::vector<std::int64_t> const& periods,
@@ -205,6 +245,7 @@ void recorder::record(std::int64_t volume_id, stream const& of, std::int64_t hou
   finish_moves(catalogue, place);
   std::int64_t const free_units = account(volume_id).preallocated;
   if (free_units < units) fail_as_full(place, units, free_units);
+  catalogue.reserve(catalogue_reserve);
   try {
     move_into_hour(catalogue, place, of, hour_ms, units);
     finish_recording(catalogue, place, of, hour_ms);
@@ -220,14 +261,19 @@ void recorder::record(std::int64_t volume_id, stream const& of, std::int64_t hou
 
 std::int64_t recorder::expire(std::int64_t before_ms) {
   auto& catalogue = state_->catalogue;
-  auto const locked = lock_mounted(places_of(catalogue, state_->folder), state_->patience);
-  for (auto const& volume : locked) finish_moves(catalogue, volume.place);
-  auto const periods = expired_periods(catalogue, before_ms, locked);
+  auto usable = lock_mounted(places_of(catalogue, state_->folder), state_->patience);
+  std::vector<std::string> failures;
+  bring_all_home(catalogue, usable, failures);
   std::int64_t came_back = 0;
-  for (std::size_t done = 0; done < periods.size();) {
-    done += begin_expiry(catalogue, periods, done);
-    for (auto const& volume : locked) came_back += finish_moves(catalogue, volume.place);
+  for (auto volumes = usable.size() + 1; usable.size() < volumes;) {
+    volumes = usable.size();
+    auto const periods = expired_periods(catalogue, before_ms, usable);
+    for (std::size_t done = 0; done < periods.size() && usable.size() == volumes;) {
+      done += begin_expiry(catalogue, periods, done);
+      came_back += bring_all_home(catalogue, usable, failures);
+    }
   }
+  if (!failures.empty()) fail_as_incomplete(failures, came_back);
   return came_back;
 }
 

@@ -8,7 +8,17 @@ namespace lab {
 
 namespace {
 
-[[noreturn]] void fail(sqlite3* connection, std::string const& what) {
+constexpr int growth_bytes = 64 * 1024;
+
+// The file that a failure is about, or `otherwise`.
+std::string file_of(sqlite3* connection, std::string const& otherwise) {
+  if (connection == nullptr) return otherwise;
+  char const* const file = sqlite3_db_filename(connection, "main");
+  return file == nullptr || *file == '\0' ? otherwise : file;
+}
+
+[[noreturn]] void fail(sqlite3* connection, std::string const& otherwise) {
+  std::string const what = file_of(connection, otherwise);
   int const code = connection == nullptr ? SQLITE_NOMEM : sqlite3_extended_errcode(connection);
   std::string const reason = connection == nullptr ? "out of memory" : sqlite3_errmsg(connection);
   int const kind = code & 0xff;
@@ -37,15 +47,16 @@ void database::closer::operator()(sqlite3* connection) const noexcept {
 database::database(std::filesystem::path const& file, mode how,
                    std::chrono::milliseconds patience) {
   sqlite3* connection = nullptr;
-  int const result = sqlite3_open_v2(file.c_str(), &connection, open_flags(how), nullptr);
+  int const result = steps::open_database(file, &connection, open_flags(how));
   connection_.reset(connection);
   if (result != SQLITE_OK) fail(connection, file.string());
   sqlite3_extended_result_codes(connection, 1);
   wait_at_most(patience);
-  // EXTRA also syncs the folder after the journal is gone: without it a power
+  // EXTRA also syncs the folder when a journal is removed: without it a power
   // loss could bring back a journal that undoes a commit which files already
   // rely on.
   execute("PRAGMA foreign_keys = ON; PRAGMA synchronous = EXTRA;");
+  if (how == mode::read_write) execute("PRAGMA journal_mode = PERSIST;");
 }
 
 void database::wait_at_most(std::chrono::milliseconds patience) {
@@ -57,6 +68,18 @@ bool database::read_only() const { return sqlite3_db_readonly(connection(), "mai
 void database::execute(std::string const& statements) {
   if (sqlite3_exec(connection(), statements.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
     fail(connection(), "catalogue");
+  }
+}
+
+void database::reserve(std::int64_t bytes) {
+  statement pages(*this, "SELECT page_count * page_size FROM pragma_page_count, pragma_page_size");
+  if (!pages.next()) return;
+  sqlite3_int64 wanted = pages.integer(0) + bytes;
+  // Only files that grow in chunks have the blocks of the next ones allocated.
+  int chunk = growth_bytes;
+  sqlite3_file_control(connection(), "main", SQLITE_FCNTL_CHUNK_SIZE, &chunk);
+  if (sqlite3_file_control(connection(), "main", SQLITE_FCNTL_SIZE_HINT, &wanted) != SQLITE_OK) {
+    throw error("catalogue: cannot reserve space");
   }
 }
 

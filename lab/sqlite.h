@@ -33,7 +33,8 @@ class database {
   enum class mode { read_only, read_write, create };
 
   // Opens the file with foreign keys on. A committed transaction is on disk,
-  // its journal's removal included.
+  // and its journal can no longer undo it. The journal stays, so that the next
+  // change needs no new file for it.
   database(std::filesystem::path const& file, mode how, std::chrono::milliseconds patience);
 
   // How long to wait for another connection.
@@ -44,6 +45,10 @@ class database {
 
   // Runs statements that answer nothing.
   void execute(std::string const& statements);
+
+  // Makes the file so large, its blocks allocated, that it can take on `bytes`
+  // more without needing space.
+  void reserve(std::int64_t bytes);
 
   // The primary key that was inserted last.
   std::int64_t last_id() const;

@@ -25,7 +25,7 @@ class frame_session final : public IFrameChannelSession {
                            int third) override {
     constexpr char operation[] = "IFrameChannelSession::get_time_period_list";
     periods.clear();
-    int const result = attempt(operation, [&] {
+    int const result = attempt(operation, &periods, [&] {
       std::vector<volume> const volumes = recorder_->volumes();
       lab::stream const of{find_channel(*recorder_, channel_).id, recording_type, stream};
       for (period const& each : recorder_->periods(of, {start, end})) {
@@ -76,7 +76,7 @@ CKivChannel::~CKivChannel() { trace("CKivChannel::~CKivChannel", json::object({}
 int CKivChannel::create_channel_session(channel_sid channel, IFrameChannelSession** session) {
   constexpr char operation[] = "CKivChannel::create_channel_session";
   *session = nullptr;
-  int const result = attempt(operation, [&] {
+  int const result = attempt(operation, session, [&] {
     auto from = impl_->source.reader();
     lab::client::find_channel(*from, channel);
     *session = impl_->sessions.add(std::move(from), channel);
@@ -87,9 +87,10 @@ int CKivChannel::create_channel_session(channel_sid channel, IFrameChannelSessio
 }
 
 int CKivChannel::destroy_channel_session(IFrameChannelSession** session) {
+  constexpr char operation[] = "CKivChannel::destroy_channel_session";
   bool const given = session != nullptr && *session != nullptr;
-  int const result = impl_->sessions.take_back(session);
-  trace("CKivChannel::destroy_channel_session", json::object({{"given", json::boolean(given)}}),
-        result);
+  int result = lab::client::failed;
+  attempt(operation, [&] { result = impl_->sessions.take_back(session); });
+  trace(operation, json::object({{"given", json::boolean(given)}}), result);
   return result;
 }

@@ -73,7 +73,7 @@ void answer_days(recorder const& from, channel_sid const& of, int recording_type
 int traced_days(char const* operation, recorder const& from, channel_sid const& of,
                 int recording_type, int selector, std::list<storage_id_text> const& storage_ids,
                 day_list* days) {
-  int const result = attempt(operation, [&] {
+  int const result = attempt(operation, days, [&] {
     if (days == nullptr) throw error("there is no place for the days");
     answer_days(from, of, recording_type, storage_ids, *days);
   });

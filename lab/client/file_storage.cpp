@@ -77,7 +77,7 @@ int CFSTier::recycle_stream_data(stream_info const& stream, std::int64_t start, 
   std::int64_t units = 0;
   int const result = attempt(operation, [&] {
     if (!impl_->space) throw lab::error("no space is selected");
-    lab::recorder writer = lab::client::open_writer();
+    lab::recorder writer = lab::client::open_recorder(lab::access::read_write);
     units = lab::client::recycle_space(writer, lab::client::find_space(writer, *impl_->space).id,
                                        lab::client::find_stream(writer, stream), {start, end});
   });
@@ -87,9 +87,10 @@ int CFSTier::recycle_stream_data(stream_info const& stream, std::int64_t start, 
 }
 
 int CFSTier::uninit() {
-  impl_->space.reset();
-  trace("CFSTier::uninit", json::object({}), lab::client::succeeded);
-  return lab::client::succeeded;
+  constexpr char operation[] = "CFSTier::uninit";
+  int const result = attempt(operation, [&] { impl_->space.reset(); });
+  trace(operation, json::object({}), result);
+  return result;
 }
 
 struct CFSUnit::Impl {
@@ -120,7 +121,7 @@ int CFSUnit::recycle_stream_data(stream_info const& stream, std::int64_t start, 
   std::int64_t units = 0;
   int const result = attempt(operation, [&] {
     if (!impl_->volume) throw lab::error("no volume is selected");
-    lab::recorder writer = lab::client::open_writer();
+    lab::recorder writer = lab::client::open_recorder(lab::access::read_write);
     lab::volume const on = lab::client::find_volume(writer, *impl_->volume);
     lab::client::require_mounted(on);
     units = writer.recycle(on.id, lab::client::find_stream(writer, stream), {start, end});
@@ -131,7 +132,8 @@ int CFSUnit::recycle_stream_data(stream_info const& stream, std::int64_t start, 
 }
 
 int CFSUnit::uninit() {
-  impl_->volume.reset();
-  trace("CFSUnit::uninit", json::object({}), lab::client::succeeded);
-  return lab::client::succeeded;
+  constexpr char operation[] = "CFSUnit::uninit";
+  int const result = attempt(operation, [&] { impl_->volume.reset(); });
+  trace(operation, json::object({}), result);
+  return result;
 }

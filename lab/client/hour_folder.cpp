@@ -1,5 +1,6 @@
 #include <string>
 
+#include "lab/client/attempt.h"
 #include "lab/client/describe.h"
 #include "lab/layout.h"
 #include "storage/service.h"
@@ -12,12 +13,17 @@ constexpr std::size_t path_size = 512;
 
 void make_hour_folder_full_path(char* path, char const* storage_folder, stream_info stream,
                                 long long time) {
-  std::string full = storage_folder;
-  full += '/';
-  full += lab::hour_folder_name(stream.channel.number, stream.recording_type, stream.stream, time);
-  if (full.size() >= path_size) full.clear();
-  path[full.copy(path, path_size - 1)] = '\0';
-  lab::client::trace("make_hour_folder_full_path",
+  constexpr char operation[] = "make_hour_folder_full_path";
+  path[0] = '\0';
+  lab::client::attempt(operation, [&] {
+    std::string full = storage_folder;
+    full += '/';
+    full +=
+        lab::hour_folder_name(stream.channel.number, stream.recording_type, stream.stream, time);
+    if (full.size() >= path_size) full.clear();
+    path[full.copy(path, path_size - 1)] = '\0';
+  });
+  lab::client::trace(operation,
                      lab::client::json::object({{"storage_folder", storage_folder},
                                                 {"stream", lab::client::describe_stream(stream)},
                                                 {"time", time}}),

@@ -29,7 +29,7 @@ class plug_play final : public IPlugPlayService {
                           char const* second_id, std::list<std::uint32_t>& channels) override {
     constexpr char operation[] = "IPlugPlayService::get_volume_channels";
     channels.clear();
-    int const result = attempt(operation, [&] {
+    int const result = attempt(operation, &channels, [&] {
       require_volume_no(*recorder_, query.volume_no);
       for (channel const& each : recorder_->volume_channels(query.volume_no)) {
         channels.push_back(static_cast<std::uint32_t>(each.number));
@@ -71,15 +71,16 @@ int CKivStorageDaemon::create_plug_play_service(IPlugPlayService** service) {
   constexpr char operation[] = "CKivStorageDaemon::create_plug_play_service";
   *service = nullptr;
   int const result =
-      attempt(operation, [&] { *service = impl_->services.add(impl_->source.reader()); });
+      attempt(operation, service, [&] { *service = impl_->services.add(impl_->source.reader()); });
   trace(operation, json::object({}), lab::client::describe_obtained(result, *service != nullptr));
   return result;
 }
 
 int CKivStorageDaemon::destroy_plug_play_service(IPlugPlayService** service) {
+  constexpr char operation[] = "CKivStorageDaemon::destroy_plug_play_service";
   bool const given = service != nullptr && *service != nullptr;
-  int const result = impl_->services.take_back(service);
-  trace("CKivStorageDaemon::destroy_plug_play_service",
-        json::object({{"given", json::boolean(given)}}), result);
+  int result = lab::client::failed;
+  attempt(operation, [&] { result = impl_->services.take_back(service); });
+  trace(operation, json::object({{"given", json::boolean(given)}}), result);
   return result;
 }

@@ -86,7 +86,7 @@ void setting::apply(std::string const& space_uuid) {
   std::transform(kept_.begin(), others, std::back_inserter(changes),
                  [](kept_change const& each) { return each.change; });
   if (changes.empty()) return;
-  open_writer().change_volumes(changes);
+  open_recorder(access::read_write).change_volumes(changes);
   kept_.erase(kept_.begin(), others);
 }
 
@@ -101,7 +101,7 @@ int setting::set_volume_info(kivsid const& volume, volume_body const& body) {
 int setting::get_volume_info(kivsid const& volume, volume_body& body) {
   constexpr char operation[] = "IStorageSetting::get_volume_info";
   int const result =
-      attempt(operation, [&] { body = to_record(find_volume(*recorder_, volume)).body; });
+      attempt(operation, &body, [&] { body = to_record(find_volume(*recorder_, volume)).body; });
   trace(operation, json::object({{"volume", describe_volume(volume)}}),
         json::object({{"result", result}, {"body", describe_body(body)}}));
   return result;
@@ -117,7 +117,7 @@ int setting::apply_volume_setting(char const* space_uuid) {
 
 int setting::get_space_channel_list(kivsid const& space, std::list<channel_sid>& channels) {
   constexpr char operation[] = "IStorageSetting::get_space_channel_list";
-  int const result = attempt(operation, [&] {
+  int const result = attempt(operation, &channels, [&] {
     std::int64_t const space_id = find_space(*recorder_, space).id;
     for (channel const& each : recorder_->space_channels(space_id)) {
       channels.push_back(to_record(each));
@@ -131,7 +131,7 @@ int setting::get_space_channel_list(kivsid const& space, std::list<channel_sid>&
 int setting::get_channel_total_recording_size(kivsid const& space, channel_sid const& channel,
                                               std::int64_t* size) {
   constexpr char operation[] = "IStorageSetting::get_channel_total_recording_size";
-  int const result = attempt(operation, [&] {
+  int const result = attempt(operation, size, [&] {
     std::int64_t const recorded = recorded_mb(*recorder_, space, channel, std::nullopt);
     if (size == nullptr) throw error("there is no place for the size");
     *size = recorded;
@@ -145,7 +145,7 @@ int setting::get_channel_total_recording_size(kivsid const& space, channel_sid c
 int setting::get_channel_recording_size(kivsid const& space, channel_sid const& channel,
                                         int recording_type, std::int64_t* size) {
   constexpr char operation[] = "IStorageSetting::get_channel_recording_size";
-  int const result = attempt(operation, [&] {
+  int const result = attempt(operation, size, [&] {
     std::int64_t const recorded = recorded_mb(*recorder_, space, channel, recording_type);
     if (size == nullptr) throw error("there is no place for the size");
     *size = recorded;
@@ -161,7 +161,7 @@ int setting::get_channel_recording_size(kivsid const& space, channel_sid const& 
 int setting::get_space_channel_storage_list(kivsid const& space,
                                             std::list<channel_storage_info>& pairings) {
   constexpr char operation[] = "IStorageSetting::get_space_channel_storage_list";
-  int const result = attempt(operation, [&] {
+  int const result = attempt(operation, &pairings, [&] {
     std::vector<channel> const channels = recorder_->channels();
     for (pairing const& each : recorder_->pairings(find_space(*recorder_, space).id)) {
       auto const of = std::find_if(channels.begin(), channels.end(), [&](channel const& candidate) {
@@ -177,7 +177,7 @@ int setting::get_space_channel_storage_list(kivsid const& space,
 
 int setting::get_space_list(std::list<space_info>& spaces) {
   constexpr char operation[] = "IStorageSetting::get_space_list";
-  int const result = attempt(operation, [&] {
+  int const result = attempt(operation, &spaces, [&] {
     for (space const& each : recorder_->spaces()) spaces.push_back(to_record(each));
   });
   trace(operation, json::object({}), describe_filled(result, spaces.size()));
@@ -186,7 +186,7 @@ int setting::get_space_list(std::list<space_info>& spaces) {
 
 int setting::get_volume_list(std::list<volume_info>& volumes) {
   constexpr char operation[] = "IStorageSetting::get_volume_list";
-  int const result = attempt(operation, [&] {
+  int const result = attempt(operation, &volumes, [&] {
     for (volume const& each : recorder_->volumes()) volumes.push_back(to_record(each));
   });
   trace(operation, json::object({}), describe_filled(result, volumes.size()));
@@ -195,7 +195,7 @@ int setting::get_volume_list(std::list<volume_info>& volumes) {
 
 int setting::get_channel_list(std::list<channel_setting>& channels, int selector) {
   constexpr char operation[] = "IStorageSetting::get_channel_list";
-  int const result = attempt(operation, [&] {
+  int const result = attempt(operation, &channels, [&] {
     for (channel const& each : recorder_->channels()) channels.push_back({to_record(each)});
   });
   trace(operation, json::object({{"selector", selector}}),

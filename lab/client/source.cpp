@@ -1,9 +1,32 @@
 #include "lab/client/source.h"
 
+#include <charconv>
+#include <chrono>
 #include <cstdlib>
+#include <optional>
+#include <string_view>
 #include <system_error>
 
 namespace lab::client {
+
+namespace {
+
+constexpr int longest_patience_ms = 3'600'000;
+
+std::optional<std::chrono::milliseconds> asked_patience() {
+  char const* const set = std::getenv("STLAB_PATIENCE_MS");
+  std::string_view const text = set == nullptr ? "" : set;
+  if (text.empty()) return {};
+  int number = -1;
+  auto const [stopped, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
+  bool const whole = problem == std::errc() && stopped == text.data() + text.size();
+  if (!whole || number < 0 || number > longest_patience_ms) {
+    throw error("STLAB_PATIENCE_MS: \"" + std::string(text) + "\" is no patience");
+  }
+  return std::chrono::milliseconds(number);
+}
+
+}  // namespace
 
 std::filesystem::path const& starting_folder() {
   static std::filesystem::path const folder = [] {
@@ -19,12 +42,16 @@ std::filesystem::path recorder_folder() {
   return starting_folder() / (is_named ? named : default_recorder_folder);
 }
 
-recorder open_writer() { return recorder::open(recorder_folder(), access::read_write); }
+recorder open_recorder(access mode) {
+  auto const patience = asked_patience();
+  recorder opened = recorder::open(recorder_folder(), mode);
+  if (patience) opened.wait_at_most(*patience);
+  return opened;
+}
 
 std::shared_ptr<recorder const> source::reader() {
   if (!reader_) {
-    reader_ =
-        std::make_shared<recorder const>(recorder::open(recorder_folder(), access::read_only));
+    reader_ = std::make_shared<recorder const>(open_recorder(access::read_only));
   }
   return reader_;
 }

@@ -18,8 +18,10 @@ std::filesystem::path const& starting_folder();
 // The recorder's folder, absolute.
 std::filesystem::path recorder_folder();
 
-// Opens the recorder to change it. Throws lab::error.
-recorder open_writer();
+// Opens the recorder. It waits for others as long as STLAB_PATIENCE_MS says (ms,
+// 0 to 3600000; the recorder's own patience when it is unset or empty). Throws
+// lab::error, also when the variable holds anything else.
+recorder open_recorder(access mode);
 
 // The recorder as one entry object reads it: opened at the first need and
 // shared with what the object hands out.

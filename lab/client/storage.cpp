@@ -55,16 +55,17 @@ int CKivStorage::create_storage_setting(IStorageSetting** setting) {
   constexpr char operation[] = "CKivStorage::create_storage_setting";
   *setting = nullptr;
   int const result =
-      attempt(operation, [&] { *setting = impl_->settings.add(impl_->source.reader()); });
+      attempt(operation, setting, [&] { *setting = impl_->settings.add(impl_->source.reader()); });
   trace(operation, json::object({}), lab::client::describe_obtained(result, *setting != nullptr));
   return result;
 }
 
 int CKivStorage::destroy_storage_setting(IStorageSetting** setting) {
+  constexpr char operation[] = "CKivStorage::destroy_storage_setting";
   bool const given = setting != nullptr && *setting != nullptr;
-  int const result = impl_->settings.take_back(setting);
-  trace("CKivStorage::destroy_storage_setting", json::object({{"given", json::boolean(given)}}),
-        result);
+  int result = lab::client::failed;
+  attempt(operation, [&] { result = impl_->settings.take_back(setting); });
+  trace(operation, json::object({{"given", json::boolean(given)}}), result);
   return result;
 }
 
@@ -72,7 +73,7 @@ int CKivStorage::create_channel_configuration(channel_sid channel,
                                               IChannelStorageConfiguration** configuration) {
   constexpr char operation[] = "CKivStorage::create_channel_configuration";
   *configuration = nullptr;
-  int const result = attempt(operation, [&] {
+  int const result = attempt(operation, configuration, [&] {
     auto from = impl_->source.reader();
     lab::client::find_channel(*from, channel);
     *configuration = impl_->configurations.add(std::move(from), channel);
@@ -84,9 +85,11 @@ int CKivStorage::create_channel_configuration(channel_sid channel,
 
 int CKivStorage::destroy_channel_configuration(int channel_number,
                                                IChannelStorageConfiguration** configuration) {
+  constexpr char operation[] = "CKivStorage::destroy_channel_configuration";
   bool const given = configuration != nullptr && *configuration != nullptr;
-  int const result = impl_->configurations.take_back(configuration);
-  trace("CKivStorage::destroy_channel_configuration",
+  int result = lab::client::failed;
+  attempt(operation, [&] { result = impl_->configurations.take_back(configuration); });
+  trace(operation,
         json::object({{"channel_number", channel_number}, {"given", json::boolean(given)}}),
         result);
   return result;

@@ -16,10 +16,12 @@
 #include <string>
 #include <vector>
 
+#include "lab/client/attempt.h"
 #include "lab/client/trace.h"
 
 namespace {
 
+using lab::client::attempt;
 using lab::client::json;
 using lab::client::trace;
 
@@ -150,6 +152,7 @@ extern "C" char* nstrcpy(char* destination, char const* source, std::size_t size
 }
 
 extern "C" std::FILE* velt_popen(char const* mode, char const* program, ...) {
+  constexpr char operation[] = "velt_popen";
   std::vector<std::string> arguments{program};
   std::va_list rest;
   va_start(rest, program);
@@ -157,8 +160,9 @@ extern "C" std::FILE* velt_popen(char const* mode, char const* program, ...) {
   va_end(rest);
 
   bool const readable = std::string_view(mode) == "r";
-  std::FILE* const stream = readable ? open_program(arguments) : nullptr;
-  trace("velt_popen",
+  std::FILE* stream = nullptr;
+  attempt(operation, &stream, [&] { stream = readable ? open_program(arguments) : nullptr; });
+  trace(operation,
         json::object({{"mode", mode},
                       {"program", program},
                       {"arguments", json::array({arguments.begin() + 1, arguments.end()})}}),
@@ -167,7 +171,9 @@ extern "C" std::FILE* velt_popen(char const* mode, char const* program, ...) {
 }
 
 extern "C" int velt_pclose(std::FILE* stream) {
-  int const status = open_programs::instance().close(stream);
-  trace("velt_pclose", json::object({{"given", json::boolean(stream != nullptr)}}), status);
+  constexpr char operation[] = "velt_pclose";
+  int status = lab::client::failed;
+  attempt(operation, [&] { status = open_programs::instance().close(stream); });
+  trace(operation, json::object({{"given", json::boolean(stream != nullptr)}}), status);
   return status;
 }

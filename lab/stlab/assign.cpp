@@ -31,9 +31,7 @@ void add_assign(CLI::App& tool, action& chosen) {
   CLI::App& command =
       *tool.add_subcommand("assign", "Makes a channel record into one volume from now on");
   add_folder(command, asked->folder);
-  command.add_option("--channel", asked->channel, "The channel, counted from 0")
-      ->check(CLI::NonNegativeNumber)
-      ->type_name("N");
+  add_channel(command, asked->channel, "The channel, counted from 0");
   command.add_option("--volume", asked->volume, "The volume's name")
       ->type_name("NAME")
       ->default_str("the first one");

@@ -9,22 +9,53 @@ namespace stlab {
 
 namespace {
 
+struct settings {
+  std::filesystem::path folder;
+  bool repairs = false;
+};
+
+void print(std::vector<std::string> const& lines) {
+  for (std::string const& line : lines) std::cout << line << '\n';
+}
+
+std::vector<std::string> findings_in(std::filesystem::path const& folder) {
+  return open_recorder(folder, lab::access::read_only).check();
+}
+
 exit_status check(std::filesystem::path const& folder) {
-  std::vector<std::string> const findings = open_recorder(folder, lab::access::read_only).check();
-  for (std::string const& finding : findings) std::cout << finding << '\n';
+  std::vector<std::string> const findings = findings_in(folder);
+  print(findings);
   if (!findings.empty()) return exit_status::refused;
   std::cout << "clean\n";
   return exit_status::done;
 }
 
+exit_status repair(std::filesystem::path const& folder) {
+  std::vector<std::string> const findings = findings_in(folder);
+  print(findings);
+  if (!findings.empty()) print(lab::recorder::repair(folder));
+  std::size_t const left = findings_in(folder).size();
+  if (left == 0) {
+    std::cout << "clean\n";
+    return exit_status::done;
+  }
+  std::cout << "findings that are left: " << left << '\n';
+  return exit_status::refused;
+}
+
 }  // namespace
 
 void add_check(CLI::App& tool, action& chosen) {
-  auto const folder = std::make_shared<std::filesystem::path>();
-  CLI::App& command =
-      *tool.add_subcommand("check", "Compares the folders with the catalogue; changes nothing");
-  add_folder(command, *folder);
-  command.callback([folder, &chosen] { chosen = [folder] { return check(*folder); }; });
+  auto const asked = std::make_shared<settings>();
+  CLI::App& command = *tool.add_subcommand(
+      "check",
+      "Compares folders and catalogue; only undoes a catalogue change that a crash cut short");
+  add_folder(command, asked->folder);
+  command.add_flag("--repair", asked->repairs,
+                   "Mends what can be mended without guessing; removes nothing that is held");
+  command.callback([asked, &chosen] {
+    chosen = [asked] { return asked->repairs ? repair(asked->folder) : check(asked->folder); };
+  });
 }
 
 }  // namespace stlab

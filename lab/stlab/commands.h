@@ -32,5 +32,6 @@ void add_leak(CLI::App& tool, action& chosen);
 void add_lose_id(CLI::App& tool, action& chosen);
 void add_assign(CLI::App& tool, action& chosen);
 void add_check(CLI::App& tool, action& chosen);
+void add_damage(CLI::App& tool, action& chosen);
 
 }  // namespace stlab

@@ -18,10 +18,14 @@ struct settings {
 
 exit_status expire(settings const& asked) {
   std::int64_t const before_ms = asked.now_s * 1000 - asked.days * day_milliseconds;
-  std::int64_t const units = open_recorder(asked.folder, lab::access::read_write).expire(before_ms);
+  lab::recorder recorder = open_recorder(asked.folder, lab::access::read_write);
+  std::int64_t const units = recorder.expire(before_ms);
   std::cout << "expired what ended before " << utc_text(before_ms) << " UTC: " << units
             << " units came back\n";
-  return exit_status::done;
+  std::int64_t const left = recorder.periods_out_of_reach(before_ms);
+  if (left == 0) return exit_status::done;
+  std::cout << left << " periods stay: their volume is not mounted\n";
+  return exit_status::refused;
 }
 
 }  // namespace
@@ -33,7 +37,7 @@ void add_expire(CLI::App& tool, action& chosen) {
   add_folder(command, asked->folder);
   add_now(command, asked->now_s);
   command.add_option("--days", asked->days, "Keeps what ended within so many days of 24 hours")
-      ->check(CLI::Range(0, 36'500))
+      ->transform(whole_number(0, 36'500))
       ->type_name("N");
   command.callback([asked, &chosen] { chosen = [asked] { return expire(*asked); }; });
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "lab/layout.h"
@@ -10,17 +11,16 @@
 namespace stlab {
 
 // The stream's periods that overlap the hour which begins at `hour_ms`.
-inline std::vector<lab::period> periods_in_hour(lab::recorder const& in, lab::stream const& of,
-                                                std::int64_t hour_ms) {
-  return in.periods(of, {hour_ms, hour_ms + lab::hour_milliseconds - 1});
-}
+std::vector<lab::period> periods_in_hour(lab::recorder const& in, lab::stream const& of,
+                                         std::int64_t hour_ms);
 
-// The latest hour, not after that of `now_ms`, in which the stream has nothing.
-inline std::int64_t latest_empty_hour(lab::recorder const& in, lab::stream const& of,
-                                      std::int64_t now_ms) {
-  std::int64_t hour_ms = lab::hour_of(now_ms);
-  while (!periods_in_hour(in, of, hour_ms).empty()) hour_ms -= lab::hour_milliseconds;
-  return hour_ms;
-}
+// The earliest hour that can be recorded. What leaked is recycled up to the
+// stream's earliest period only, so none may come before it.
+std::int64_t first_recordable_hour(lab::recorder const& in, lab::stream const& of);
+
+// The latest hour, not after that of `from_ms`, that can be recorded and in
+// which the stream has nothing; none when there is none.
+std::optional<std::int64_t> latest_empty_hour(lab::recorder const& in, lab::stream const& of,
+                                              std::int64_t from_ms);
 
 }  // namespace stlab

@@ -140,18 +140,16 @@ void add_leak(CLI::App& tool, action& chosen) {
   command.add_option("--volume", asked->volume, "The volume's name")
       ->type_name("NAME")
       ->default_str("the first one");
-  command.add_option("--channel", asked->channel, "The channel, counted from 0")
-      ->check(CLI::NonNegativeNumber)
-      ->type_name("N")
+  add_channel(command, asked->channel, "The channel, counted from 0")
       ->default_str("the first that records into the volume");
   add_stream(command, asked->stream);
   add_type(command, asked->type, {"normal", "alarm"});
   command.add_option("--hours", asked->hours, "Hours to leak, the latest ones before those known")
-      ->check(CLI::Range(1, most_hours))
+      ->transform(whole_number(1, most_hours))
       ->type_name("N")
       ->default_str("a tenth of the volume");
   command.add_option("--units", asked->units, "Units for each hour")
-      ->check(CLI::Range(1, most_units))
+      ->transform(whole_number(1, most_units))
       ->type_name("N")
       ->default_str("1, or more when the hours do not suffice");
   command.callback([asked, &chosen] { chosen = [asked] { return leak(*asked); }; });

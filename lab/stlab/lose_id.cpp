@@ -31,17 +31,45 @@ std::vector<lab::period> periods_from(lab::recorder const& in, lab::stream const
   return in.periods(of, {start_ms, start_ms + hours * lab::hour_milliseconds - 1});
 }
 
+// The hours of the window in which the stream has nothing.
+std::vector<std::int64_t> empty_hours(lab::recorder const& in, lab::stream const& of,
+                                      std::int64_t start_ms, int hours) {
+  std::vector<std::int64_t> empty;
+  for (int hour = 0; hour < hours; ++hour) {
+    std::int64_t const hour_ms = start_ms + hour * lab::hour_milliseconds;
+    if (periods_in_hour(in, of, hour_ms).empty()) empty.push_back(hour_ms);
+  }
+  return empty;
+}
+
 // The start of the latest window of `hours` past hours around a local midnight
-// in which nothing is lost yet.
+// in which nothing is lost yet and what is empty can be recorded.
 std::int64_t find_window(lab::recorder const& in, lab::stream const& of, int hours,
                          std::int64_t now_ms) {
+  std::int64_t const first_ms = first_recordable_hour(in, of);
+  bool leaks_seen = false;
   for (int back = 0; back <= most_days_back; ++back) {
     std::int64_t const start_ms = midnight_hour(now_ms, back) - hours / 2 * lab::hour_milliseconds;
     if (start_ms + hours * lab::hour_milliseconds > lab::hour_of(now_ms)) continue;
     std::vector<lab::period> const known = periods_from(in, of, start_ms, hours);
-    if (std::none_of(known.begin(), known.end(), is_lost)) return start_ms;
+    if (std::any_of(known.begin(), known.end(), is_lost)) continue;
+    std::vector<std::int64_t> const empty = empty_hours(in, of, start_ms, hours);
+    if (empty.empty() || empty.front() >= first_ms) return start_ms;
+    leaks_seen = true;
+  }
+  if (leaks_seen) {
+    throw refusal("hours would have to be recorded before the end of the stream's leak, " +
+                  utc_text(first_ms) + " UTC; recycle that first");
   }
   throw refusal("every midnight of the last year has lost its ids already");
+}
+
+void record_hours(lab::recorder& in, lab::channel const& channel, lab::stream const& of,
+                  std::vector<std::int64_t> const& hours) {
+  if (hours.empty()) return;
+  lab::volume const volume = assigned_volume(in, channel);
+  require_free_units(in, volume, static_cast<std::int64_t>(hours.size()));
+  for (std::int64_t const hour_ms : hours) in.record(volume.id, of, hour_ms, 1);
 }
 
 exit_status lose_id(settings const& asked) {
@@ -49,11 +77,7 @@ exit_status lose_id(settings const& asked) {
   lab::channel const channel = find_channel(recorder, asked.channel);
   lab::stream const of{channel.id, type_code(asked.type), asked.stream};
   std::int64_t const start_ms = find_window(recorder, of, asked.hours, asked.now_s * 1000);
-  for (int hour = 0; hour < asked.hours; ++hour) {
-    std::int64_t const hour_ms = start_ms + hour * lab::hour_milliseconds;
-    if (!periods_in_hour(recorder, of, hour_ms).empty()) continue;
-    recorder.record(assigned_volume(recorder, channel).id, of, hour_ms, 1);
-  }
+  record_hours(recorder, channel, of, empty_hours(recorder, of, start_ms, asked.hours));
   std::vector<std::int64_t> ids;
   for (lab::period const& each : periods_from(recorder, of, start_ms, asked.hours)) {
     ids.push_back(each.id);
@@ -74,13 +98,11 @@ void add_lose_id(CLI::App& tool, action& chosen) {
       "Takes the storage id from adjoining hours across a midnight, recording them if need be");
   add_folder(command, asked->folder);
   add_now(command, asked->now_s);
-  command.add_option("--channel", asked->channel, "The channel, counted from 0")
-      ->check(CLI::NonNegativeNumber)
-      ->type_name("N");
+  add_channel(command, asked->channel, "The channel, counted from 0");
   add_stream(command, asked->stream);
   add_type(command, asked->type, {"normal", "alarm"});
   command.add_option("--hours,--count", asked->hours, "Hours, a period each")
-      ->check(CLI::Range(1, most_hours))
+      ->transform(whole_number(1, most_hours))
       ->type_name("N");
   command.callback([asked, &chosen] { chosen = [asked] { return lose_id(*asked); }; });
 }

@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 
 #include "lab/recorder.h"
+#include "lab/sqlite.h"
 #include "lab/stlab/commands.h"
 
 namespace stlab {
@@ -21,6 +23,7 @@ void add_commands(CLI::App& tool, action& chosen) {
   add_lose_id(tool, chosen);
   add_assign(tool, chosen);
   add_check(tool, chosen);
+  add_damage(tool, chosen);
   for (CLI::App* const command : tool.get_subcommands({})) command->footer(footer);
 }
 
@@ -36,11 +39,20 @@ exit_status perform(action const& chosen) {
     return report(exit_status::unusable, problem.what());
   } catch (lab::busy_error const& problem) {
     return report(exit_status::unusable, problem.what());
+  } catch (lab::database_error const& problem) {
+    return report(exit_status::unusable, problem.what());
   } catch (std::filesystem::filesystem_error const& problem) {
     return report(exit_status::unusable, problem.what());
   } catch (std::exception const& problem) {
     return report(exit_status::refused, problem.what());
   }
+}
+
+// What was printed may only have gone into a buffer so far.
+exit_status after_output(exit_status status) {
+  std::cout.flush();
+  if (std::cout) return status;
+  return report(std::max(status, exit_status::refused), "cannot write to standard output");
 }
 
 exit_status run(int argc, char const* const* argv) {
@@ -56,11 +68,11 @@ exit_status run(int argc, char const* const* argv) {
   } catch (CLI::ParseError const& problem) {
     if (problem.get_exit_code() == 0) {
       tool.exit(problem);
-      return exit_status::done;
+      return after_output(exit_status::done);
     }
     return report(exit_status::usage, std::string(problem.what()) + "\nTry: stlab --help");
   }
-  return perform(chosen);
+  return after_output(perform(chosen));
 }
 
 }  // namespace

@@ -1,10 +1,12 @@
 #include <iostream>
 #include <memory>
 
+#include "lab/make_plan.h"
 #include "lab/recorder.h"
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/progress_bar.h"
+#include "lab/stlab/stop_request.h"
 
 namespace stlab {
 
@@ -16,13 +18,25 @@ struct settings {
   std::int64_t now_s = 0;
 };
 
+// Options that do not go together are wrong usage like those out of range.
+void require_usable(lab::make_options const& options) {
+  try {
+    lab::require_in_range(options);
+  } catch (lab::error const& problem) {
+    throw CLI::ValidationError("make", problem.what());
+  }
+}
+
 exit_status make(settings const& asked) {
   lab::make_options options = asked.options;
   options.now_ms = asked.now_s * 1000;
   {
+    stop_request const stop;
     progress_bar bar;
-    lab::recorder::make(asked.folder, options,
-                        [&](std::int64_t done, std::int64_t total) { bar.show(done, total); });
+    lab::recorder::make(asked.folder, options, [&](std::int64_t done, std::int64_t total) {
+      if (stop.is_asked_for()) throw refusal("stopped; nothing was made");
+      bar.show(done, total);
+    });
   }
   std::cout << "made a recorder in " << asked.folder.string() << ": spaces " << options.spaces
             << ", volumes " << options.spaces * options.volumes << " of " << options.volume_mb
@@ -38,18 +52,29 @@ void add_make(CLI::App& tool, action& chosen) {
   add_folder(command, asked->folder);
   add_now(command, asked->now_s);
   lab::make_options& options = asked->options;
-  auto const add_count = [&](char const* name, int& value, int least, int most, char const* text) {
-    command.add_option(name, value, text)->check(CLI::Range(least, most))->type_name("N");
+  auto const add_count = [&](char const* name, int& value, lab::limits const& allowed,
+                             char const* text) {
+    command.add_option(name, value, text)
+        ->transform(whole_number(static_cast<std::uint64_t>(allowed.least),
+                                 static_cast<std::uint64_t>(allowed.most)))
+        ->type_name("N");
   };
-  add_count("--spaces", options.spaces, 1, 99, "Spaces");
-  add_count("--volumes", options.volumes, 1, 99, "Volumes of each space");
-  add_count("--volume-mb", options.volume_mb, 1, 1 << 30, "Size of each volume in MB");
-  add_count("--unit-mb", options.unit_mb, 1, 1 << 20, "Size of each unit file in MB");
-  add_count("--channels", options.channels, 1, 99, "Channels");
-  add_count("--days", options.days, 0, 365, "Days of recordings before the present moment");
+  add_count("--spaces", options.spaces, lab::space_limits, "Spaces");
+  add_count("--volumes", options.volumes, lab::volume_limits, "Volumes of each space");
+  add_count("--volume-mb", options.volume_mb, lab::volume_mb_limits,
+            "Size of each volume in MB, a multiple of the unit size");
+  add_count("--unit-mb", options.unit_mb, lab::unit_mb_limits, "Size of each unit file in MB");
+  add_count("--channels", options.channels, lab::channel_limits,
+            "Channels; st voluse -1 shows the first 32");
+  add_count("--days", options.days, lab::day_limits,
+            "Days of recordings before the present moment");
   command.add_option("--seed", options.seed, "The same seed and moment make the same recorder")
+      ->transform(whole_number(0, most_seed))
       ->type_name("N");
-  command.callback([asked, &chosen] { chosen = [asked] { return make(*asked); }; });
+  command.callback([asked, &chosen] {
+    require_usable(asked->options);
+    chosen = [asked] { return make(*asked); };
+  });
 }
 
 }  // namespace stlab

@@ -4,12 +4,24 @@
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <vector>
 
 namespace stlab {
 
-// The recorder's folder, the positional argument DIR.
+// Upper bounds of the tool's counting options.
+inline constexpr int most_hours = 24 * 365;
+inline constexpr int most_units = 1'000'000;
+inline constexpr int most_steps = std::numeric_limits<int>::max();
+inline constexpr std::uint64_t most_seed = std::numeric_limits<std::uint64_t>::max();
+inline constexpr std::int32_t most_channel = std::numeric_limits<std::int32_t>::max();
+
+// Accepts the digits of a whole number, in base 10 whatever they begin with,
+// within both ends; anything else is wrong usage.
+CLI::Validator whole_number(std::uint64_t least, std::uint64_t most);
+
+// The recorder's folder, the positional argument DIR, which is not empty.
 void add_folder(CLI::App& command, std::filesystem::path& folder);
 
 // The present moment in seconds, by default the clock's; read once, when the
@@ -19,14 +31,18 @@ void add_now(CLI::App& command, std::int64_t& now_s);
 // A stream's number, 0 to 4.
 void add_stream(CLI::App& command, std::int32_t& stream);
 
+// A channel's number, counted from 0.
+template <typename Number>
+CLI::Option* add_channel(CLI::App& command, Number& channel, std::string const& text) {
+  return command.add_option("--channel", channel, text)
+      ->transform(whole_number(0, most_channel))
+      ->type_name("N");
+}
+
 // A recording type's name, one of `names`.
 void add_type(CLI::App& command, std::string& type, std::vector<std::string> const& names);
 
 // The code of a recording type's name: normal 4, alarm 1, manual 2.
 std::int32_t type_code(std::string const& name);
-
-// Upper bounds of the tool's counting options.
-inline constexpr int most_hours = 24 * 365;
-inline constexpr int most_units = 1'000'000;
 
 }  // namespace stlab

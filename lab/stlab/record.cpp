@@ -1,5 +1,8 @@
+#include <algorithm>
 #include <iostream>
+#include <map>
 #include <memory>
+#include <optional>
 
 #include "lab/stlab/commands.h"
 #include "lab/stlab/hours.h"
@@ -24,27 +27,68 @@ struct settings {
 std::vector<lab::channel> chosen_channels(lab::recorder const& in, settings const& asked) {
   if (asked.channels.empty()) return in.channels();
   std::vector<lab::channel> channels;
-  for (std::int32_t const number : asked.channels) channels.push_back(find_channel(in, number));
+  for (std::int32_t const number : asked.channels) {
+    bool const known = std::any_of(channels.begin(), channels.end(),
+                                   [number](auto const& each) { return each.number == number; });
+    if (!known) channels.push_back(find_channel(in, number));
+  }
   return channels;
 }
 
-void record_channel(lab::recorder& in, lab::channel const& channel, settings const& asked) {
-  lab::volume const volume = assigned_volume(in, channel);
+// One channel's hours, the latest one first.
+struct planned_channel {
+  lab::channel channel;
+  lab::volume volume;
+  lab::stream of;
+  std::vector<std::int64_t> hours;
+};
+
+planned_channel plan_channel(lab::recorder const& in, lab::channel const& channel,
+                             settings const& asked) {
   lab::stream const of{channel.id, type_code(asked.type), asked.stream};
-  for (int done = 0; done < asked.hours; ++done) {
-    std::int64_t const hour_ms = latest_empty_hour(in, of, asked.now_s * 1000);
-    in.record(volume.id, of, hour_ms, asked.units);
-    std::cout << "recorded " << stream_label(channel.number, of.recording_type, of.number) << ' '
-              << utc_text(hour_ms) << " UTC on " << volume.name << ", units " << asked.units
-              << '\n';
+  planned_channel plan{channel, assigned_volume(in, channel), of, {}};
+  auto const asked_hours = static_cast<std::size_t>(asked.hours);
+  for (std::int64_t from_ms = asked.now_s * 1000; plan.hours.size() < asked_hours;
+       from_ms = plan.hours.back() - lab::hour_milliseconds) {
+    std::optional<std::int64_t> const hour_ms = latest_empty_hour(in, of, from_ms);
+    if (!hour_ms) {
+      throw refusal(stream_label(channel.number, of.recording_type, of.number) + " has only " +
+                    std::to_string(plan.hours.size()) +
+                    " empty hours after its leak, which ends at " +
+                    utc_text(first_recordable_hour(in, of)) + " UTC; recycle that first");
+    }
+    plan.hours.push_back(*hour_ms);
+  }
+  return plan;
+}
+
+void require_room(lab::recorder const& in, std::vector<planned_channel> const& plans, int units) {
+  std::map<std::int64_t, std::int64_t> needed;  // by volume
+  for (planned_channel const& plan : plans) {
+    needed[plan.volume.id] += static_cast<std::int64_t>(plan.hours.size()) * units;
+  }
+  for (planned_channel const& plan : plans) {
+    require_free_units(in, plan.volume, needed[plan.volume.id]);
+  }
+}
+
+void record_channel(lab::recorder& in, planned_channel const& plan, int units) {
+  for (std::int64_t const hour_ms : plan.hours) {
+    in.record(plan.volume.id, plan.of, hour_ms, units);
+    std::cout << "recorded "
+              << stream_label(plan.channel.number, plan.of.recording_type, plan.of.number) << ' '
+              << utc_text(hour_ms) << " UTC on " << plan.volume.name << ", units " << units << '\n';
   }
 }
 
 exit_status record(settings const& asked) {
   lab::recorder recorder = open_recorder(asked.folder, lab::access::read_write);
+  std::vector<planned_channel> plans;
   for (lab::channel const& channel : chosen_channels(recorder, asked)) {
-    record_channel(recorder, channel, asked);
+    plans.push_back(plan_channel(recorder, channel, asked));
   }
+  require_room(recorder, plans, asked.units);
+  for (planned_channel const& plan : plans) record_channel(recorder, plan, asked.units);
   return exit_status::done;
 }
 
@@ -56,17 +100,14 @@ void add_record(CLI::App& tool, action& chosen) {
       "record", "Records the latest hours, up to the present one, that a stream does not have yet");
   add_folder(command, asked->folder);
   add_now(command, asked->now_s);
-  command.add_option("--channel", asked->channels, "Channels, counted from 0")
-      ->check(CLI::NonNegativeNumber)
-      ->type_name("N")
-      ->default_str("all");
+  add_channel(command, asked->channels, "Channels, counted from 0")->default_str("all");
   add_stream(command, asked->stream);
   add_type(command, asked->type, {"normal", "alarm", "manual"});
   command.add_option("--hours", asked->hours, "Hours for each channel")
-      ->check(CLI::Range(1, most_hours))
+      ->transform(whole_number(1, most_hours))
       ->type_name("N");
   command.add_option("--units", asked->units, "Units for each hour")
-      ->check(CLI::Range(1, most_units))
+      ->transform(whole_number(1, most_units))
       ->type_name("N");
   command.callback([asked, &chosen] { chosen = [asked] { return record(*asked); }; });
 }

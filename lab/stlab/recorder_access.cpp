@@ -66,6 +66,13 @@ lab::channel assigned_channel(lab::recorder const& in, lab::volume const& to) {
   return assigned.front();
 }
 
+void require_free_units(lab::recorder const& in, lab::volume const& on, std::int64_t needed) {
+  std::int64_t const free_units = in.account(on.id).preallocated;
+  if (needed <= free_units) return;
+  throw refusal("only " + std::to_string(free_units) + " units are free on " + on.name + "; " +
+                std::to_string(needed) + " are needed");
+}
+
 std::string channel_label(std::int32_t number) { return "ch" + two_digits(number + 1); }
 
 std::string stream_label(std::int32_t number, std::int32_t recording_type, std::int32_t stream) {

@@ -25,6 +25,9 @@ lab::volume assigned_volume(lab::recorder const& in, lab::channel const& of);
 // The first channel that is assigned to the volume.
 lab::channel assigned_channel(lab::recorder const& in, lab::volume const& to);
 
+// Throws unless so many units are free on the volume.
+void require_free_units(lab::recorder const& in, lab::volume const& on, std::int64_t needed);
+
 // "ch01" for channel 0.
 std::string channel_label(std::int32_t number);
 

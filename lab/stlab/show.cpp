@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -31,19 +32,31 @@ std::string state_name(std::int32_t state) {
   return state_names[state];
 }
 
-// Every part that is not 0 shows at least one character.
-std::size_t bar_part(std::int64_t part, std::int64_t total) {
-  if (part <= 0 || total <= 0) return 0;
-  return static_cast<std::size_t>(std::max<std::int64_t>(1, part * bar_width / total));
-}
-
-// '#' used, '.' preallocated, '!' lost.
+// '#' used, '.' preallocated, '!' lost, each in proportion. A part that is not 0
+// shows at least one character, at the cost of the widest one.
 std::string bar(lab::volume_account const& account) {
-  std::size_t const lost = bar_part(account.lost, account.total);
-  std::size_t const used = bar_part(account.held + account.moving, account.total);
-  auto const whole = static_cast<std::size_t>(bar_width);
-  std::size_t const rest = whole - std::min(whole, lost + used);
-  return '[' + std::string(used, '#') + std::string(rest, '.') + std::string(lost, '!') + ']';
+  struct part {
+    std::int64_t units;
+    char sign;
+    std::int64_t width;
+  };
+  std::array<part, 3> parts{{{account.held + account.moving, '#', 0},
+                             {account.preallocated, '.', 0},
+                             {account.lost, '!', 0}}};
+  std::int64_t left = bar_width;
+  for (part& each : parts) {
+    if (each.units <= 0) continue;
+    each.width = std::max<std::int64_t>(1, each.units * bar_width / account.total);
+    left -= each.width;
+  }
+  part& spare = parts[1];
+  part& widest =
+      *std::max_element(parts.begin(), parts.end(),
+                        [](part const& one, part const& two) { return one.width < two.width; });
+  (spare.width + left >= 1 && spare.units > 0 ? spare : widest).width += left;
+  std::string text = "[";
+  for (part const& each : parts) text.append(static_cast<std::size_t>(each.width), each.sign);
+  return text + ']';
 }
 
 void show_volume(lab::recorder const& in, lab::volume const& volume) {
@@ -153,9 +166,14 @@ void show_periods(lab::recorder const& in, period_detail detail) {
 
 exit_status show(std::filesystem::path const& folder, period_detail detail) {
   lab::recorder const recorder = open_recorder(folder, lab::access::read_only);
+  lab::consistent_view const view(recorder);
   std::cout << "recorder " << recorder.folder().string() << ", units of " << recorder.unit_mb()
             << " MB\n";
   for (lab::space const& space : recorder.spaces()) show_space(recorder, space);
+  std::int64_t const unattributed_mb = recorder.unattributed_mb();
+  if (unattributed_mb > 0) {
+    std::cout << "recorded under no storage id " << unattributed_mb << " MB\n";
+  }
   show_channels(recorder);
   show_periods(recorder, detail);
   return exit_status::done;

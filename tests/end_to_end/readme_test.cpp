@@ -12,8 +12,13 @@ class readme : public recorder_test {
   std::string output_of(std::string const& command_line) {
     std::istringstream stream(command_line);
     std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
+    environment settings = {{"STLAB_RECORDER", "recorder"}};
+    if (auto const equals = words.front().find('='); equals != std::string::npos) {
+      settings[words.front().substr(0, equals)] = words.front().substr(equals + 1);
+      words.erase(words.begin());
+    }
     words.front() = words.front() == "stlab" ? STLAB_PROGRAM : ST_PROGRAM;
-    outcome const result = run_here(words, {{"STLAB_RECORDER", "recorder"}});
+    outcome const result = run_here(words, settings);
     EXPECT_EQ(result.status, 0) << command_line << "\n" << result.errors;
     return result.output;
   }
@@ -32,7 +37,7 @@ TEST_F(readme, shows_what_the_programs_print) {
     }
     if (!in_session) continue;
     shown += line + "\n";
-    if (line.rfind("$ st", 0) != 0) continue;
+    if (line.rfind("$ ", 0) != 0) continue;
     printed += line + "\n" + output_of(line.substr(2));
     ++commands;
   }

@@ -141,6 +141,11 @@ TEST_F(making, what_a_kill_midway_leaves_is_no_recorder) {
   });
   EXPECT_EQ(copy.string() + ": not a recorder: no catalogue.db",
             world::failure_of([&] { lab::recorder::open(copy, lab::access::read_write); }));
+  EXPECT_EQ(copy.string() +
+                ": folder is not empty: it looks as a stopped make leaves it (share); remove that "
+                "first",
+            refusal(copy, world::small()));
+  world::write_file(copy / "note", "mine");
   EXPECT_EQ(copy.string() + ": folder is not empty", refusal(copy, world::small()));
 }
 

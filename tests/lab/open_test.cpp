@@ -1,6 +1,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
+
+#include "lab/layout.h"
 #include "lab/sqlite.h"
 #include "world.h"
 
@@ -46,13 +49,15 @@ TEST_F(open_recorder, a_catalogue_that_is_no_database_is_refused) {
 TEST_F(open_recorder, an_empty_catalogue_is_refused) {
   fs::create_directory(root());
   world::write_file(root() / "catalogue.db", "");
-  EXPECT_EQ(root().string() + ": not a recorder: its catalogue is something else's", refusal());
+  EXPECT_EQ(root().string() + ": not a recorder: its catalogue is empty or something else's",
+            refusal());
 }
 
 TEST_F(open_recorder, another_programs_database_is_refused) {
   make();
   tamper("PRAGMA application_id = 1");
-  EXPECT_EQ(root().string() + ": not a recorder: its catalogue is something else's", refusal());
+  EXPECT_EQ(root().string() + ": not a recorder: its catalogue is empty or something else's",
+            refusal());
 }
 
 TEST_F(open_recorder, a_newer_format_is_refused) {
@@ -68,6 +73,15 @@ TEST_F(open_recorder, an_unknown_older_format_is_refused) {
   make();
   tamper("PRAGMA user_version = 0");
   EXPECT_EQ(root().string() + ": not a recorder: unknown format 0", refusal());
+}
+
+TEST_F(open_recorder, a_path_that_holds_share_is_refused) {
+  make();
+  auto const moved = root().parent_path() / "share" / "recorder";
+  fs::create_directory(moved.parent_path());
+  fs::rename(root(), moved);
+  EXPECT_EQ(moved.string() + ": a recorder's own path must not hold \"share/\"",
+            world::failure_of([&] { lab::recorder::open(moved, lab::access::read_only); }));
 }
 
 // Runs as an unprivileged user where the test itself is root.
@@ -147,6 +161,63 @@ TEST_F(open_recorder, a_reader_cannot_change_anything) {
   EXPECT_EQ(std::vector<std::string>(), open().check());
 }
 
+// One of two volumes has lost its preallocate folder.
+class one_volume_blocked : public open_recorder {
+ protected:
+  one_volume_blocked() { make(); }
+
+  void block() const { fs::rename(preallocate(first_volume), kept()); }
+  void unblock() const { fs::rename(kept(), preallocate(first_volume)); }
+  fs::path kept() const { return root() / "kept"; }
+  std::int64_t units_on_their_way() const {
+    return ask("SELECT count(*) FROM unit WHERE state IN ('recording', 'recycling')");
+  }
+  std::string reason() const {
+    return preallocate(first_volume).string() + ": cannot open folder: No such file or directory";
+  }
+};
+
+TEST_F(one_volume_blocked, what_cannot_be_finished_is_not_begun) {
+  leak(first_volume, main_stream, world::now, 2);
+  block();
+  EXPECT_EQ(reason(),
+            world::failure_of([&] { open().recycle(first_volume, main_stream, always); }));
+  EXPECT_EQ(reason(),
+            world::failure_of([&] { open().record(first_volume, main_stream, world::now, 1); }));
+  EXPECT_EQ(0, units_on_their_way());
+  unblock();
+  EXPECT_EQ(2, open().recycle(first_volume, main_stream, always));
+}
+
+TEST_F(one_volume_blocked, a_stopped_move_there_keeps_no_writer_from_the_other) {
+  leak(first_volume, main_stream, world::now, 2);
+  tamper("UPDATE unit SET state = 'recycling' WHERE state = 'recorded'");
+  block();
+  open().record(second_volume, main_stream, world::now, 1);
+  EXPECT_EQ(2, units_on_their_way());
+  EXPECT_EQ(reason(),
+            world::failure_of([&] { open().recycle(first_volume, main_stream, always); }));
+  unblock();
+  open();
+  EXPECT_EQ(0, units_on_their_way());
+  EXPECT_EQ(8, open().account(first_volume).preallocated);
+}
+
+TEST_F(one_volume_blocked, retention_goes_on_with_the_other_and_then_tells) {
+  auto recorder = open();
+  recorder.record(first_volume, main_stream, world::now, 2);
+  recorder.record(second_volume, main_stream, world::now, 3);
+  block();
+  EXPECT_EQ(reason() + "; 3 units of other volumes came back",
+            world::failure_of([&] { recorder.expire(world::now + world::hour); }));
+  EXPECT_EQ(0, units_on_their_way());
+  ASSERT_EQ(1U, recorder.periods().size());
+  EXPECT_EQ(2, recorder.account(first_volume).held);
+  unblock();
+  EXPECT_EQ(2, recorder.expire(world::now + world::hour));
+  EXPECT_EQ(std::vector<std::string>(), recorder.check());
+}
+
 // A child that dies inside a transaction whose pages are partly in the file.
 void die_while_changing(fs::path const& catalogue_file) {
   pid_t const child = fork();
@@ -172,6 +243,47 @@ TEST_F(open_recorder, a_reader_has_a_change_undone_that_was_cut_short) {
   auto const recorder = open(lab::access::read_only);
   EXPECT_EQ(0, recorder.volumes().front().type);
   EXPECT_EQ(std::vector<std::string>(), recorder.check());
+}
+
+TEST_F(open_unprivileged, a_change_that_was_cut_short_needs_somebody_who_may_write) {
+  as_owner([&] {
+    fs::remove_all(root());
+    auto options = world::small();
+    options.volume_mb = 64;
+    make(options);
+    die_while_changing(root() / "catalogue.db");
+    fs::permissions(root() / "catalogue.db-journal", fs::perms(0444));
+    fs::permissions(root() / "catalogue.db", fs::perms(0444));
+    fs::permissions(root(), fs::perms(0555));
+  });
+  EXPECT_EQ(root().string() +
+                ": the last change of its catalogue was cut short; open it once with permission to "
+                "write",
+            refusal());
+  as_owner([&] {
+    fs::permissions(root(), fs::perms(0755));
+    fs::permissions(root() / "catalogue.db-journal", fs::perms(0644));
+    fs::permissions(root() / "catalogue.db", fs::perms(0644));
+    EXPECT_EQ(0, open(lab::access::read_only).volumes().front().type);
+  });
+}
+
+TEST_F(open_recorder, a_catalogue_that_breaks_off_is_named_and_found) {
+  make();
+  auto const page = ask("SELECT rootpage FROM sqlite_master WHERE name = 'volume'");
+  auto const size = ask("SELECT page_size FROM pragma_page_size");
+  {
+    std::fstream file(root() / "catalogue.db", std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp((page - 1) * size);
+    file << std::string(static_cast<std::size_t>(size), '\xff');
+  }
+  auto const text = (root() / "catalogue.db").string() + ": database disk image is malformed";
+  EXPECT_EQ(text, world::failure_of([&] { open(lab::access::read_only).volumes(); }));
+  EXPECT_THROW(open(lab::access::read_only).volumes(), lab::database_error);
+  auto const findings = open(lab::access::read_only).check();
+  ASSERT_FALSE(findings.empty());
+  for (auto const& finding : findings) EXPECT_EQ(0U, finding.find("corrupt: catalogue: "));
+  EXPECT_EQ("corrupt: catalogue: " + text, findings.back());
 }
 
 }  // namespace

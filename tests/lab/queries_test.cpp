@@ -127,6 +127,61 @@ TEST_F(queries, pairings_sizes_and_days_agree) {
   }
 }
 
+TEST_F(queries, pairings_of_a_channel_adjoin) {
+  make();
+  auto recorder = open();
+  recorder.record(first_volume, {2, 4, 0}, now, 1);
+  recorder.record(first_volume, main_stream, now, 1);
+  recorder.record(second_volume, {2, 4, 0}, now + hour, 1);
+  recorder.record(second_volume, main_stream, now + hour, 1);
+  std::vector<std::int64_t> channels;
+  for (auto const& pairing : recorder.pairings(1)) channels.push_back(pairing.channel_id);
+  EXPECT_EQ((std::vector<std::int64_t>{2, 2, 1, 1}), channels);
+}
+
+TEST_F(queries, what_leaked_last_is_known_by_stream) {
+  make();
+  EXPECT_EQ(std::nullopt, open().latest_leaked_hour(main_stream));
+  leak(first_volume, main_stream, now, 1);
+  leak(second_volume, main_stream, now + 2 * hour, 1);
+  leak(first_volume, main_stream, now + hour, 1);
+  leak(first_volume, {1, 4, 1}, now + 5 * hour, 1);
+  auto recorder = open();
+  recorder.record(first_volume, main_stream, now + 4 * hour, 1);
+  EXPECT_EQ(now + 2 * hour, recorder.latest_leaked_hour(main_stream));
+  EXPECT_EQ(std::nullopt, recorder.latest_leaked_hour({2, 4, 0}));
+  recorder.recycle(second_volume, main_stream, always);
+  EXPECT_EQ(now + hour, recorder.latest_leaked_hour(main_stream));
+}
+
+TEST_F(queries, periods_are_out_of_reach_where_their_volume_is_not_mounted) {
+  make();
+  auto recorder = open();
+  recorder.record(first_volume, main_stream, now, 2);
+  recorder.record(first_volume, main_stream, now + hour, 1);
+  recorder.record(second_volume, main_stream, now, 1);
+  EXPECT_EQ(0, recorder.periods_out_of_reach(now + 9 * hour));
+  std::filesystem::remove(root() / "share" / "vol1" / "identity");
+  EXPECT_EQ(0, recorder.periods_out_of_reach(now + hour - 1));
+  EXPECT_EQ(1, recorder.periods_out_of_reach(now + hour));
+  EXPECT_EQ(2, recorder.periods_out_of_reach(now + 9 * hour));
+}
+
+TEST_F(queries, a_view_is_of_one_state) {
+  make();
+  auto const reader = open(lab::access::read_only);
+  auto writer = open();
+  writer.wait_at_most(std::chrono::milliseconds(0));
+  {
+    lab::consistent_view const view(reader);
+    EXPECT_EQ("vol1", reader.volumes().front().name);
+    EXPECT_THROW(writer.change_volumes({{first_volume, "other", 0, 0}}), lab::busy_error);
+    EXPECT_EQ("vol1", reader.volumes().front().name);
+  }
+  writer.change_volumes({{first_volume, "other", 0, 0}});
+  EXPECT_EQ("other", reader.volumes().front().name);
+}
+
 TEST_F(queries, what_has_no_storage_id_belongs_to_no_space) {
   make();
   auto recorder = open();
@@ -138,6 +193,7 @@ TEST_F(queries, what_has_no_storage_id_belongs_to_no_space) {
   EXPECT_EQ(2, recorder.pairings(1)[0].channel_id);
   EXPECT_EQ(0, recorder.recorded_mb(1, 1, {}));
   EXPECT_EQ(1, recorder.recorded_mb(1, 2, {}));
+  EXPECT_EQ(2, recorder.unattributed_mb());
   EXPECT_EQ(3, recorder.volumes().front().used_mb);
   EXPECT_EQ(strings(), recorder.days(1, 4, {""}));
 }

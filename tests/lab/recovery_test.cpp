@@ -59,7 +59,7 @@ TEST_P(recovery, brings_the_unit_home_or_calls_it_bad) {
   EXPECT_EQ(lost ? 7 : 8, account.preallocated);
   EXPECT_EQ(lost ? 7U : 8U, names(home()).size());
   EXPECT_FALSE(fs::exists(away()));
-  EXPECT_EQ(lost ? strings{"volume vol1: unit unit000003 is bad"} : strings(), open().check());
+  EXPECT_EQ(lost ? strings{"bad: volume vol1: unit unit000003 is bad"} : strings(), open().check());
 
   auto const mended = world::tree_of(root());
   open(lab::access::read_write);

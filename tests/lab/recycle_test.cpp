@@ -58,7 +58,7 @@ TEST_F(recycle, everything_else_stays_byte_for_byte) {
   EXPECT_EQ(2, run(always));
   auto const home = preallocate(first_volume).lexically_relative(root()).string();
   auto const folder = hour_folder(first_volume, now).lexically_relative(root()).string();
-  strings expected{"catalogue.db", folder + "/"};
+  strings expected{"catalogue.db", "catalogue.db-journal", folder + "/"};
   for (auto const* const place : {&folder, &home}) {
     for (auto const& name : leaked) expected.push_back((fs::path(*place) / name).string());
   }

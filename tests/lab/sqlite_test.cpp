@@ -9,9 +9,10 @@ namespace {
 class sqlite : public testing::Test {
  protected:
   lab::database connect() const {
-    return {temporary_.path() / "test.db", lab::database::mode::create,
-            std::chrono::milliseconds(0)};
+    return {file(), lab::database::mode::create, std::chrono::milliseconds(0)};
   }
+
+  std::filesystem::path file() const { return temporary_.path() / "test.db"; }
 
  private:
   world::temporary_folder temporary_;
@@ -62,7 +63,7 @@ TEST_F(sqlite, busy_is_told_from_other_failures) {
   } catch (lab::busy_error const&) {
     FAIL() << "a broken constraint is not busy";
   } catch (lab::database_error const& failure) {
-    EXPECT_STREQ("catalogue: NOT NULL constraint failed: t.x", failure.what());
+    EXPECT_EQ(file().string() + ": NOT NULL constraint failed: t.x", failure.what());
   }
 }
 

@@ -1,7 +1,10 @@
 #include "bench.h"
 
+#include <grp.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,8 +20,9 @@ namespace bench {
 namespace {
 
 void scrub_environment() {
-  for (char const* const name : {"STLAB_RECORDER", "STLAB_TRACE", "DU_BLOCK_SIZE", "BLOCK_SIZE",
-                                 "BLOCKSIZE", "POSIXLY_CORRECT"}) {
+  for (char const* const name :
+       {"STLAB_RECORDER", "STLAB_TRACE", "STLAB_SERVICE_FAULT", "STLAB_PATIENCE_MS",
+        "DU_BLOCK_SIZE", "BLOCK_SIZE", "BLOCKSIZE", "POSIXLY_CORRECT"}) {
     ::unsetenv(name);
   }
   ::setenv("LC_ALL", "C", 1);
@@ -30,6 +34,18 @@ std::filesystem::path new_folder() {
   std::string pattern = (std::filesystem::temp_directory_path() / "lab-bench-XXXXXX").string();
   if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
   return std::filesystem::canonical(pattern);
+}
+
+// Gives the folder, and then this process, to the user that owns nothing else.
+void become_ordinary(std::filesystem::path const& folder) {
+  constexpr uid_t nobody = 65534;
+  bool done = ::chown(folder.c_str(), nobody, nobody) == 0;
+  for (auto const& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    done = done && ::lchown(entry.path().c_str(), nobody, nobody) == 0;
+  }
+  done = done && ::setgroups(0, nullptr) == 0 && ::setresgid(nobody, nobody, nobody) == 0 &&
+         ::setresuid(nobody, nobody, nobody) == 0;
+  if (!done) ADD_FAILURE() << "cannot become an ordinary user";
 }
 
 }  // namespace
@@ -89,6 +105,23 @@ void bench_test::alter_catalogue(std::string const& sql) const {
   ASSERT_EQ(SQLITE_OK, result);
   ASSERT_EQ(SQLITE_OK, sqlite3_exec(opened, sql.c_str(), nullptr, nullptr, nullptr))
       << sqlite3_errmsg(opened);
+}
+
+void bench_test::as_ordinary_user(std::function<void()> const& body) const {
+  if (::geteuid() != 0) return body();
+  std::fflush(nullptr);
+  pid_t const child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    become_ordinary(folder);
+    body();
+    std::fflush(nullptr);
+    // No exit(): the leak check cannot look into a process that changed its user.
+    ::_exit(HasFailure() ? 1 : 0);
+  }
+  int status = -1;
+  ASSERT_EQ(child, ::waitpid(child, &status, 0));
+  EXPECT_EQ(0, status) << "see the failures of the child process above";
 }
 
 std::vector<std::string> bench_test::traced() const {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -44,6 +45,10 @@ class bench_test : public testing::Test {
 
   // Runs SQL on the catalogue, past the recorder.
   void alter_catalogue(std::string const& sql) const;
+
+  // Runs `body` as somebody who owns the folder but is not the superuser: here,
+  // or in a child process when this one is the superuser's.
+  void as_ordinary_user(std::function<void()> const& body) const;
 
   // The lines of the trace so far, and those of one operation.
   std::vector<std::string> traced() const;

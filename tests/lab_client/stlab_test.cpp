@@ -1,11 +1,17 @@
 // The stlab program, run as a user runs it.
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <regex>
+#include <sstream>
 
 #include "bench.h"
 #include "lab/layout.h"
+#include "lab/sqlite.h"
 
 namespace {
 
@@ -45,6 +51,45 @@ class stlab : public bench_test {
     return {channel(channel_index).id, type, number};
   }
 
+  // Overwrites the first page of a table.
+  void break_table(std::string const& name) const {
+    std::int64_t page = 0;
+    std::int64_t size = 0;
+    {
+      lab::database const catalogue(recorder / "catalogue.db", lab::database::mode::read_only,
+                                    std::chrono::milliseconds(0));
+      lab::statement query(catalogue,
+                           "SELECT rootpage, page_size FROM sqlite_master, pragma_page_size"
+                           "  WHERE name = ?");
+      ASSERT_TRUE(query.with(name).next());
+      page = query.integer(0);
+      size = query.integer(1);
+    }
+    std::fstream file(recorder / "catalogue.db", std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp((page - 1) * size);
+    file << std::string(static_cast<std::size_t>(size), '\xff');
+  }
+
+  // Runs with a SIGTERM that has come already and is held back.
+  int status_when_stopped(std::string const& command) const {
+    std::string const target = recorder.string();
+    std::string const errors = (folder / "errors").string();
+    ::pid_t const child = ::fork();
+    if (child == 0) {
+      ::sigset_t stop;
+      ::sigemptyset(&stop);
+      ::sigaddset(&stop, SIGTERM);
+      ::sigprocmask(SIG_BLOCK, &stop, nullptr);
+      ::kill(::getpid(), SIGTERM);
+      if (std::freopen(errors.c_str(), "w", stderr) == nullptr) ::_exit(99);
+      ::execl(STLAB_PROGRAM, STLAB_PROGRAM, command.c_str(), target.c_str(), nullptr);
+      ::_exit(98);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
   void expect_refused(outcome const& result, std::string const& message) const {
     EXPECT_EQ(1, result.status);
     EXPECT_EQ("", result.output);
@@ -61,7 +106,7 @@ TEST_F(stlab, help_names_every_command_and_the_exit_statuses) {
   EXPECT_EQ(0, all.status);
   EXPECT_EQ("", all.errors);
   for (std::string const command :
-       {"make", "show", "record", "expire", "leak", "lose-id", "assign", "check"}) {
+       {"make", "show", "record", "expire", "leak", "lose-id", "assign", "check", "damage"}) {
     EXPECT_TRUE(holds(all.output, "  " + command + " ")) << all.output;
     outcome const one = run(command + " --help");
     EXPECT_EQ(0, one.status);
@@ -79,11 +124,37 @@ TEST_F(stlab, the_version_is_told) {
 TEST_F(stlab, wrong_usage_is_status_2_and_changes_nothing) {
   make();
   auto const before = bench::picture_of(recorder);
-  for (std::string const arguments :
-       {"", "unknown", "make", "leak", "show a b", "make x --spaces 0", "make x --spaces two",
-        "record r --stream 5", "record r --stream -1", "record r --type other",
-        "leak r --type manual", "leak r --hours 0", "assign r --channel -1", "expire r --days -1",
-        "lose-id r --count 0", "show r --unknown"}) {
+  for (std::string const arguments : {"",
+                                      "unknown",
+                                      "make",
+                                      "leak",
+                                      "show a b",
+                                      "make x --spaces 0",
+                                      "make x --spaces two",
+                                      "record r --stream 5",
+                                      "record r --stream -1",
+                                      "record r --type other",
+                                      "leak r --type manual",
+                                      "leak r --hours 0",
+                                      "assign r --channel -1",
+                                      "expire r --days -1",
+                                      "lose-id r --count 0",
+                                      "show r --unknown",
+                                      "make x --seed -1",
+                                      "make x --seed 0x10",
+                                      "make x --seed 18446744073709551616",
+                                      "make x --spaces 65",
+                                      "make x --channels 257",
+                                      "make x --volume-mb 1048577",
+                                      "make x --volume-mb 1 --unit-mb 2",
+                                      "make x --volume-mb 10 --unit-mb 3",
+                                      "record r --channel 2147483648",
+                                      "record r --channel ''",
+                                      "record r --units +1",
+                                      "record r --hours 1e1",
+                                      "leak r --now 1795246200.5",
+                                      "show ''",
+                                      "make ''"}) {
     outcome const result =
         run(std::regex_replace(arguments, std::regex(" r "), ' ' + recorder.string() + ' '));
     EXPECT_EQ(2, result.status) << arguments;
@@ -91,6 +162,52 @@ TEST_F(stlab, wrong_usage_is_status_2_and_changes_nothing) {
     EXPECT_EQ(0U, result.errors.find("stlab: ")) << result.errors;
   }
   bench::expect_same(before, bench::picture_of(recorder));
+}
+
+TEST_F(stlab, numbers_are_decimal_whatever_they_begin_with) {
+  make();
+  EXPECT_EQ("recorded ch01 NR S00 2026-11-21 07:00 UTC on vol1, units 8\n",
+            on_recorder("record", "--channel 00 --units 0008").output);
+}
+
+TEST_F(stlab, make_promises_what_it_takes) {
+  std::string const help = run("make --help").output;
+  for (std::string const range :
+       {"--spaces N:in [1 - 64]", "--volumes N:in [1 - 64]", "--volume-mb N:in [1 - 1048576]",
+        "--unit-mb N:in [1 - 1024]", "--channels N:in [1 - 256]", "--days N:in [0 - 3650]"}) {
+    EXPECT_TRUE(holds(help, range)) << range << '\n' << help;
+  }
+  EXPECT_EQ(0, run("make " + recorder.string() +
+                   " --spaces 64 --volumes 1 --volume-mb 1 --channels 256 --days 3650")
+                   .status);
+  EXPECT_EQ(64U, reader().spaces().size());
+  EXPECT_EQ(256U, reader().channels().size());
+}
+
+TEST_F(stlab, a_full_standard_output_is_told) {
+  make();
+  std::filesystem::path const told = folder / "told";
+  for (std::string const& arguments : std::vector<std::string>{
+           "show " + recorder.string(), "check " + recorder.string(), "--help", "--version"}) {
+    outcome const result = run(arguments + " >/dev/full 2>" + told.string() + "; exit $?");
+    EXPECT_EQ(1, result.status) << arguments;
+    EXPECT_EQ("stlab: cannot write to standard output\n", bench::content_of(told)) << arguments;
+  }
+}
+
+TEST_F(stlab, a_broken_catalogue_is_no_usable_recorder) {
+  make();
+  break_table("period");
+  std::string const problem =
+      (recorder / "catalogue.db").string() + ": database disk image is malformed";
+  outcome const shown = run("show " + recorder.string());
+  EXPECT_EQ(3, shown.status);
+  EXPECT_EQ("stlab: " + problem + "\n", shown.errors);
+  outcome const checked = check();
+  EXPECT_EQ(1, checked.status);
+  EXPECT_EQ("", checked.errors);
+  EXPECT_TRUE(holds(checked.output, "catalogue: ")) << checked.output;
+  EXPECT_FALSE(holds(checked.output, "clean")) << checked.output;
 }
 
 TEST_F(stlab, no_recorder_is_status_3) {
@@ -116,6 +233,12 @@ TEST_F(stlab, make_makes_a_sound_recorder_without_a_bar_when_nobody_watches) {
   EXPECT_EQ(40, reader().volumes().at(0).total_mb);
   EXPECT_EQ(3U, reader().channels().size());
   EXPECT_EQ(0, check().status);
+}
+
+TEST_F(stlab, a_make_that_is_stopped_leaves_nothing) {
+  EXPECT_EQ(1, status_when_stopped("make"));
+  EXPECT_EQ("stlab: stopped; nothing was made\n", bench::content_of(folder / "errors"));
+  EXPECT_FALSE(std::filesystem::exists(recorder));
 }
 
 TEST_F(stlab, make_refuses_a_folder_that_is_not_empty) {
@@ -193,6 +316,123 @@ TEST_F(stlab, show_tells_used_preallocated_and_lost_and_changes_nothing) {
                     "  ch01 AR S00  "))
       << each.output;
   bench::expect_same(before, bench::picture_of(recorder));
+}
+
+TEST_F(stlab, show_tells_what_has_no_storage_id_only_when_there_is_any) {
+  make();
+  writer().record(volume(0).id, stream(0, bench::normal, 0), 0, 3);
+  EXPECT_FALSE(holds(run("show " + recorder.string()).output, "under no storage id"));
+  writer().lose_storage_id({reader().periods().back().id});
+  outcome const shown = run("show " + recorder.string());
+  EXPECT_TRUE(holds(shown.output, "\nrecorded under no storage id 3 MB\nchannels\n"))
+      << shown.output;
+}
+
+TEST_F(stlab, every_part_of_a_bar_that_is_not_0_shows) {
+  lab::make_options options = bench::small();
+  options.spaces = 1;
+  options.volumes = 1;
+  options.volume_mb = 100;
+  make(options);
+  auto const bar_after = [&](int recorded, int leaked) {
+    lab::recorder open = writer();
+    if (recorded > 0) open.record(volume(0).id, stream(0, bench::normal, 0), 0, recorded);
+    if (leaked > 0) {
+      open.record(volume(0).id, stream(0, bench::normal, 0), hour_ms, leaked);
+      open.forget({open.periods().back().id});
+    }
+    std::string const shown = run("show " + recorder.string()).output;
+    std::size_t const start = shown.find('[');
+    return shown.substr(start, shown.find(']') + 1 - start);
+  };
+  EXPECT_EQ("[" + std::string(40, '.') + "]", bar_after(0, 0));
+  EXPECT_EQ("[#" + std::string(39, '.') + "]", bar_after(1, 0));
+  EXPECT_EQ("[" + std::string(38, '#') + ".!]", bar_after(97, 1));
+  EXPECT_EQ("[" + std::string(39, '#') + "!]", bar_after(0, 1));
+}
+
+TEST_F(stlab, record_checks_the_room_for_all_channels_first) {
+  make();
+  run("assign " + recorder.string() + " --channel 1 --volume vol1");
+  expect_refused(on_recorder("record", "--units 3 --hours 2"),
+                 "only 8 units are free on vol1; 12 are needed");
+  EXPECT_TRUE(reader().periods().empty());
+  EXPECT_EQ(0, on_recorder("record", "--units 2 --hours 2").status);
+  EXPECT_EQ(4U, reader().periods().size());
+}
+
+TEST_F(stlab, a_channel_that_is_named_twice_records_once) {
+  make();
+  EXPECT_EQ("recorded ch01 NR S00 2026-11-21 07:00 UTC on vol1, units 1\n",
+            on_recorder("record", "--channel 0 --channel 0").output);
+}
+
+TEST_F(stlab, record_leaves_a_leak_recyclable) {
+  make();
+  EXPECT_EQ(0, on_recorder("leak", "--channel 0 --hours 3").status);
+  // Known since then is 06:00; 07:00 is the only hour after the leak that is empty.
+  expect_refused(on_recorder("record", "--channel 0 --hours 2"),
+                 "ch01 NR S00 has only 1 empty hours after its leak, which ends at 2026-11-21 "
+                 "06:00 UTC; recycle that first");
+  EXPECT_EQ(1U, reader().periods().size());
+  EXPECT_EQ("recorded ch01 NR S00 2026-11-21 07:00 UTC on vol1, units 1\n",
+            on_recorder("record", "--channel 0").output);
+  std::int64_t const known = bench::now_ms / hour_ms * hour_ms - hour_ms;
+  EXPECT_EQ(3, writer().recycle(volume(0).id, stream(0, bench::normal, 0),
+                                {bench::now_ms - thirty_days_ms, known - 1}));
+  EXPECT_EQ(0, on_recorder("record", "--channel 0 --hours 2").status);
+}
+
+TEST_F(stlab, lose_id_leaves_a_leak_recyclable) {
+  make();
+  EXPECT_EQ(0, on_recorder("leak", "--channel 0 --stream 1 --hours 5").status);
+  auto const before = bench::picture_of(recorder / "share");
+  expect_refused(on_recorder("lose-id", "--hours 2"),
+                 "hours would have to be recorded before the end of the stream's leak, 2026-11-21 "
+                 "06:00 UTC; recycle that first");
+  bench::expect_same(before, bench::picture_of(recorder / "share"));
+  EXPECT_EQ(1U, reader().periods().size());
+  EXPECT_EQ(0, on_recorder("lose-id", "--stream 2 --hours 2").status);
+}
+
+TEST_F(stlab, lose_id_checks_the_room_first) {
+  make();
+  auto const before = bench::picture_of(recorder / "share");
+  expect_refused(on_recorder("lose-id", "--hours 9"),
+                 "only 8 units are free on vol1; 9 are needed");
+  bench::expect_same(before, bench::picture_of(recorder / "share"));
+  EXPECT_TRUE(reader().periods().empty());
+}
+
+TEST_F(stlab, expire_counts_what_is_not_mounted) {
+  make();
+  std::int64_t const long_ago = bench::now_ms / hour_ms * hour_ms - 72 * hour_ms;
+  writer().record(volume(0).id, stream(0, bench::normal, 0), long_ago, 3);
+  writer().record(volume(0).id, stream(0, bench::normal, 1), long_ago, 1);
+  writer().record(volume(1).id, stream(1, bench::normal, 0), long_ago, 2);
+  std::filesystem::rename(volume(0).path / "identity", folder / "identity");
+  outcome const result = on_recorder("expire");
+  EXPECT_EQ(1, result.status);
+  EXPECT_EQ("", result.errors);
+  EXPECT_EQ(
+      "expired what ended before 2026-11-19 07:00 UTC: 2 units came back\n"
+      "2 periods stay: their volume is not mounted\n",
+      result.output);
+  EXPECT_EQ(2U, reader().periods().size());
+}
+
+TEST_F(stlab, a_volume_that_takes_nothing_back_keeps_nobody_from_the_others) {
+  make();
+  EXPECT_EQ(0, on_recorder("leak", "--channel 0 --hours 3").status);
+  alter_catalogue(
+      "UPDATE unit SET state = 'recycling' WHERE state = 'recorded' AND period_id IS NULL");
+  lab::volume const blocked = volume(0);
+  std::filesystem::rename(
+      lab::storage_folder(blocked.path.string(), blocked.sid_text) + "/preallocate",
+      folder / "kept");
+  outcome const other = on_recorder("record", "--channel 1");
+  EXPECT_EQ(0, other.status) << other.errors;
+  EXPECT_EQ(1, on_recorder("record", "--channel 0").status);
 }
 
 TEST_F(stlab, record_takes_the_latest_empty_hours_of_the_given_channels) {
@@ -318,7 +558,7 @@ TEST_F(stlab, lose_id_takes_adjoining_hours_across_midnight) {
   outcome const again = on_recorder("lose-id", "--stream 2 --hours 3");
   EXPECT_EQ("lost the storage id of 3 periods: ch01 NR S02, from 2026-11-19 23:00 UTC\n",
             again.output);
-  EXPECT_EQ(0, check().status);
+  EXPECT_EQ(1, check().status);
 }
 
 TEST_F(stlab, lose_id_goes_by_the_local_midnight) {

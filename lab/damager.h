@@ -1,0 +1,77 @@
+// One damage of one volume, whose lock is held. What it does is done behind the
+// recorder's back: no step of it is watched, and no file of it is synced.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "lab/error.h"
+#include "lab/generator.h"
+#include "lab/recorder_damage.h"
+#include "lab/volume_survey.h"
+
+namespace lab {
+
+class damager {
+ public:
+  // Everything given outlives this.
+  damager(std::filesystem::path const& recorder_folder, database& catalogue,
+          damage_options const& options);
+
+  // Each returns what it did.
+  std::string leak();
+  std::string lose_unit();
+  std::string add_unknown_file();
+  std::string duplicate_unit();
+  std::string shorten_unit();
+  std::string take_ids();
+  std::string misplace_on_other_volume();
+  std::string unmount();
+  std::string stop_move();
+
+ private:
+  volume_place chosen_place();
+
+  template <typename Value>
+  Value one_of(std::vector<Value> const& choice, std::string const& otherwise) {
+    if (choice.empty()) throw error(otherwise);
+    auto const size = static_cast<std::int64_t>(choice.size());
+    return choice[static_cast<std::size_t>(random_.below(size))];
+  }
+
+  // "recorded" or "free".
+  std::string wanted_state() const;
+
+  // Units in their place that are free or held by a period.
+  std::vector<unit_row> sound_units(std::string const& state) const;
+  unit_row chosen_unit();
+
+  std::filesystem::path file_of(unit_row const& unit) const;
+  std::string on_volume() const;
+
+  std::vector<std::int64_t> periods_to_forget(std::int64_t wanted_units);
+
+  std::vector<unit_row> units_to_recycle(int least);
+  std::vector<unit_row> units_to_record(int count);
+  void stop_recycling(std::vector<unit_row> const& moving, int step);
+  void stop_recording(std::vector<unit_row> moving, int step);
+  std::vector<unit_row> begin_recording(std::vector<unit_row> const& moving);
+
+  std::filesystem::path const& folder_;
+  database& catalogue_;
+  damage_options const& options_;
+  generator random_;
+  volume_place place_;
+  volume_lock lock_;
+  std::filesystem::path storage_;
+};
+
+// "1 unit", "2 units".
+std::string counted(std::int64_t count, std::string const& what);
+
+// "preallocate/unit000001".
+std::string shown(unit_row const& unit);
+
+}  // namespace lab

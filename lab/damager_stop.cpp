@@ -1,0 +1,155 @@
+// Laying out what a stop leaves of moves, see lab/unit_moves.h.
+#include <algorithm>
+#include <fstream>
+
+#include "lab/damager.h"
+#include "lab/unit_moves.h"
+
+namespace lab {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char const* recording_hour_query =
+    "SELECT coalesce(min(hour_ms), (SELECT made_ms / 3600000 * 3600000 FROM recorder)) - 3600000"
+    "  FROM unit WHERE channel_id = ? AND recording_type = 4 AND stream = 0";
+
+// Counts steps down; false from the step on that is not done any more.
+class steps_left {
+ public:
+  explicit steps_left(int count) : left_(count) {}
+  bool next() { return left_-- > 0; }
+
+ private:
+  int left_;
+};
+
+void require(std::size_t found, int wanted, std::string const& what, std::string const& where) {
+  if (found >= static_cast<std::size_t>(wanted)) return;
+  throw error("there are only " + counted(static_cast<std::int64_t>(found), what) + where);
+}
+
+void write_beginning(fs::path const& file, std::string const& head) {
+  std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
+  stream << head;
+  if (!stream.flush()) throw error(file.string() + ": cannot write");
+}
+
+}  // namespace
+
+// Whole hours, so that retention can have dropped all of their periods: first
+// that of a unit which the seed chooses, then the oldest.
+std::vector<unit_row> damager::units_to_recycle(int least) {
+  auto held = sound_units("recorded");
+  require(held.size(), least, "recorded unit", on_volume());
+  auto const chosen = one_of(held, "").folder_name;
+  std::stable_partition(held.begin(), held.end(),
+                        [&](unit_row const& each) { return each.folder_name == chosen; });
+  auto end = held.begin() + least;
+  while (end != held.end() && end->folder_name == (end - 1)->folder_name) ++end;
+  held.erase(end, held.end());
+  return held;
+}
+
+std::vector<unit_row> damager::units_to_record(int count) {
+  auto home = sound_units("free");
+  require(home.size(), count, "free unit", on_volume());
+  home.resize(static_cast<std::size_t>(count));
+  return home;
+}
+
+// Step 1 is the intent, as retention begins it; then every unit is linked, every
+// one is unlinked, and the emptied folders go.
+void damager::stop_recycling(std::vector<unit_row> const& moving, int step) {
+  steps_left left(step - 1);
+  transaction intent(catalogue_, transaction_kind::writing);
+  statement drop(catalogue_,
+                 "DELETE FROM period WHERE id = (SELECT period_id FROM unit WHERE id = ?)");
+  statement go(catalogue_, "UPDATE unit SET state = 'recycling', period_id = NULL WHERE id = ?");
+  for (auto const& unit : moving) drop.with(unit.id).run();
+  for (auto const& unit : moving) go.with(unit.id).run();
+  intent.commit();
+  for (auto const& unit : moving) {
+    if (!left.next()) return;
+    fs::create_hard_link(file_of(unit), storage_ / preallocate_folder / unit.name);
+  }
+  for (auto const& unit : moving) {
+    if (!left.next()) return;
+    fs::remove(file_of(unit));
+  }
+  if (!left.next()) return;
+  for (auto const& unit : moving) {
+    std::error_code not_empty;
+    fs::remove(storage_ / unit.folder_name, not_empty);
+  }
+}
+
+// The hour before everything that the main stream of the first channel has that
+// records into the volume, or of the first one.
+std::vector<unit_row> damager::begin_recording(std::vector<unit_row> const& moving) {
+  statement channel(catalogue_,
+                    "SELECT c.id FROM channel c"
+                    "  LEFT JOIN assignment a ON a.channel_id = c.id AND a.volume_id = ?"
+                    "  ORDER BY a.id IS NULL, a.id, c.id");
+  if (!channel.with(place_.id).next()) throw error("the recorder has no channel");
+  statement hour(catalogue_, recording_hour_query);
+  hour.with(channel.integer(0)).next();
+  transaction intent(catalogue_, transaction_kind::writing);
+  statement go(catalogue_,
+               "UPDATE unit SET state = 'recording', channel_id = ?, recording_type = 4,"
+               "                stream = 0, hour_ms = ? WHERE id = ?");
+  for (auto const& unit : moving) {
+    go.with(channel.integer(0), hour.integer(0), unit.id).run();
+  }
+  intent.commit();
+  std::vector<unit_row> begun;
+  for (auto const& unit : units_of(catalogue_, place_)) {
+    bool const moves = std::any_of(moving.begin(), moving.end(),
+                                   [&](unit_row const& each) { return each.id == unit.id; });
+    if (moves) begun.push_back(unit);
+  }
+  return begun;
+}
+
+// Step 1 is the intent, step 2 the hour folder; then every unit is linked and
+// gets its beginning, and every one is unlinked.
+void damager::stop_recording(std::vector<unit_row> moving, int step) {
+  steps_left left(step - 1);
+  moving = begin_recording(moving);
+  auto const home = storage_ / preallocate_folder;
+  if (!left.next()) return;
+  fs::create_directory(storage_ / moving.front().folder_name);
+  for (auto const& unit : moving) {
+    if (!left.next()) return;
+    fs::create_hard_link(home / unit.name, file_of(unit));
+    if (!left.next()) return;
+    write_beginning(file_of(unit), recording_head(unit.folder_name, unit.name));
+  }
+  for (auto const& unit : moving) {
+    if (!left.next()) return;
+    fs::remove(home / unit.name);
+  }
+}
+
+std::string damager::stop_move() {
+  auto const move = options_.move.value_or("recycling");
+  bool const recycles = move == "recycling";
+  int const wanted = options_.count.value_or(2);
+  auto const moving = recycles ? units_to_recycle(wanted) : units_to_record(wanted);
+  auto const count = static_cast<int>(moving.size());
+  int const steps = recycles ? 2 + 2 * count : 2 + 3 * count;
+  int const step = options_.step.value_or(1 + static_cast<int>(random_.below(steps)));
+  if (step > steps) {
+    throw error(move + " " + counted(count, "unit") + " has only " + counted(steps, "step"));
+  }
+  if (recycles) {
+    stop_recycling(moving, step);
+  } else {
+    stop_recording(moving, step);
+  }
+  return "stopped: " + move + " " + counted(count, "unit") + on_volume() + " at step " +
+         std::to_string(step) + " of " + std::to_string(steps);
+}
+
+}  // namespace lab

@@ -1,0 +1,224 @@
+// Mending a recorder as far as nothing has to be guessed.
+#include <algorithm>
+#include <limits>
+#include <list>
+#include <utility>
+
+#include "lab/catalogue_check.h"
+#include "lab/recorder_state.h"
+#include "lab/volume_repair.h"
+
+namespace lab {
+
+namespace {
+
+using report = std::vector<std::string>;
+
+struct locked_repair {
+  volume_lock lock;
+  volume_repair repair;
+};
+
+std::list<locked_repair> lock_mounted(database& catalogue, std::vector<volume_place> const& places,
+                                      std::int64_t unit_mb, std::chrono::milliseconds patience,
+                                      report& lines) {
+  std::list<locked_repair> locked;
+  for (auto const& place : places) {
+    if (mount_of(place) != mount::present) continue;
+    locked.push_back({volume_lock(place, volume_lock::kind::exclusive, patience),
+                      volume_repair(catalogue, place, unit_mb, lines)});
+  }
+  return locked;
+}
+
+// Runs `operation` on the volume; a failure on one does not keep the others
+// from being mended.
+template <typename Operation>
+bool attempt(volume_repair const& on, report& lines, Operation const& operation) {
+  try {
+    return operation();
+  } catch (busy_error const&) {
+    throw;
+  } catch (error const& problem) {
+    lines.push_back("left: volume " + on.place().folder_name + ": " + problem.what());
+    return false;
+  }
+}
+
+void bring_strays_back(database const& catalogue, std::vector<volume_repair*> const& repairs) {
+  std::vector<surveyed_volume> surveyed;
+  surveyed.reserve(repairs.size());
+  for (auto const* const each : repairs) {
+    surveyed.push_back({each->place(), survey(catalogue, each->place())});
+  }
+  auto const repair_of = [&](surveyed_volume const* which) -> volume_repair& {
+    return *repairs[static_cast<std::size_t>(which - surveyed.data())];
+  };
+  for (auto const& stray : stray_units(surveyed)) {
+    repair_of(stray.home).bring_back(stray, repair_of(stray.host));
+  }
+}
+
+// Gives the ids of the volumes on which every unit has its place.
+std::vector<std::int64_t> mend_volumes(database& catalogue, std::list<locked_repair>& volumes,
+                                       report& lines) {
+  std::vector<volume_repair*> reachable;
+  for (auto& [lock, repair] : volumes) {
+    auto& one = repair;
+    if (attempt(one, lines, [&one] { return one.finish_moves(); })) reachable.push_back(&one);
+  }
+  bring_strays_back(catalogue, reachable);
+  std::vector<std::int64_t> settled;
+  for (auto* const each : reachable) {
+    bool const done = attempt(*each, lines, [each] {
+      each->mend();
+      return each->is_settled();
+    });
+    if (done) settled.push_back(each->place().id);
+  }
+  return settled;
+}
+
+struct named_period {
+  std::int64_t id;
+  std::string name;
+  std::int64_t volume_id;
+};
+
+std::vector<named_period> named_periods(statement& query) {
+  std::vector<named_period> found;
+  while (query.next()) found.push_back({query.integer(0), name_of_period(query), query.integer(5)});
+  return found;
+}
+
+// Periods without a storage id, all of whose units are on one volume.
+std::vector<named_period> attributable_periods(database const& catalogue) {
+  statement query(catalogue,
+                  "SELECT p.id, c.number, p.recording_type, p.stream, p.start_ms, min(u.volume_id)"
+                  "  FROM period p JOIN channel c ON c.id = p.channel_id"
+                  "                JOIN unit u ON u.period_id = p.id"
+                  "  WHERE p.storage_id = '' GROUP BY p.id"
+                  "  HAVING min(u.volume_id) = max(u.volume_id) ORDER BY p.id");
+  return named_periods(query);
+}
+
+// Periods that have lost all their units on the volume that they name. Where
+// units of the stream without a period lie in its hours, those may be its own.
+std::vector<named_period> emptied_periods(database const& catalogue) {
+  statement query(catalogue,
+                  "SELECT p.id, c.number, p.recording_type, p.stream, p.start_ms, v.id"
+                  "  FROM period p JOIN channel c ON c.id = p.channel_id"
+                  "                JOIN volume v ON v.sid_text = p.storage_id"
+                  "  WHERE NOT EXISTS (SELECT 1 FROM unit u WHERE u.period_id = p.id)"
+                  "    AND NOT EXISTS ("
+                  "      SELECT 1 FROM unit u"
+                  "        WHERE u.channel_id = p.channel_id"
+                  "          AND u.recording_type = p.recording_type AND u.stream = p.stream"
+                  "          AND u.period_id IS NULL"
+                  "          AND u.hour_ms < p.end_ms AND u.hour_ms + 3600000 > p.start_ms)"
+                  "  ORDER BY p.id");
+  return named_periods(query);
+}
+
+void mend_periods(database& catalogue, std::vector<std::int64_t> const& settled, report& lines) {
+  auto const is_settled = [&](named_period const& each) {
+    return std::find(settled.begin(), settled.end(), each.volume_id) != settled.end();
+  };
+  report done;
+  transaction all(catalogue, transaction_kind::writing);
+  statement attribute(catalogue,
+                      "UPDATE period SET storage_id = (SELECT sid_text FROM volume WHERE id = ?)"
+                      "  WHERE id = ?");
+  for (auto const& each : attributable_periods(catalogue)) {
+    if (!is_settled(each)) continue;
+    attribute.with(each.volume_id, each.id).run();
+    done.push_back("mended: " + each.name + ": has the storage id of its units' volume again");
+  }
+  statement drop(catalogue, "DELETE FROM period WHERE id = ?");
+  for (auto const& each : emptied_periods(catalogue)) {
+    if (!is_settled(each)) continue;
+    drop.with(each.id).run();
+    done.push_back("mended: " + each.name + ": dropped, as nothing of it is left");
+  }
+  if (done.empty()) return;
+  all.commit();
+  lines.insert(lines.end(), done.begin(), done.end());
+}
+
+std::vector<stream> leaked_streams(database const& catalogue, std::int64_t volume_id) {
+  statement query(catalogue,
+                  "SELECT channel_id, recording_type, stream FROM unit"
+                  "  WHERE volume_id = ? AND state = 'recorded' AND period_id IS NULL"
+                  "  GROUP BY channel_id, recording_type, stream ORDER BY min(id)");
+  query.with(volume_id);
+  std::vector<stream> found;
+  while (query.next()) found.push_back({query.integer(0), query.integer32(1), query.integer32(2)});
+  return found;
+}
+
+// Why what check() still finds of a class was left alone.
+char const* reason_for(std::string const& finding) {
+  if (finding == "not-mounted") return "nothing on it is touched";
+  if (finding == "corrupt") return "nothing is moved by a catalogue that is damaged";
+  if (finding == "period") return "which side is right cannot be told";
+  if (finding == "leak")
+    return "a period is known in its hour, or units of its volume are not settled";
+  if (finding == "null-id") return "its volume cannot be told, or units of it are not settled";
+  return nullptr;
+}
+
+void explain(report const& findings, report& lines) {
+  for (auto const& line : findings) {
+    auto const end = line.find(": ");
+    char const* const reason = reason_for(line.substr(0, end));
+    if (reason != nullptr) lines.push_back("left: " + line.substr(end + 2) + ": " + reason);
+  }
+}
+
+bool is_sound(database const& catalogue) {
+  report damage;
+  try {
+    check_integrity(catalogue, damage);
+  } catch (database_error const&) {
+    return false;
+  }
+  return damage.empty();
+}
+
+}  // namespace
+
+// The catalogue is opened for writing without finishing moves first, so that
+// this, too, is told.
+std::vector<std::string> recorder::repair(std::filesystem::path const& folder) {
+  auto opened = open(folder, access::read_only);
+  opened.state_->catalogue = open_catalogue(opened.folder(), access::read_write);
+  report lines;
+  if (is_sound(opened.state_->catalogue)) opened.repair_all(lines);
+  explain(opened.check(), lines);
+  return lines;
+}
+
+void recorder::repair_all(std::vector<std::string>& lines) {
+  auto& catalogue = state_->catalogue;
+  std::vector<std::int64_t> settled;
+  {
+    auto locked = lock_mounted(catalogue, places_of(catalogue, state_->folder), unit_mb(),
+                               state_->patience, lines);
+    settled = mend_volumes(catalogue, locked, lines);
+    mend_periods(catalogue, settled, lines);
+  }
+  span const always{std::numeric_limits<std::int64_t>::min(),
+                    std::numeric_limits<std::int64_t>::max()};
+  for (auto const volume_id : settled) {
+    for (auto const& of : leaked_streams(catalogue, volume_id)) {
+      auto const units = recycle(volume_id, of, always);
+      if (units == 0) continue;
+      auto const place = place_of(catalogue, state_->folder, volume_id);
+      lines.push_back("mended: volume " + place.folder_name + ": leaked units of channel " +
+                      std::to_string(channel_number(catalogue, of.channel_id)) +
+                      " that are back in preallocate: " + std::to_string(units));
+    }
+  }
+}
+
+}  // namespace lab

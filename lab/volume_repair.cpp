@@ -1,0 +1,292 @@
+#include "lab/volume_repair.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "lab/error.h"
+#include "lab/file_steps.h"
+#include "lab/unit_moves.h"
+
+namespace lab {
+
+namespace {
+
+bool is_one_file(folder const& left, folder const& right, std::string const& name) {
+  auto const one = left.status(name);
+  auto const other = right.status(name);
+  return one && other && one->st_dev == other->st_dev && one->st_ino == other->st_ino;
+}
+
+// Links a file into another folder, durably, unless it is there already; false
+// when another file has its name there.
+bool link_durably(folder const& from, folder const& to, std::string const& name) {
+  if (!steps::link_file(from, to, name) && !is_one_file(from, to, name)) return false;
+  steps::sync_folder(to);
+  return true;
+}
+
+// Takes a name from a file that has it in `kept` too.
+void drop_name(folder const& from, folder const& kept, std::string const& name) {
+  if (!is_one_file(from, kept, name)) throw error((from.path() / name).string() + ": changed");
+  steps::remove_file(from, name);
+  steps::sync_folder(from);
+}
+
+folder made_folder(folder const& in, std::string const& name) {
+  if (steps::make_folder(in, name)) steps::sync_folder(in);
+  return folder(in.path() / name);
+}
+
+bool are_one_file(std::vector<unit_file> const& files) {
+  return std::all_of(files.begin(), files.end(),
+                     [&](unit_file const& each) { return is_same_file(each, files.front()); });
+}
+
+std::vector<unit_file>::const_iterator find_in(std::vector<unit_file> const& files,
+                                               std::string const& folder_name) {
+  return std::find_if(files.begin(), files.end(),
+                      [&](unit_file const& each) { return each.folder_name == folder_name; });
+}
+
+}  // namespace
+
+volume_repair::volume_repair(database& catalogue, volume_place place, std::int64_t unit_mb,
+                             std::vector<std::string>& lines)
+    : catalogue_(catalogue),
+      place_(std::move(place)),
+      unit_bytes_(unit_mb * megabyte),
+      lines_(lines) {}
+
+void volume_repair::mended(std::string const& text) {
+  lines_.push_back("mended: volume " + place_.folder_name + ": " + text);
+}
+
+void volume_repair::left(std::string const& text) {
+  lines_.push_back("left: volume " + place_.folder_name + ": " + text);
+}
+
+std::filesystem::path volume_repair::storage() const { return place_.path / storage_name(place_); }
+
+bool volume_repair::is_left_alone(unit_row const& unit) const {
+  return left_alone_.count(unit.name) > 0;
+}
+
+bool volume_repair::finish_moves() {
+  auto const found = survey(catalogue_, place_);
+  if (!found.has_storage) {
+    left("storage folder is missing: whether its units are lost is not known until it is back");
+    return false;
+  }
+  if (!found.has_preallocate) {
+    made_folder(folder(storage()), preallocate_folder);
+    mended("made preallocate");
+  }
+  auto const moving = std::count_if(found.units.begin(), found.units.end(), is_on_its_way);
+  if (moving == 0) return true;
+  auto const came_back = lab::finish_moves(catalogue_, place_);
+  mended("units on their way that are back in preallocate: " + std::to_string(came_back));
+  if (came_back < moving) {
+    mended("units on their way that were found nowhere and are bad now: " +
+           std::to_string(moving - came_back));
+  }
+  return true;
+}
+
+void volume_repair::bring_back(stray_unit const& stray, volume_repair& host) {
+  auto const& unit = *stray.unit;
+  try {
+    folder const from(host.storage() / unit.folder_name);
+    folder const to = made_folder(folder(storage()), unit.folder_name);
+    if (!link_durably(from, to, unit.name)) throw error("its place is taken");
+    drop_name(from, to, unit.name);
+    mended("unit " + unit.name + " is back in " + unit.folder_name + " from volume " +
+           host.place_.folder_name);
+  } catch (busy_error const&) {
+    throw;
+  } catch (error const& problem) {
+    left_alone_.insert(unit.name);
+    host.left_alone_.insert(unit.name);
+    left("unit " + unit.name + " stays on volume " + host.place_.folder_name + ": " +
+         problem.what());
+  }
+}
+
+bool volume_repair::is_settled() const { return left_alone_.empty(); }
+
+void volume_repair::mend() {
+  auto const whole = survey(catalogue_, place_);
+  for (auto const& unit : whole.units) {
+    if (!is_left_alone(unit)) mend_place(unit, whole.files_of(unit.name));
+  }
+  auto const placed = survey(catalogue_, place_);
+  for (auto const& unit : placed.units) {
+    auto const& files = placed.files_of(unit.name);
+    if (is_left_alone(unit) || unit.state == "bad" || files.size() != 1) continue;
+    if (files.front().folder_name == unit.folder_name) mend_size(unit, files.front());
+  }
+  auto const sized = survey(catalogue_, place_);
+  for (auto const& each : sized.strangers) mend_stranger(each);
+  for (auto const& unit : sized.units) {
+    if (unit.state == "bad" && !is_left_alone(unit)) {
+      preallocate_anew(unit, sized.files_of(unit.name));
+    }
+  }
+}
+
+void volume_repair::mend_place(unit_row const& unit, std::vector<unit_file> const& files) {
+  bool const is_bad = unit.state == "bad";
+  if (files.empty()) {
+    if (is_bad) return;
+    set_state(unit, "bad");
+    mended("unit " + unit.name + " was found nowhere and is bad now");
+    return;
+  }
+  // A file that a bad unit has in preallocate holds no recording: it may well be
+  // the unit. Elsewhere it may be one.
+  auto const kept = find_in(files, is_bad ? preallocate_folder : unit.folder_name);
+  if (kept != files.end()) {
+    keep_one(unit, files, *kept);
+  } else if (is_bad) {
+    for (auto const& file : files) {
+      auto const where = set_aside(file, unit.name);
+      mended("set aside " + file.folder_name + "/" + unit.name + ", as its unit is bad, in " +
+             where);
+    }
+  } else if (are_one_file(files)) {
+    move_file(unit.name, files.front().folder_name, unit.folder_name);
+    mended("unit " + unit.name + " is back in " + unit.folder_name);
+    auto moved = files.front();
+    moved.folder_name = unit.folder_name;
+    keep_one(unit, {files.begin() + 1, files.end()}, moved);
+  } else {
+    left_alone_.insert(unit.name);
+    left("unit " + unit.name + ": which of its files it is cannot be told");
+  }
+}
+
+void volume_repair::keep_one(unit_row const& unit, std::vector<unit_file> const& files,
+                             unit_file const& kept) {
+  for (auto const& file : files) {
+    if (file.folder_name == kept.folder_name) continue;
+    auto const shown = file.folder_name + "/" + unit.name;
+    if (is_same_file(file, kept)) {
+      drop_name(folder(storage() / file.folder_name), folder(storage() / kept.folder_name),
+                unit.name);
+      mended("removed " + shown + ", a second name of the file in " + kept.folder_name);
+    } else {
+      auto const where = set_aside(file, unit.name);
+      mended("set aside " + shown + ", a second file of its name, in " + where);
+    }
+  }
+}
+
+void volume_repair::move_file(std::string const& name, std::string const& from,
+                              std::string const& to) {
+  folder const storage_folder(storage());
+  folder const target = made_folder(storage_folder, to);
+  folder const source(storage() / from);
+  if (!link_durably(source, target, name)) throw error(name + ": its place is taken");
+  drop_name(source, target, name);
+}
+
+void volume_repair::mend_size(unit_row const& unit, unit_file const& file) {
+  auto const shown = "unit " + unit.name + " in " + file.folder_name;
+  if (file.size > unit_bytes_) {
+    if (unit.state != "free") {
+      left(shown + " is too long: cutting it would remove what it holds");
+      return;
+    }
+    auto const where = set_aside(file, unit.name);
+    set_state(unit, "bad");
+    mended("set aside " + shown.substr(5) + ", too long for a unit, in " + where);
+    return;
+  }
+  if (file.size == unit_bytes_ && file.allocated >= unit_bytes_) return;
+  try {
+    folder const in(storage() / file.folder_name);
+    steps::allocate_blocks(in, unit.name, unit_bytes_);
+    steps::sync_file(in, unit.name);
+    mended(shown + " has all its blocks again" +
+           (unit.state == "free" ? "" : ", what it held is as it was"));
+  } catch (error const& problem) {
+    left(shown + " is too short: " + problem.what());
+  }
+}
+
+void volume_repair::mend_stranger(stranger const& what) {
+  folder const in(place_.path / what.folder_path);
+  if (what.what == stranger::kind::empty_folder) {
+    if (!steps::remove_empty_folder(in, what.name)) return;
+    steps::sync_folder(in);
+    mended("removed the empty folder " + what.shown);
+    return;
+  }
+  auto const status = in.status(what.name);
+  if (!status || left_alone_.count(what.name) > 0) return;
+  if (S_ISDIR(status->st_mode)) {
+    left("unknown file " + what.shown + " is a folder: what is in it may be somebody's");
+    return;
+  }
+  auto const where = set_aside(what.folder_path, what.name);
+  mended("set aside unknown file " + what.shown + " in " + where);
+}
+
+void volume_repair::preallocate_anew(unit_row const& unit, std::vector<unit_file> const& files) {
+  folder const home(storage() / preallocate_folder);
+  bool const has_file = find_in(files, preallocate_folder) != files.end();
+  if (!has_file && !files.empty()) return;
+  if (has_file && files.front().size > unit_bytes_) {
+    mended("set aside preallocate/" + unit.name + ", too long for a unit, in " +
+           set_aside(files.front(), unit.name));
+    preallocate_anew(unit, {});
+    return;
+  }
+  try {
+    if (has_file) {
+      steps::allocate_blocks(home, unit.name, unit_bytes_);
+    } else {
+      steps::preallocate_file(home, unit.name, unit_bytes_);
+    }
+    steps::sync_file(home, unit.name);
+    steps::sync_folder(home);
+  } catch (error const& problem) {
+    // The file was only just made and holds nothing.
+    if (!has_file && home.status(unit.name)) steps::remove_file(home, unit.name);
+    left("unit " + unit.name + " stays bad: " + problem.what());
+    return;
+  }
+  set_state(unit, "free");
+  mended("unit " + unit.name + (has_file ? " is in preallocate" : " was preallocated anew") +
+         " and is free now");
+}
+
+void volume_repair::set_state(unit_row const& unit, char const* state) {
+  transaction change(catalogue_, transaction_kind::writing);
+  statement(catalogue_,
+            "UPDATE unit SET state = ?, channel_id = NULL, recording_type = NULL, stream = NULL,"
+            "                hour_ms = NULL, period_id = NULL"
+            "  WHERE id = ?")
+      .with(state, unit.id)
+      .run();
+  change.commit();
+}
+
+std::string volume_repair::set_aside(unit_file const& file, std::string const& name) {
+  return set_aside(storage_name(place_) + "/" + file.folder_name, name);
+}
+
+std::string volume_repair::set_aside(std::string const& folder_path, std::string const& name) {
+  folder const from(place_.path / folder_path);
+  folder const lost = made_folder(folder(place_.path), lost_folder);
+  auto const origin = std::filesystem::path(folder_path).filename().string();
+  auto const base = origin.empty() ? std::string("volume") : origin;
+  for (int count = 1;; ++count) {
+    auto const below = count == 1 ? base : base + "." + std::to_string(count);
+    folder const to = made_folder(lost, below);
+    if (!link_durably(from, to, name)) continue;
+    drop_name(from, to, name);
+    return std::string(lost_folder) + "/" + below;
+  }
+}
+
+}  // namespace lab

@@ -1,0 +1,72 @@
+// Mending one volume, every change through the file steps and in an order in
+// which a stop at any point leaves what the next repair finishes.
+//
+//  1. moves that were stopped midway are finished,
+//  2. recordings that lie on another volume are brought back,
+//  3. units go where the catalogue says they are; further files by their names
+//     are set aside; a unit found nowhere becomes bad,
+//  4. units that are too short get their blocks, their content stays,
+//  5. what nobody knows is set aside,
+//  6. bad units are preallocated anew and become free.
+//
+// Where that would be a guess the volume is left as it is, and a line says why.
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "lab/volume_check.h"
+
+namespace lab {
+
+// Whoever repairs holds the volume's lock throughout.
+class volume_repair {
+ public:
+  // Lines are added to `lines`, which outlives this.
+  volume_repair(database& catalogue, volume_place place, std::int64_t unit_mb,
+                std::vector<std::string>& lines);
+
+  // Step 1; false when the volume has no storage folder and nothing can be done.
+  bool finish_moves();
+
+  // Step 2 for one unit of this volume. A failure leaves both sides alone from
+  // then on.
+  void bring_back(stray_unit const& stray, volume_repair& host);
+
+  // Steps 3 to 6.
+  void mend();
+
+  // False when the place of some unit could not be settled.
+  bool is_settled() const;
+
+  volume_place const& place() const { return place_; }
+
+ private:
+  void mended(std::string const& text);
+  void left(std::string const& text);
+
+  void mend_place(unit_row const& unit, std::vector<unit_file> const& files);
+  void keep_one(unit_row const& unit, std::vector<unit_file> const& files, unit_file const& kept);
+  void move_file(std::string const& name, std::string const& from, std::string const& to);
+  void mend_size(unit_row const& unit, unit_file const& file);
+  void mend_stranger(stranger const& what);
+  void preallocate_anew(unit_row const& unit, std::vector<unit_file> const& files);
+  void set_state(unit_row const& unit, char const* state);
+
+  // Both give the file's place below lost+found.
+  std::string set_aside(std::string const& folder_path, std::string const& name);
+  std::string set_aside(unit_file const& file, std::string const& name);
+
+  std::filesystem::path storage() const;
+  bool is_left_alone(unit_row const& unit) const;
+
+  database& catalogue_;
+  volume_place place_;
+  std::int64_t unit_bytes_;
+  std::vector<std::string>& lines_;
+  std::set<std::string> left_alone_;  // names of units
+};
+
+}  // namespace lab
