@@ -1,0 +1,327 @@
+#include "fault_loop.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <numeric>
+#include <system_error>
+
+namespace fault_loop {
+
+namespace {
+
+namespace fs = std::filesystem;
+namespace points = lab::fault_points;
+using points::fault;
+
+struct report_of_child {
+  ending how = ending::broken;
+  int points = 0;
+};
+
+points::observer all_of(faults const& injected, int& counted) {
+  std::vector<points::observer> all;
+  for (auto const& each : injected) {
+    // Each counts for itself; the first one's count is told.
+    auto const own = std::make_shared<int>(0);
+    auto const inject = points::injector(each, all.empty() ? counted : *own);
+    all.emplace_back([own, inject](points::point const& at) { return inject(at); });
+  }
+  if (all.empty()) {
+    all.emplace_back([&counted](points::point const&) {
+      ++counted;
+      return 0;
+    });
+  }
+  return [all](points::point const& at) {
+    int answer = 0;
+    for (auto const& ask : all) {
+      int const one = ask(at);
+      if (answer == 0) answer = one;
+    }
+    return answer;
+  };
+}
+
+ending ending_of(operation const& what, path const& recorder, std::string& text) {
+  try {
+    what(recorder);
+    return ending::done;
+  } catch (lab::error const& problem) {
+    text = problem.what();
+    return ending::failed;
+  } catch (std::exception const& problem) {
+    text = problem.what();
+    return ending::broken;
+  }
+}
+
+[[noreturn]] void be_the_child(operation const& what, path const& recorder, faults const& injected,
+                               int pipe_end) {
+  std::string text;
+  report_of_child told;
+  {
+    points::watch const watching(all_of(injected, told.points));
+    // From here on the same run writes the same bytes.
+    sqlite3_randomness(0, nullptr);
+    told.how = ending_of(what, recorder, text);
+  }
+  bool const whole = write(pipe_end, &told, sizeof told) == ssize_t{sizeof told} &&
+                     write(pipe_end, text.data(), text.size()) >= 0;
+  _exit(whole ? 0 : 1);
+}
+
+outcome read_outcome(int pipe_end, int status) {
+  if (WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) return {ending::killed, 0, "killed"};
+  report_of_child told;
+  if (read(pipe_end, &told, sizeof told) != ssize_t{sizeof told}) {
+    return {ending::broken, 0, "ended by itself"};
+  }
+  std::array<char, 512> text{};
+  auto const size = read(pipe_end, text.data(), text.size());
+  return {told.how, told.points, std::string(text.data(), static_cast<std::size_t>(size))};
+}
+
+char const* name_of(ending how) {
+  switch (how) {
+    case ending::done:
+      return "done";
+    case ending::failed:
+      return "failed";
+    case ending::killed:
+      return "killed";
+    case ending::broken:
+      break;
+  }
+  return "broken";
+}
+
+std::string text_of_one(fault const& each) {
+  std::string const kind = each.what == fault::kind::kill ? "kill"
+                           : each.error_number == EIO     ? "EIO"
+                                                          : "ENOSPC";
+  return kind + "@" + std::to_string(each.at) +
+         (each.lasting == fault::span::from_there_on ? "+" : "");
+}
+
+void open_to_write(path const& recorder) { lab::recorder::open(recorder, lab::access::read_write); }
+
+bool is_hit(outcome const& run, int n) { return run.how == ending::killed || run.points >= n; }
+
+// One scenario on its way.
+class loop {
+ public:
+  explicit loop(scenario const& what) : what_(what) {
+    what_.prepare(start());
+    before_ = bench::summary_of(start());
+    bench::copy_tree(start(), after_path(), bench::units::shared);
+    auto const clean = run(what_.run, after_path(), {});
+    if (clean.how != ending::done) complain({}, "without a fault: " + clean.text);
+    after_ = bench::summary_of(after_path());
+    result_.points = clean.points;
+  }
+
+  tally whole() {
+    bench::origin const origin(start());
+    origin_ = &origin;
+    bool hit = true;
+    for (int n = 1; hit; ++n) {
+      hit = false;
+      for (auto const& each : kinds_at(n)) hit = one_fault({each}, n) || hit;
+    }
+    for (auto const& [digest, injected] : left_) {
+      if (is_in_turn()) recover_with_faults(kept_.at(digest), injected);
+      fs::remove_all(kept_.at(digest));
+    }
+    result_.states = static_cast<int>(left_.size());
+    return result_;
+  }
+
+ private:
+  path start() const { return temporary_.path() / "start"; }
+  path after_path() const { return temporary_.path() / "after"; }
+  path scratch() const { return temporary_.path() / "scratch"; }
+
+  void complain(faults const& injected, std::string const& text) {
+    result_.broken.push_back(what_.name + " " + text_of(injected) + ": " + text);
+  }
+
+  void fresh_copy(path const& of) const {
+    fs::remove_all(scratch());
+    bench::copy_tree(of, scratch(), bench::units::shared);
+  }
+
+  // True when the run met the fault at all.
+  bool one_fault(faults const& injected, int n) {
+    fresh_copy(start());
+    auto const ran = run(what_.run, scratch(), injected);
+    ++(injected.size() == 1 ? result_.runs : result_.compound_runs);
+    if (!is_hit(ran, n)) return false;
+    judge(injected, ran);
+    // An operation that failed has cleaned up: it is stopped there as well.
+    if (ran.how == ending::failed && injected.size() == 1 && is_in_turn()) {
+      stop_in_clean_up(injected.front());
+    }
+    return true;
+  }
+
+  void stop_in_clean_up(fault const& first) {
+    for (int m = first.at + 1;; ++m) {
+      if (!one_fault({first, kill_at(m)}, m)) return;
+      if (last_ != ending::killed) return;
+    }
+  }
+
+  static fault kill_at(int n) { return {fault::kind::kill, 0, n, fault::span::once}; }
+
+  void judge(faults const& injected, outcome const& ran) {
+    last_ = ran.how;
+    if (ran.how == ending::broken) complain(injected, ran.text);
+    auto const digest = bench::digest_of(scratch());
+    auto const verdict = std::string(name_of(ran.how));
+    bool const new_state = left_.emplace(digest, injected).second;
+    if (!new_state && seen_.count(verdict + digest) != 0) return;
+    seen_.insert(verdict + digest);
+    path const kept = temporary_.path() / ("state" + std::to_string(left_.size()));
+    if (new_state) {
+      bench::copy_tree(scratch(), kept, bench::units::shared);
+      kept_.emplace(digest, kept);
+    }
+    check_and_mend(injected, ran.how);
+  }
+
+  // Of the scratch recorder.
+  void check_and_mend(faults const& injected, ending how) {
+    note(injected, "stopped", bench::problems_when_stopped(scratch(), *origin_));
+    open_to_write(scratch());
+    note(injected, "mended", bench::problems_when_finished(scratch(), *origin_));
+    auto const now = bench::summary_of(scratch());
+    if (how == ending::done && now != after_) complain(injected, "is not done");
+    if (!is_allowed(now)) complain(injected, "is done in part");
+    if (now == after_) return;
+    std::string text;
+    if (ending_of(what_.run, scratch(), text) != ending::done) complain(injected, text);
+    note(injected, "finished", bench::problems_when_finished(scratch(), *origin_));
+    if (bench::summary_of(scratch()) != after_) complain(injected, "cannot be done later");
+  }
+
+  void note(faults const& injected, char const* when, std::vector<std::string> const& problems) {
+    for (auto const& problem : problems) complain(injected, std::string(when) + ": " + problem);
+  }
+
+  bool is_allowed(std::vector<std::string> const& now) const {
+    if (now == before_ || now == after_) return true;
+    if (what_.changes == scenario::scope::whole) return false;
+    for (std::size_t line = 0; line < now.size(); ++line) {
+      if (now[line] != before_[line] && now[line] != after_[line]) return false;
+    }
+    return true;
+  }
+
+  void recover_with_faults(path const& state, faults const& first) {
+    bool hit = true;
+    for (int m = 1; hit; ++m) {
+      hit = false;
+      for (auto const& each : kinds_in_turn(m)) hit = fault_in_recovery(state, first, each) || hit;
+    }
+  }
+
+  // Second faults multiply; without the longer variants every fifth place gets
+  // them, and one kind a point, all kinds in turn.
+  bool is_in_turn() { return is_long() || ++turn_ % 5 == 0; }
+
+  faults kinds_in_turn(int m) {
+    auto const all = kinds_at(m);
+    if (is_long()) return all;
+    return {all[static_cast<std::size_t>(++turn_) % all.size()]};
+  }
+
+  bool fault_in_recovery(path const& state, faults const& first, fault const& second) {
+    fresh_copy(state);
+    auto const ran = run(open_to_write, scratch(), {second});
+    ++result_.compound_runs;
+    if (!is_hit(ran, second.at)) return false;
+    faults both = first;
+    both.push_back(second);
+    if (ran.how == ending::broken) complain(both, ran.text);
+    if (seen_.insert("recovered" + bench::digest_of(scratch())).second) {
+      check_and_mend(both, ending::killed);
+    }
+    return true;
+  }
+
+  scenario const& what_;
+  bench::temporary_folder temporary_;
+  std::vector<std::string> before_;
+  std::vector<std::string> after_;
+  bench::origin const* origin_ = nullptr;
+  tally result_;
+  std::map<std::string, faults> left_;  // the fault that left a state, by its digest
+  std::map<std::string, path> kept_;
+  std::set<std::string> seen_;
+  ending last_ = ending::done;
+  int turn_ = 0;
+};
+
+}  // namespace
+
+outcome run(operation const& what, path const& recorder, faults const& injected) {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+    throw std::system_error(errno, std::generic_category(), "pipe");
+  }
+  lab::descriptor const to_read(ends[0]);
+  lab::descriptor to_write(ends[1]);
+  pid_t const child = fork();
+  if (child < 0) throw std::system_error(errno, std::generic_category(), "fork");
+  if (child == 0) be_the_child(what, recorder, injected, to_write.number());
+  close(to_write.release());
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return read_outcome(to_read.number(), status);
+}
+
+faults kinds_at(int n) {
+  return {{fault::kind::kill, 0, n, fault::span::once},
+          {fault::kind::error, EIO, n, fault::span::once},
+          {fault::kind::error, EIO, n, fault::span::from_there_on},
+          {fault::kind::error, ENOSPC, n, fault::span::once},
+          {fault::kind::error, ENOSPC, n, fault::span::from_there_on}};
+}
+
+std::string text_of(faults const& injected) {
+  return std::accumulate(injected.begin(), injected.end(), std::string(),
+                         [](std::string const& before, fault const& each) {
+                           return before + (before.empty() ? "" : ",") + text_of_one(each);
+                         });
+}
+
+bool is_long() {
+  char const* const asked = std::getenv("ST_LONG_CHECKS");
+  return asked != nullptr && *asked != '\0';
+}
+
+tally run_all(scenario const& what) { return loop(what).whole(); }
+
+void report(std::string const& name, tally const& of) {
+  testing::Test::RecordProperty("points", of.points);
+  testing::Test::RecordProperty("runs", of.runs);
+  testing::Test::RecordProperty("compound_runs", of.compound_runs);
+  testing::Test::RecordProperty("states", of.states);
+  std::cout << name << ": " << of.points << " points, " << of.runs << " runs, " << of.compound_runs
+            << " compound runs, " << of.states << " states left behind, " << of.broken.size()
+            << " broken\n";
+}
+
+}  // namespace fault_loop

@@ -1,0 +1,299 @@
+// What every stop at every point leaves behind, and what the next writer makes
+// of it.
+#include "fault_loop.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <iostream>
+
+#include "lab/file_steps.h"
+#include "lab/layout.h"
+#include "lab/sqlite.h"
+#include "storage/service.h"
+
+namespace {
+
+using fault_loop::ending;
+using fault_loop::path;
+using fault_loop::scenario;
+using fault_loop::tally;
+using strings = std::vector<std::string>;
+
+lab::recorder writer(path const& recorder) {
+  return lab::recorder::open(recorder, lab::access::read_write);
+}
+
+// What the client library finds: itself opens the recorder to write.
+void through_client(path const& recorder) {
+  setenv("STLAB_RECORDER", recorder.c_str(), 1);
+  for (auto const* const name : {"STLAB_TRACE", "STLAB_SERVICE_FAULT", "STLAB_PATIENCE_MS"}) {
+    unsetenv(name);
+  }
+}
+
+kivsid id_of(lab::volume const& volume) {
+  kivsid id;
+  id.number = volume.sid_number;
+  volume.sid_text.copy(id.text, sizeof id.text);
+  return id;
+}
+
+kivsid id_of(lab::space const& space) {
+  kivsid id;
+  // The first four of its characters are the number's bytes.
+  for (std::size_t byte = 4; byte > 0; --byte) {
+    id.number = id.number * 256 + static_cast<unsigned char>(space.sid[byte - 1]);
+  }
+  space.sid.copy(id.text, sizeof id.text, 4);
+  return id;
+}
+
+stream_info main_stream_of(lab::recorder const& in) {
+  stream_info of;
+  auto const channel = in.channels().front();
+  of.channel.number = channel.number;
+  channel.sid.copy(of.channel.id, sizeof of.channel.id);
+  of.stream = bench::main_stream.number;
+  of.recording_type = bench::main_stream.recording_type;
+  return of;
+}
+
+template <typename Storage>
+void recycle_through(Storage& storage, kivsid const& where, stream_info const& of) {
+  int const started = storage.init(where);
+  int const result = started != 0 ? started
+                                  : storage.recycle_stream_data(of, bench::always.start_ms,
+                                                                bench::always.end_ms, 0);
+  storage.uninit();
+  if (result != 0) throw lab::error("the service says " + std::to_string(result));
+}
+
+void recycle_through_tier(path const& recorder) {
+  through_client(recorder);
+  auto const reader = lab::recorder::open(recorder, lab::access::read_only);
+  CFSTier tier;
+  recycle_through(tier, id_of(reader.spaces().front()), main_stream_of(reader));
+}
+
+void recycle_through_unit(path const& recorder) {
+  through_client(recorder);
+  auto const reader = lab::recorder::open(recorder, lab::access::read_only);
+  CFSUnit unit;
+  recycle_through(unit, id_of(reader.volumes().front()), main_stream_of(reader));
+}
+
+void record(path const& recorder) { writer(recorder).record(1, bench::main_stream, bench::now, 2); }
+
+// Both volumes hold a period that has expired, the first one two.
+void make_expired(path const& recorder) {
+  bench::make_leaking(recorder);
+  auto recorded = writer(recorder);
+  recorded.record(1, bench::main_stream, bench::now - 20 * bench::hour, 1);
+  recorded.record(1, bench::main_stream, bench::now - 21 * bench::hour, 1);
+  recorded.record(2, bench::main_stream, bench::now - 20 * bench::hour, 1);
+}
+
+void expire(path const& recorder) { writer(recorder).expire(bench::now - 10 * bench::hour); }
+
+void change_volumes(path const& recorder) {
+  writer(recorder).change_volumes({{1, "first", 2, 3}, {2, "second", 2, 4}});
+}
+
+void expect_sound(tally const& result) {
+  EXPECT_GT(result.points, 5);
+  EXPECT_GT(result.states, 1);
+  EXPECT_EQ(strings(), strings(result.broken.begin(),
+                               result.broken.begin() + std::min<std::ptrdiff_t>(
+                                                           20, std::distance(result.broken.begin(),
+                                                                             result.broken.end()))))
+      << result.broken.size() << " in all";
+}
+
+void expect_sound(scenario const& what) {
+  auto const result = fault_loop::run_all(what);
+  fault_loop::report(what.name, result);
+  expect_sound(result);
+}
+
+TEST(faults, in_recording) { expect_sound({"record", bench::make_leaking, record}); }
+
+TEST(faults, in_recycling_through_the_tier) {
+  expect_sound({"recycle through the tier", bench::make_leaking, recycle_through_tier,
+                scenario::scope::volume_by_volume});
+}
+
+TEST(faults, in_recycling_through_the_unit) {
+  expect_sound({"recycle through the unit", bench::make_leaking, recycle_through_unit});
+}
+
+TEST(faults, in_retention) { expect_sound({"expire", make_expired, expire}); }
+
+TEST(faults, in_setting_volumes) { expect_sound({"volset", bench::make_leaking, change_volumes}); }
+
+// Lost units of the first volume and their hour folders.
+std::vector<std::pair<std::string, std::string>> lost_units(lab::database const& catalogue) {
+  lab::statement lost(catalogue,
+                      "SELECT name, hour_ms FROM unit"
+                      "  WHERE volume_id = 1 AND state = 'recorded' AND period_id IS NULL");
+  std::vector<std::pair<std::string, std::string>> units;
+  while (lost.next()) {
+    units.emplace_back(lost.text(0), lab::hour_folder_name(0, 4, 0, lost.integer(1)));
+  }
+  return units;
+}
+
+// Says that units are free before it moves them.
+void recycle_without_a_marker(path const& recorder) {
+  lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write,
+                          std::chrono::milliseconds(0));
+  auto const reader = lab::recorder::open(recorder, lab::access::read_only);
+  auto const volume = reader.volumes().front();
+  lab::folder const storage(lab::storage_folder(volume.path.string(), volume.sid_text));
+  lab::folder const home(storage.path() / "preallocate");
+  auto const units = lost_units(catalogue);
+  lab::transaction freed(catalogue, lab::transaction_kind::writing);
+  catalogue.execute(
+      "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL, stream = NULL,"
+      "                hour_ms = NULL"
+      "  WHERE volume_id = 1 AND state = 'recorded' AND period_id IS NULL");
+  freed.commit();
+  for (auto const& [name, hour] : units) {
+    lab::folder const away(storage.path() / hour);
+    lab::steps::link_file(away, home, name);
+    lab::steps::remove_file(away, name);
+    lab::steps::remove_empty_folder(storage, hour);
+  }
+}
+
+// Moves units before it says that they are free.
+void recycle_files_first(path const& recorder) {
+  auto const reader = lab::recorder::open(recorder, lab::access::read_only);
+  auto const volume = reader.volumes().front();
+  lab::folder const storage(lab::storage_folder(volume.path.string(), volume.sid_text));
+  lab::folder const home(storage.path() / "preallocate");
+  lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write,
+                          std::chrono::milliseconds(0));
+  for (auto const& [name, hour] : lost_units(catalogue)) {
+    if (!lab::folder::find(storage, hour)) continue;
+    lab::folder const away(storage.path() / hour);
+    lab::steps::link_file(away, home, name);
+    lab::steps::remove_file(away, name);
+    lab::steps::remove_empty_folder(storage, hour);
+  }
+  lab::transaction freed(catalogue, lab::transaction_kind::writing);
+  catalogue.execute(
+      "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL, stream = NULL,"
+      "                hour_ms = NULL"
+      "  WHERE volume_id = 1 AND state = 'recorded' AND period_id IS NULL");
+  freed.commit();
+}
+
+TEST(faults, are_what_breaks_a_recycling_that_frees_first) {
+  auto const result =
+      fault_loop::run_all({"free first", bench::make_leaking, recycle_without_a_marker});
+  EXPECT_FALSE(result.broken.empty());
+}
+
+TEST(faults, are_what_breaks_a_recycling_that_moves_first) {
+  auto const result = fault_loop::run_all({"move first", bench::make_leaking, recycle_files_first});
+  EXPECT_FALSE(result.broken.empty());
+}
+
+lab::make_options tiny() {
+  lab::make_options options;
+  options.spaces = 1;
+  options.volumes = 1;
+  options.volume_mb = 3;
+  options.channels = 1;
+  options.days = 1;
+  options.now_ms = bench::now;
+  return options;
+}
+
+void make_tiny(path const& recorder) { lab::recorder::make(recorder, tiny(), {}); }
+
+std::string refusal_of(path const& recorder) {
+  try {
+    lab::recorder::open(recorder, lab::access::read_write);
+  } catch (lab::error const& refused) {
+    return refused.what();
+  }
+  return {};
+}
+
+// A recorder that was not made to the end, or to the very end.
+strings problems_of_making(path const& recorder, ending how) {
+  if (refusal_of(recorder).empty()) {
+    return lab::recorder::open(recorder, lab::access::read_only).check();
+  }
+  if (how == ending::done) return {"a recorder that was made is refused"};
+  // It is in nobody's way.
+  bench::temporary_folder const elsewhere;
+  make_tiny(elsewhere.path() / "recorder");
+  return lab::recorder::open(elsewhere.path() / "recorder", lab::access::read_only).check();
+}
+
+class making_loop {
+ public:
+  tally whole() {
+    result_.points = stopped({}).points;
+    bool hit = true;
+    for (int n = 1; hit; ++n) {
+      hit = false;
+      for (auto const& each : fault_loop::kinds_at(n)) hit = stopped_by(each) || hit;
+    }
+    result_.states = static_cast<int>(states_.size());
+    return result_;
+  }
+
+ private:
+  using fault = lab::fault_points::fault;
+
+  fault_loop::outcome stopped(fault_loop::faults const& injected) {
+    bench::temporary_folder const temporary;
+    path const recorder = temporary.path() / "below" / "recorder";
+    auto const ran = fault_loop::run(make_tiny, recorder, injected);
+    states_.insert(bench::digest_of(temporary.path()));
+    auto problems = problems_of_making(recorder, ran.how);
+    if (ran.how == ending::broken) problems.push_back(ran.text);
+    for (auto const& problem : problems) {
+      result_.broken.push_back("make " + fault_loop::text_of(injected) + ": " + problem);
+    }
+    return ran;
+  }
+
+  bool stopped_by(fault const& first) {
+    auto const ran = stopped({first});
+    ++result_.runs;
+    if (ran.how == ending::failed && first.lasting == fault::span::once) {
+      stop_in_clean_up(first);
+    }
+    return ran.how == ending::killed || ran.points >= first.at;
+  }
+
+  void stop_in_clean_up(fault const& first) {
+    for (int m = first.at + 1;; ++m) {
+      bool hit = false;
+      auto seconds = fault_loop::kinds_at(m);
+      if (!fault_loop::is_long()) seconds = {seconds[static_cast<std::size_t>(m) % 5]};
+      for (auto const& second : seconds) {
+        auto const ran = stopped({first, second});
+        ++result_.compound_runs;
+        hit = hit || ran.how == ending::killed || ran.points >= m;
+      }
+      if (!hit) return;
+    }
+  }
+
+  tally result_;
+  std::set<std::string> states_;
+};
+
+TEST(faults, in_making_a_recorder) {
+  auto const result = making_loop().whole();
+  fault_loop::report("make", result);
+  expect_sound(result);
+}
+
+}  // namespace

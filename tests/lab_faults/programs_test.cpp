@@ -1,0 +1,200 @@
+// st and stlab under faults: st_faults and stlab_faults are the same programs
+// with the fault points in them.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <system_error>
+
+#include "bench.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using strings = std::vector<std::string>;
+
+std::string content_of(fs::path const& file) {
+  std::ifstream stream(file, std::ios::binary);
+  std::ostringstream content;
+  content << stream.rdbuf();
+  return content.str();
+}
+
+bool holds(std::string const& text, std::string const& part) {
+  return text.find(part) != std::string::npos;
+}
+
+struct outcome {
+  int status;  // 128 + n after signal n
+  std::string output;
+};
+
+std::vector<char*> pointers(strings& texts) {
+  std::vector<char*> result;
+  for (auto& text : texts) result.push_back(text.data());
+  result.push_back(nullptr);
+  return result;
+}
+
+class programs : public testing::Test {
+ protected:
+  fs::path folder() const { return temporary_.path(); }
+  fs::path recorder() const { return folder() / "recorder"; }
+
+  // Output and errors together.
+  outcome run(strings words, std::string const& fault = {}) const {
+    strings variables{"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C", "TZ=UTC",
+                      "STLAB_RECORDER=" + recorder().string()};
+    for (char const* const name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+      if (auto const* const value = std::getenv(name)) {
+        variables.push_back(std::string(name) + "=" + value);
+      }
+    }
+    if (!fault.empty()) variables.push_back("STLAB_FAULT=" + fault);
+    auto const output = folder() / "output";
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    int const flags = O_WRONLY | O_CREAT | O_TRUNC;
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), flags, 0600);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    pid_t child = 0;
+    int const problem = posix_spawn(&child, words.front().c_str(), &actions, nullptr,
+                                    pointers(words).data(), pointers(variables).data());
+    posix_spawn_file_actions_destroy(&actions);
+    if (problem != 0) throw std::system_error(problem, std::generic_category(), words.front());
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), content_of(output)};
+  }
+
+  void must(strings const& words) const {
+    auto const ran = run(words);
+    ASSERT_EQ(0, ran.status) << words[1] << ": " << ran.output;
+  }
+
+  // Two volumes, each with a leak and without a free unit.
+  void make_full() const {
+    must({STLAB_PROGRAM, "make", recorder(), "--spaces", "1", "--volumes", "2", "--volume-mb", "10",
+          "--channels", "2", "--days", "0"});
+    for (auto const* const volume : {"vol1", "vol2"}) {
+      must({STLAB_PROGRAM, "leak", recorder(), "--volume", volume, "--hours", "2"});
+    }
+    must({STLAB_PROGRAM, "record", recorder(), "--stream", "1", "--units", "7"});
+    auto const reader = lab::recorder::open(recorder(), lab::access::read_only);
+    for (auto const& volume : reader.volumes()) {
+      EXPECT_EQ(0, reader.account(volume.id).preallocated);
+      EXPECT_EQ(2, reader.account(volume.id).lost);
+    }
+  }
+
+  void expect_recycled() const {
+    auto const reader = lab::recorder::open(recorder(), lab::access::read_only);
+    for (auto const& volume : reader.volumes()) {
+      EXPECT_EQ(2, reader.account(volume.id).preallocated) << volume.name;
+    }
+    EXPECT_EQ(strings(), reader.check());
+  }
+
+ private:
+  bench::temporary_folder temporary_;
+};
+
+TEST_F(programs, hold_no_fault_points_unless_built_with_them) {
+  EXPECT_FALSE(holds(content_of(ST_PROGRAM), "STLAB_FAULT:"));
+  EXPECT_FALSE(holds(content_of(STLAB_PROGRAM), "STLAB_FAULT:"));
+  EXPECT_TRUE(holds(content_of(ST_FAULTS_PROGRAM), "STLAB_FAULT:"));
+  EXPECT_TRUE(holds(content_of(STLAB_FAULTS_PROGRAM), "STLAB_FAULT:"));
+}
+
+TEST_F(programs, refuse_what_is_no_fault) {
+  auto const ran = run({STLAB_FAULTS_PROGRAM, "make", recorder()}, "kill@never");
+  EXPECT_EQ(2, ran.status);
+  EXPECT_EQ("STLAB_FAULT: kill@never is no fault\n", ran.output);
+}
+
+TEST_F(programs, recycle_on_volumes_without_a_free_unit_on_a_full_disk) {
+  make_full();
+  auto const usual = run({ST_PROGRAM, "spacelist"});
+  EXPECT_EQ(usual.output, run({ST_FAULTS_PROGRAM, "spacelist"}, "full@1+").output);
+  auto const volumes = run({ST_PROGRAM, "vollist"});
+  EXPECT_EQ(volumes.output, run({ST_FAULTS_PROGRAM, "vollist"}, "full@1+").output);
+  auto const cleaned = run({ST_FAULTS_PROGRAM, "autoclean"}, "full@1+");
+  EXPECT_EQ(0, cleaned.status);
+  EXPECT_TRUE(holds(cleaned.output, "Volume space leak detected count: 2")) << cleaned.output;
+  expect_recycled();
+}
+
+TEST_F(programs, recover_on_a_full_disk) {
+  make_full();
+  EXPECT_EQ(128 + SIGKILL, run({ST_FAULTS_PROGRAM, "autoclean"}, "kill@20").status);
+  EXPECT_EQ(0, run({ST_FAULTS_PROGRAM, "volclean", "-1"}, "full@1+").status);
+  EXPECT_EQ(0, run({ST_FAULTS_PROGRAM, "autoclean"}, "full@1+").status);
+  expect_recycled();
+}
+
+TEST_F(programs, only_report_when_every_step_finds_the_disk_full) {
+  make_full();
+  auto const cleaned = run({ST_FAULTS_PROGRAM, "autoclean"}, "ENOSPC@1+");
+  EXPECT_EQ(0, cleaned.status);
+  EXPECT_TRUE(holds(cleaned.output, "recycle check process done.")) << cleaned.output;
+  auto const reader = lab::recorder::open(recorder(), lab::access::read_only);
+  for (auto const& volume : reader.volumes()) EXPECT_EQ(2, reader.account(volume.id).lost);
+  EXPECT_EQ(0, run({ST_PROGRAM, "autoclean"}).status);
+  expect_recycled();
+}
+
+TEST_F(programs, finish_later_what_a_kill_at_any_point_cut_short) {
+  make_full();
+  fs::path const full = folder() / "full";
+  fs::rename(recorder(), full);
+  int points = 0;
+  for (int status = 128 + SIGKILL; status != 0; ++points) {
+    fs::remove_all(recorder());
+    bench::copy_tree(full, recorder(), bench::units::shared);
+    status = run({ST_FAULTS_PROGRAM, "autoclean"}, "kill@" + std::to_string(points + 1)).status;
+    if (status != 0) {
+      EXPECT_EQ(128 + SIGKILL, status);
+    }
+    EXPECT_EQ(0, run({ST_PROGRAM, "volclean", "-1"}).status);
+    expect_recycled();
+    if (HasFailure()) break;
+  }
+  RecordProperty("points", points - 1);
+  std::cout << "st autoclean: killed at " << points - 1 << " points\n";
+}
+
+// What is done on a file system of its own that is filled to its last block.
+constexpr char const* on_a_full_file_system = R"(
+  mount -t tmpfs -o size=48m none "$1" || exit 77
+  cd "$1" || exit 1
+  export STLAB_RECORDER=$1/recorder
+  stlab=$2 st=$3
+  "$stlab" make recorder --spaces 1 --volumes 2 --volume-mb 10 --channels 2 --days 0 || exit 1
+  "$stlab" leak recorder --volume vol1 --hours 2 || exit 1
+  "$stlab" leak recorder --volume vol2 --hours 2 || exit 1
+  "$stlab" record recorder --stream 1 --units 7 || exit 1
+  head -c 64M /dev/zero >filler 2>/dev/null
+  (echo more >>filler) 2>/dev/null && exit 1
+  "$st" vollist && "$st" spacelist && "$st" autoclean && "$stlab" check recorder
+)";
+
+TEST_F(programs, recycle_on_a_file_system_that_is_full) {
+  auto const ran = run({"/usr/bin/unshare", "--user", "--map-root-user", "--mount", "/bin/sh", "-c",
+                        on_a_full_file_system, "sh", folder() / "", STLAB_PROGRAM, ST_PROGRAM});
+  if (ran.status == 77 || holds(ran.output, "unshare failed")) {
+    GTEST_SKIP() << "no file system of one's own can be mounted here: " << ran.output;
+  }
+  EXPECT_EQ(0, ran.status) << ran.output;
+  EXPECT_TRUE(holds(ran.output, "Volume space leak detected count: 2")) << ran.output;
+}
+
+}  // namespace
