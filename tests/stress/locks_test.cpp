@@ -1,0 +1,156 @@
+// One writer a volume, and readers that never wait.
+#include <sched.h>
+
+#include <future>
+#include <optional>
+
+#include "lab/sqlite.h"
+#include "lab/volume_lock.h"
+#include "stress_bench.h"
+
+namespace stress {
+namespace {
+
+constexpr std::chrono::milliseconds no_patience{0};
+end_to_end::environment const impatient{{"STLAB_PATIENCE_MS", "0"}};
+
+class locks : public stress_test {
+ protected:
+  lab::volume_lock hold(std::size_t index) const {
+    lab::volume const volume = reader().volumes().at(index);
+    lab::volume_place const place{volume.id, volume.path.filename(), volume.sid_text, volume.path};
+    return {place, lab::volume_lock::kind::exclusive, no_patience};
+  }
+
+  std::filesystem::path trace() const { return folder / "trace"; }
+
+  // Waits for a program that is under way; gives up when it ends without.
+  template <typename Future>
+  void wait_for_call(std::string const& operation, Future const& ends) const {
+    auto const over = [&] {
+      return ends.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    };
+    while (!std::filesystem::exists(trace()) ||
+           end_to_end::content_of(trace()).find("[\"" + operation) == std::string::npos) {
+      ASSERT_FALSE(over()) << "no call of " << operation;
+      ::sched_yield();
+    }
+  }
+
+  std::vector<std::string> lists() const {
+    std::vector<std::string> outputs;
+    for (words const& command : {words{"spacelist"},
+                                 {"vollist", "Storage1"},
+                                 {"vollist", "Storage2"},
+                                 {"volchn", "vol1"},
+                                 {"voluse", "-1"},
+                                 {"nullid", "-1"},
+                                 {"spaceinfo", "Storage1"}}) {
+      auto const result = run_st(command, impatient);
+      EXPECT_EQ(result.status, 0);
+      EXPECT_FALSE(tells_of_failure(result.output)) << result.output;
+      outputs.push_back(result.output);
+    }
+    return outputs;
+  }
+};
+
+std::size_t count(std::string const& text, std::string const& part) {
+  std::size_t found = 0;
+  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+    ++found;
+  }
+  return found;
+}
+
+TEST_F(locks, a_volclean_waits_for_whoever_writes) {
+  leak(0);
+  std::optional<lab::volume_lock> lock = hold(0);
+  auto running = std::async(std::launch::async, [&] {
+    return run_st({"volclean", "0"}, {{"STLAB_TRACE", trace()}, {"STLAB_PATIENCE_MS", "600000"}});
+  });
+  wait_for_call("CFSTier::init", running);
+  EXPECT_EQ(lost(), leaked_units);
+  lock.reset();
+  auto const result = running.get();
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(count(end_to_end::content_of(trace()), R"({"result":-1)"), 0U);
+  EXPECT_EQ(count(end_to_end::content_of(trace()), R"({"result":0,"units":6})"), 1U);
+  expect_clean();
+}
+
+// The command does not look at the result, and says Success. as ever; the log
+// knows better, and what could not be recycled is there for the next run.
+TEST_F(locks, a_volclean_that_never_gets_its_turn_reports_a_service_failure) {
+  leak(0);
+  {
+    lab::volume_lock const lock = hold(0);
+    auto environment = impatient;
+    environment.insert({"STLAB_TRACE", trace()});
+    auto const result = run_st({"volclean", "0"}, environment);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(count(result.output, "Success.\n") + count(result.output, "Can not find"), 10U);
+  }
+  std::string const calls = end_to_end::content_of(trace());
+  EXPECT_EQ(count(calls, R"({"result":-1,"units":0})"), 10U) << "each stream on that space";
+  EXPECT_EQ(count(calls, "CFSTier::recycle_stream_data: vol1: volume vol1 is being written"), 10U);
+  EXPECT_EQ(lost(), leaked_units);
+  expect_sound(moves::done);
+  st({"volclean", "0"});
+  expect_clean();
+}
+
+TEST_F(locks, two_volcleans_share_the_work) {
+  leak(0);
+  leak(1);
+  auto const clean = [this](std::string const& file) {
+    auto const result = run_st({"volclean", "-1"}, {{"STLAB_TRACE", folder / file}});
+    EXPECT_EQ(result.status, 0);
+    std::int64_t units = 0;
+    for (std::string const& line : end_to_end::lines_of(end_to_end::content_of(folder / file))) {
+      EXPECT_EQ(line.find(R"({"result":-1)"), std::string::npos) << line;
+      std::size_t const at = line.find(R"("units":)");
+      if (at != std::string::npos) units += std::stoll(line.substr(at + 8));
+    }
+    return units;
+  };
+  auto one = std::async(std::launch::async, clean, "one");
+  std::int64_t const other = clean("other");
+  EXPECT_EQ(one.get() + other, 2 * leaked_units);
+  expect_clean();
+}
+
+TEST_F(locks, lists_do_not_wait_for_a_volumes_writer) {
+  auto const before = lists();
+  lab::volume_lock const first = hold(0);
+  lab::volume_lock const second = hold(1);
+  EXPECT_EQ(lists(), before);
+}
+
+TEST_F(locks, lists_do_not_wait_for_an_open_write_transaction) {
+  auto const before = lists();
+  lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write, no_patience);
+  lab::transaction const open(catalogue, lab::transaction_kind::writing);
+  catalogue.execute("UPDATE volume SET type = 2; UPDATE space SET name = 'changed';");
+  EXPECT_EQ(lists(), before) << "nor see what is not committed";
+}
+
+TEST_F(locks, a_volset_that_never_gets_its_turn_changes_nothing) {
+  auto const before = lists();
+  {
+    lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write,
+                            no_patience);
+    lab::transaction const open(catalogue, lab::transaction_kind::writing);
+    auto environment = impatient;
+    environment.insert({"STLAB_TRACE", trace()});
+    auto const result = run_st({"volset", "vol1", "1", "0"}, environment);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(count(end_to_end::content_of(trace()), R"("database is locked")") +
+                  count(end_to_end::content_of(trace()), "database is locked"),
+              1U);
+  }
+  EXPECT_EQ(lists(), before);
+}
+
+}  // namespace
+}  // namespace stress

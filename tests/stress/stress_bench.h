@@ -1,0 +1,87 @@
+// A recorder on which several programs work at once, and what must hold of it
+// when they are done.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "lab/recorder.h"
+#include "program.h"
+
+namespace stress {
+
+using words = std::vector<std::string>;
+
+// 20, or 200 with ST_LONG_CHECKS=1 in the environment.
+int rounds();
+
+inline constexpr char clean_report[] =
+    "Volume space leak detected count: 0\n"
+    "recycle check process done.\n";
+
+enum class moves { done, under_way };
+enum class beside { nobody, writers };
+
+// Two spaces with one volume of 64 units each and four channels, two on each
+// volume. Channels 0 and 1 leak, in stream 1; they also record in stream 0.
+// Channels 2 and 3 have recordings in stream 2 that nobody may touch. The
+// folder stays, and is named, when the test fails.
+class stress_test : public testing::Test {
+ protected:
+  stress_test();
+  ~stress_test() override;
+
+  // Must end with status 0; gives the output.
+  std::string stlab(std::string const& command, words const& options = {}) const;
+
+  // `wrapper` goes in front of the command line.
+  end_to_end::outcome run_st(words const& command, end_to_end::environment extra = {},
+                             words const& wrapper = {}) const;
+
+  // Must end with status 0 and print no failure; gives the output. Beside
+  // writers, du may miss a unit that has just been moved.
+  std::string st(words const& command, beside others = beside::nobody) const;
+
+  // Makes a stream of channel 0 (on vol1) or 1 (on vol2) leak six units.
+  void leak(int channel, int stream = 1) const;
+  static constexpr int leaked_units = 6;
+
+  // Takes the latest empty hour of stream 0 of channels 0 and 1, and drops what
+  // is older than half a day.
+  void record() const;
+  void expire() const;
+
+  lab::recorder reader() const;
+  std::vector<lab::volume_account> accounts() const;
+  std::int64_t lost() const;
+  std::int64_t moving() const;
+
+  // Catalogue intact, sums exact, the guarded units as they were, and nothing
+  // else to be found by a check than leaks of the leaking streams and, with
+  // under_way, units on their way.
+  void expect_sound(moves state) const;
+
+  // And nothing at all to be found, neither by a check nor, twice, by autoclean.
+  void expect_clean() const;
+
+  std::filesystem::path folder;
+  std::filesystem::path recorder;
+
+ private:
+  void expect_intact_catalogue() const;
+  void expect_exact_sums() const;
+  void guard_units();
+
+  std::string now_;
+  std::map<std::filesystem::path, std::string> guarded_;
+};
+
+// Whether the output holds a line that tells of a failure.
+bool tells_of_failure(std::string const& output);
+
+}  // namespace stress
