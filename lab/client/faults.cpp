@@ -6,7 +6,6 @@
 #include <limits>
 #include <mutex>
 #include <new>
-#include <optional>
 
 namespace lab::client {
 
@@ -100,18 +99,17 @@ class environment_plan {
     std::lock_guard const lock(guard_);
     char const* const set = std::getenv("STLAB_SERVICE_FAULT");
     std::string_view const text = set == nullptr ? "" : set;
-    if (!plan_ || text != text_) {
-      plan_.reset();
-      plan_.emplace(text);
+    if (text != text_) {
+      plan_ = fault_plan(text);
       text_ = text;
     }
-    return plan_->next(operation);
+    return plan_.next(operation);
   }
 
  private:
   std::mutex guard_;
   std::string text_;
-  std::optional<fault_plan> plan_;
+  fault_plan plan_{""};
 };
 
 template <std::size_t Width>
