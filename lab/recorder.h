@@ -119,6 +119,8 @@ struct make_options {
   std::int64_t now_ms = 0;
 };
 
+inline constexpr std::chrono::milliseconds default_patience{5000};
+
 enum class access { read_only, read_write };
 
 class transaction;
@@ -135,8 +137,10 @@ class recorder {
   // of units that were stopped midway are finished first, except on volumes
   // where they cannot be. Whoever opens it, to read only as well, first undoes
   // a change of the catalogue that a crash cut short, which takes permission to
-  // write.
-  static recorder open(std::filesystem::path const& folder, access mode);
+  // write. `patience` is how long this and every later operation waits for
+  // somebody else.
+  static recorder open(std::filesystem::path const& folder, access mode,
+                       std::chrono::milliseconds patience = default_patience);
 
   recorder(recorder&&) noexcept;
   recorder& operator=(recorder&&) noexcept;

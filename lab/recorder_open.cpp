@@ -62,16 +62,16 @@ bool is_write_refusal(database_error const& failure) {
   return kind == SQLITE_READONLY || kind == SQLITE_CANTOPEN;
 }
 
-database connect(fs::path const& folder, database::mode how) {
-  database catalogue(folder / catalogue_file, how, default_patience);
+database connect(fs::path const& folder, database::mode how, std::chrono::milliseconds patience) {
+  database catalogue(folder / catalogue_file, how, patience);
   require_known_format(catalogue, folder);
   return catalogue;
 }
 
 // A change that was cut short by a crash can only be undone by who may write.
-void undo_last_change(fs::path const& folder) {
+void undo_last_change(fs::path const& folder, std::chrono::milliseconds patience) {
   try {
-    connect(folder, database::mode::read_write);
+    connect(folder, database::mode::read_write, patience);
   } catch (database_error const& failure) {
     if (!is_write_refusal(failure)) throw;
     throw error(folder.string() +
@@ -81,17 +81,18 @@ void undo_last_change(fs::path const& folder) {
 }
 
 // A reader that finds such a change has it undone, if that is permitted.
-database connect_to_consistent(fs::path const& folder, database::mode how) {
+database connect_to_consistent(fs::path const& folder, database::mode how,
+                               std::chrono::milliseconds patience) {
   try {
-    return connect(folder, how);
+    return connect(folder, how, patience);
   } catch (database_error const& failure) {
     if (failure.code() == SQLITE_NOTADB) {
       throw error(folder.string() + ": not a recorder: its catalogue is not a database");
     }
     if (failure.code() != SQLITE_READONLY_ROLLBACK) throw;
   }
-  undo_last_change(folder);
-  return connect(folder, how);
+  undo_last_change(folder, patience);
+  return connect(folder, how, patience);
 }
 
 }  // namespace
@@ -109,24 +110,26 @@ fs::path resolved(fs::path const& folder) {
   return whole.has_filename() ? whole : whole.parent_path();
 }
 
-database open_catalogue(fs::path const& recorder_folder, access mode) {
+database open_catalogue(fs::path const& recorder_folder, access mode,
+                        std::chrono::milliseconds patience) {
   require_readable_catalogue(recorder_folder);
   auto const how =
       mode == access::read_only ? database::mode::read_only : database::mode::read_write;
-  auto catalogue = connect_to_consistent(recorder_folder, how);
+  auto catalogue = connect_to_consistent(recorder_folder, how, patience);
   if (mode == access::read_write && catalogue.read_only()) {
     throw error((recorder_folder / catalogue_file).string() + ": catalogue cannot be written");
   }
   return catalogue;
 }
 
-recorder recorder::open(fs::path const& folder, access mode) {
+recorder recorder::open(fs::path const& folder, access mode, std::chrono::milliseconds patience) {
   auto where = resolved(folder);
   require_path_without_share(where);
-  auto catalogue = open_catalogue(where, mode);
+  auto catalogue = open_catalogue(where, mode, patience);
   std::int64_t const unit_mb = number_of(catalogue, "SELECT unit_mb FROM recorder");
   if (unit_mb < 1) throw error(where.string() + ": not a recorder: its catalogue is empty");
-  recorder opened(std::make_unique<state>(state{std::move(where), std::move(catalogue), unit_mb}));
+  recorder opened(
+      std::make_unique<state>(state{std::move(where), std::move(catalogue), unit_mb, patience}));
   if (mode == access::read_write) opened.finish_stopped_moves();
   return opened;
 }

@@ -12,7 +12,6 @@ inline constexpr char const* catalogue_journal_file = "catalogue.db-journal";
 inline constexpr char const* share_folder = "share";
 inline constexpr std::int64_t catalogue_application = 0x53544c42;
 inline constexpr std::int64_t catalogue_format = 1;
-inline constexpr std::chrono::milliseconds default_patience{5000};
 
 // What the catalogue can grow by without needing space. One batch of moves
 // needs far less, and gives it back when the units have arrived.
@@ -27,7 +26,8 @@ struct recorder::state {
 
 // Opens the catalogue of the recorder in `recorder_folder` and makes sure that
 // it is one that this program knows.
-database open_catalogue(std::filesystem::path const& recorder_folder, access mode);
+database open_catalogue(std::filesystem::path const& recorder_folder, access mode,
+                        std::chrono::milliseconds patience = default_patience);
 
 // The absolute path that `folder` means now, without "." and ".." in it.
 std::filesystem::path resolved(std::filesystem::path const& folder);

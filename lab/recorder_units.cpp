@@ -22,7 +22,10 @@ constexpr char const* recycle_query =
     "      AND NOT EXISTS ("
     "        SELECT 1 FROM period p"
     "          WHERE p.channel_id = u.channel_id AND p.recording_type = u.recording_type"
-    "            AND p.stream = u.stream AND p.storage_id IN ('', ?7)"
+    "            AND p.stream = u.stream"
+    "            AND (p.storage_id IN ('', ?7)"
+    "                 OR EXISTS (SELECT 1 FROM unit held"
+    "                              WHERE held.period_id = p.id AND held.volume_id = ?1))"
     "            AND p.start_ms < u.hour_ms + 3600000 AND p.end_ms > u.hour_ms)"
     "    ORDER BY u.hour_ms, u.id LIMIT ?8)";
 

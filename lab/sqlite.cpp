@@ -52,11 +52,17 @@ database::database(std::filesystem::path const& file, mode how,
   if (result != SQLITE_OK) fail(connection, file.string());
   sqlite3_extended_result_codes(connection, 1);
   wait_at_most(patience);
-  // EXTRA also syncs the folder when a journal is removed: without it a power
+  // The journal stays, so that a change needs no space. The first access undoes
+  // a change that was cut short, and would remove the journal then but for the
+  // exclusive mode, which ends with the next access.
+  if (how == mode::read_write) {
+    execute("PRAGMA locking_mode = EXCLUSIVE; PRAGMA journal_mode = PERSIST;");
+    execute("PRAGMA locking_mode = NORMAL; SELECT count(*) FROM sqlite_master;");
+  }
+  // EXTRA also syncs the folder should a journal be removed: without it a power
   // loss could bring back a journal that undoes a commit which files already
   // rely on.
   execute("PRAGMA foreign_keys = ON; PRAGMA synchronous = EXTRA;");
-  if (how == mode::read_write) execute("PRAGMA journal_mode = PERSIST;");
 }
 
 void database::wait_at_most(std::chrono::milliseconds patience) {

@@ -43,10 +43,7 @@ std::filesystem::path recorder_folder() {
 }
 
 recorder open_recorder(access mode) {
-  auto const patience = asked_patience();
-  recorder opened = recorder::open(recorder_folder(), mode);
-  if (patience) opened.wait_at_most(*patience);
-  return opened;
+  return recorder::open(recorder_folder(), mode, asked_patience().value_or(default_patience));
 }
 
 std::shared_ptr<recorder const> source::reader() {

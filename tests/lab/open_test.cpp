@@ -240,8 +240,12 @@ TEST_F(open_recorder, a_reader_has_a_change_undone_that_was_cut_short) {
   make(options);
   die_while_changing(root() / "catalogue.db");
   ASSERT_TRUE(fs::exists(root() / "catalogue.db-journal"));
+  auto const journal_size = fs::file_size(root() / "catalogue.db-journal");
   auto const recorder = open(lab::access::read_only);
   EXPECT_EQ(0, recorder.volumes().front().type);
+  // What a full disk needs to be recycled is still there.
+  ASSERT_TRUE(fs::exists(root() / "catalogue.db-journal"));
+  EXPECT_EQ(journal_size, fs::file_size(root() / "catalogue.db-journal"));
   EXPECT_EQ(std::vector<std::string>(), recorder.check());
 }
 
