@@ -27,8 +27,9 @@ struct invocation {
 
 enum class arguments { none, name, name_type_state, channel_id };
 
-// When a command's plug-and-play service is obtained. A command whose
-// arguments can be refused obtains none before them.
+// When a command's plug-and-play service is obtained: volchn's before its name
+// is copied, voluse's after its channel is converted. A command whose arguments
+// can be refused obtains none before them.
 enum class service_timing { not_needed, before_arguments, after_arguments };
 
 constexpr int any_count = 0;

@@ -52,7 +52,8 @@ class channel_session {
 };
 
 // A channel's storage configuration, destroyed only when it was obtained: with
-// a result of 0 and a pointer that is not null. It must not outlive the CKivStorage it came from.
+// a result of 0 and a pointer that is not null. It must not outlive the
+// CKivStorage it came from.
 class channel_configuration {
  public:
   channel_configuration(CKivStorage& storage, channel_sid const& channel)

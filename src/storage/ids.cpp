@@ -17,7 +17,7 @@ channel_sid identity_of(channel_sid const& channel) noexcept {
 }
 
 bool is_max_id(channel_sid const& channel) noexcept {
-  // A channel's id is compared with the text; max_kivsid is a storage id.
+  // The text alone counts: channels have numbers of their own.
   constexpr char max_text[] = "99999999999999999999999999999999";
   static_assert(sizeof max_text == sizeof channel.id + 1);
   return std::memcmp(channel.id, max_text, sizeof channel.id) == 0;

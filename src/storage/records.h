@@ -99,7 +99,8 @@ ST_ASSERT_FIELD(space_info, spare_state, 828, 4);
 ST_ASSERT_RECORD(space_info, 832);
 
 // How a volume is shared; also the question that is put to the plug-and-play
-// service. Default-constructed: every text empty, every number -1.
+// service. Fields that are named after their offset have a meaning to the
+// service alone. Default-constructed: every text empty, every number -1.
 struct volume_share_info {
   char text_0[512] = {};
   char text_512[512] = {};
