@@ -55,6 +55,14 @@ exit_status after_output(exit_status status) {
   return report(std::max(status, exit_status::refused), "cannot write to standard output");
 }
 
+// What to say of a command line that does not parse.
+std::string usage_problem(CLI::App const& tool, CLI::ParseError const& problem) {
+  std::vector<std::string> const unknown = tool.remaining();
+  bool const misnamed =
+      tool.get_subcommands().empty() && !unknown.empty() && unknown.front().rfind('-', 0) != 0;
+  return misnamed ? "no such command: " + unknown.front() : problem.what();
+}
+
 exit_status run(int argc, char const* const* argv) {
   CLI::App tool("Makes lab recorders, records into them, damages them and checks them.", "stlab");
   tool.footer(footer);
@@ -70,7 +78,7 @@ exit_status run(int argc, char const* const* argv) {
       tool.exit(problem);
       return after_output(exit_status::done);
     }
-    return report(exit_status::usage, std::string(problem.what()) + "\nTry: stlab --help");
+    return report(exit_status::usage, usage_problem(tool, problem) + "\nTry: stlab --help");
   }
   return after_output(perform(chosen));
 }

@@ -119,7 +119,7 @@ TEST(autoclean, sound_volumes_print_nothing_but_the_count) {
 TEST(autoclean, a_leaking_volume_is_reported_and_recycled) {
   bench world;
   world.add("share/vol1", 3815000, 3000000, 2000);
-  world.script.channels = {support::channel(0, 'c')};
+  world.script.channels = {support::channel(3, 'c')};
   world.script.periods = [](channel_sid const&, int type, int stream) {
     return type == 4 && stream == 0 ? std::list<time_period>{support::period(now_ms - 5000)}
                                     : std::list<time_period>{};
@@ -133,7 +133,7 @@ TEST(autoclean, a_leaking_volume_is_reported_and_recycled) {
             "Volume space leak detected count: 1\n"
             "recycle check process done.\n");
   lines expected = chain({volume_list, world.probe("share/vol1"), {"setting.get_channel_list(1)"}});
-  std::string const channel = support::channel_text(0, 'c');
+  std::string const channel = support::channel_text(3, 'c');
   int lookup = 0;
   for (int const type : {4, 1}) {
     for (int stream = 0; stream < 5; ++stream) {

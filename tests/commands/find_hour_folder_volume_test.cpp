@@ -92,6 +92,15 @@ TEST(find_hour_folder_volume, names_the_volume_and_its_space) {
   EXPECT_EQ(result.calls, chain({volume_list, {world.asked(1)}, space_list}));
 }
 
+TEST(find_hour_folder_volume, a_volume_id_fills_its_32_characters_and_no_more) {
+  bench world;
+  world.make_hour_folder(1);
+  world.script.volumes.front().sid.terminator = 0x4141;
+  auto const result = find_in(world.script);
+  EXPECT_EQ(result.output, found(1));
+  EXPECT_EQ(result.calls, chain({volume_list, {world.asked(1)}, space_list}));
+}
+
 TEST(find_hour_folder_volume, the_first_volume_with_the_folder_wins) {
   bench const world;
   world.make_hour_folder(2);

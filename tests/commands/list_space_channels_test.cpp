@@ -51,6 +51,13 @@ TEST(list_space_channels, lists_each_channel_through_a_session_of_its_own) {
                                  channel_calls(2, support::channel_text(7, 'd')), closed}));
 }
 
+TEST(list_space_channels, an_id_fills_its_32_characters_and_no_more) {
+  auto script = recorder();
+  script.space_channels.pop_back();
+  script.space_channels.front().terminator = 0x4141;
+  EXPECT_EQ(list_channels(script).output, header + "channel: " + support::filled(32, 'c') + "\n");
+}
+
 TEST(list_space_channels, no_spaces) {
   auto const result = list_channels({});
   EXPECT_EQ(result.output, "no space [Storage1] info\n");

@@ -315,4 +315,11 @@ TEST(time_text, out_of_range_shows_zero_fields) {
   EXPECT_EQ(time_text(std::numeric_limits<std::int64_t>::min()), "[1900-1-00 00:00:00]");
 }
 
+TEST(time_text, of_a_year_beyond_32_bits_shows_zero_fields) {
+  if (sizeof(std::time_t) == 4) GTEST_SKIP() << "no time of 32 bits is out of range";
+  EXPECT_EQ(time_text(67767976233532799), "[2147483647-12-31 23:59:59]");
+  EXPECT_EQ(time_text(67767976233532800), "[1900-1-00 00:00:00]");
+  EXPECT_EQ(time_text(67768036191676799), "[1900-1-00 00:00:00]");
+}
+
 }  // namespace

@@ -97,6 +97,19 @@ TEST(recycle_span, a_channel_that_cannot_be_asked_gives_minus_1_and_leaves_the_e
                                  "CKivChannel#1.destroy_channel_session(null)", "~CKivChannel#1"}));
 }
 
+TEST(recycle_span, a_second_exception_on_the_way_out_leaves_the_first) {
+  auto script = ticking();
+  script.faults = {{"get_time_period_list", scripted::effect::raise},
+                   {"destroy_channel_session", scripted::effect::raise}};
+  auto const result = support::in_child(script, [] { look_up(0, 0); });
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.escaped, "get_time_period_list");
+  lines expected = support::span_lookup(1, channel_c, 4, 0, span_start, now_ms);
+  expected[2] += " throws";
+  expected[3] += " throws";
+  EXPECT_EQ(result.calls, expected);
+}
+
 TEST(recycle_span, releases_when_any_call_throws) {
   auto script = ticking();
   script.periods = [](channel_sid const&, int, int) {

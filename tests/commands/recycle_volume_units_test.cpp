@@ -178,6 +178,21 @@ TEST(recycle_volume_units, reads_the_clock_for_the_span_s_start_once) {
   EXPECT_EQ(asked, 20);
 }
 
+TEST(recycle_volume_units, a_second_exception_on_the_way_out_leaves_the_first) {
+  auto script = recorder();
+  script.faults = {{"recycle_stream_data", scripted::effect::raise},
+                   {"uninit", scripted::effect::raise}};
+  auto const result = recycle(script);
+  EXPECT_EQ(result.escaped, "recycle_stream_data");
+  lines unit =
+      support::recycling("CFSUnit", 1, volume_id, channel_c, 4, 0, span_start, earliest - 1);
+  unit[2] += " throws";
+  unit[3] += " throws";
+  EXPECT_EQ(
+      result.calls,
+      chain({channel_list, support::span_lookup(1, channel_c, 4, 0, span_start, now_ms), unit}));
+}
+
 TEST(recycle_volume_units, releases_when_any_call_throws) {
   int const calls = support::expect_releases_when_any_call_throws(recorder(), [] {
     volume_info const volume = support::volume("/share/Vol7", 7);

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "call_lines.h"
 #include "child.h"
@@ -138,8 +140,7 @@ TEST(spaceinfo, the_total_in_gigabytes_has_two_decimals_and_single_precision) {
   };
   EXPECT_EQ(total(1536), "Total recording size: 1536(MB)  1.50(GB)\n");
   EXPECT_EQ(total(-1536), "Total recording size: -1536(MB)  -1.50(GB)\n");
-  // 2^24 + 1 MB and 2^30 + 33 MB are no floats; the nearest ones end in .00 and .00.
-  EXPECT_EQ(total(16777217), "Total recording size: 16777217(MB)  16384.00(GB)\n");
+  // 2^30 + 33 MB is no float, the nearest is 2^30; in double it would end in .03.
   EXPECT_EQ(total(1073741857), "Total recording size: 1073741857(MB)  1048576.00(GB)\n");
 }
 
@@ -225,6 +226,15 @@ TEST(spaceinfo, a_configuration_that_fails_is_told_logged_and_ends_the_walk) {
                    closed}));
 }
 
+TEST(spaceinfo, a_positive_result_is_a_failure_as_well) {
+  auto script = recorder({support::pairing(channel_c, "v1")});
+  script.faults = {{"create_channel_configuration", scripted::effect::refuse, 1, 3}};
+  EXPECT_EQ(spaceinfo(script).output,
+            header + "channel: " + id_c +
+                "\n    storage_id: v1\n"
+                "Error TTimeLineInfo call create_channel_configuration ret=3\n");
+}
+
 TEST(spaceinfo, a_null_configuration_is_told_and_ends_the_walk) {
   auto script = recorder({support::pairing(channel_c, "v1"), support::pairing(channel_d, "w1")});
   script.faults = {{"create_channel_configuration", scripted::effect::null}};
@@ -292,6 +302,41 @@ TEST(spaceinfo, a_negative_count_prints_the_count_and_frees_the_array) {
   EXPECT_NE(result.output.find("    Normal total days: -3\n    Alarm total days: -1\n"),
             std::string::npos)
       << result.output;
+}
+
+TEST(spaceinfo, a_count_without_an_array_lists_no_day) {
+  auto script = recorder({support::pairing(channel_c, "v1")});
+  script.days = [](channel_sid const&, int, day_list* days) { days->count = 2; };
+  auto const output = spaceinfo(script).output;
+  EXPECT_NE(output.find("    Normal total days: 2\n    Alarm total days: 2\n    Normal recording"),
+            std::string::npos)
+      << output;
+}
+
+TEST(spaceinfo, a_day_without_a_text_is_an_empty_one) {
+  auto script = recorder({support::pairing(channel_c, "v1")});
+  script.days = [](channel_sid const&, int, day_list* days) {
+    scripted::fill_days(days, {"2026-11-20", "2026-11-21"});
+    std::free(std::exchange(days->days[0], nullptr));
+  };
+  auto const output = spaceinfo(script).output;
+  EXPECT_NE(
+      output.find("    Normal total days: 2\n        day[0] = \n        day[1] = 2026-11-21\n"),
+      std::string::npos)
+      << output;
+}
+
+TEST(spaceinfo, a_second_exception_on_the_way_out_leaves_the_first) {
+  auto script = recorder({support::pairing(channel_c, "v1")});
+  script.faults = {{"get_recording_days", scripted::effect::raise},
+                   {"destroy_channel_configuration", scripted::effect::raise}};
+  auto const result =
+      support::in_child(script, [] { st::cmd_spaceinfo(scripted::setting(), "Storage1"); });
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.escaped, "get_recording_days");
+  lines const calls = channel_calls(1, text_c, "0", "v1");
+  EXPECT_EQ(result.calls,
+            chain({opened, {calls[0], calls[1] + " throws", calls[3] + " throws"}, closed}));
 }
 
 TEST(spaceinfo, a_space_id_fills_its_36_characters_and_no_more) {

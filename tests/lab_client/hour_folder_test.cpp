@@ -1,7 +1,12 @@
 #include <array>
+#include <cstring>
+#include <list>
+#include <memory>
 
 #include "bench.h"
+#include "commands/commands.h"
 #include "storage/service.h"
+#include "storage/text.h"
 
 namespace {
 
@@ -65,6 +70,75 @@ TEST_F(hour_folder, is_the_folder_that_the_recorder_lays_its_units_in) {
                              bench::stream_of(channel, bench::normal, 2), bench::now_ms);
   ASSERT_TRUE(std::filesystem::is_directory(path.data())) << path.data();
   EXPECT_EQ(3U, bench::files_in(path.data()));
+}
+
+constexpr std::size_t id_width = sizeof recording_location::volume_sid;
+
+// An id as a location keeps it: the number's bytes, then the text.
+std::string bytes_of(kivsid const& id) {
+  std::string bytes(id_width, '\0');
+  std::memcpy(bytes.data(), &id.number, sizeof id.number);
+  std::memcpy(bytes.data() + sizeof id.number, id.text, sizeof id.text);
+  return bytes;
+}
+
+class hour_folder_volume : public hour_folder {
+ protected:
+  hour_folder_volume() {
+    make();
+    EXPECT_EQ(0, storage_->create_storage_setting(&setting));
+  }
+  ~hour_folder_volume() override { storage_.reset(); }
+
+  std::unique_ptr<CKivStorage> storage_ = std::make_unique<CKivStorage>();
+  IStorageSetting* setting = nullptr;
+};
+
+TEST_F(hour_folder_volume, is_found_with_its_space_by_any_moment_of_the_hour) {
+  lab::volume const holder = volume(3);
+  std::int64_t const hour = bench::now_ms - bench::now_ms % bench::hour_ms;
+  writer().record(holder.id, {channel(1).id, bench::alarm, 3}, hour, 1);
+  std::list<volume_info> volumes;
+  setting->get_volume_list(volumes);
+  std::list<space_info> spaces;
+  setting->get_space_list(spaces);
+  stream_info const stream = bench::stream_of(channel(1), bench::alarm, 3);
+  for (std::int64_t const moment : {hour, hour + bench::hour_ms - 1}) {
+    recording_location found;
+    ASSERT_EQ(0, st::find_hour_folder_volume(setting, stream, moment, &found));
+    std::string const volume_sid(found.volume_sid, id_width);
+    EXPECT_EQ(bytes_of(bench::volume_id(holder)), volume_sid);
+    std::size_t same = 0;
+    for (volume_info const& each : volumes) {
+      same += bytes_of(each.sid) == volume_sid;
+    }
+    EXPECT_EQ(1U, same);
+    same = 0;
+    for (space_info const& each : spaces) {
+      if (st::field_text(each.uuid) != holder.space_uuid) continue;
+      ++same;
+      EXPECT_EQ(bytes_of(each.sid), std::string(found.space_sid, id_width));
+      EXPECT_EQ(st::field_text(each.uuid), st::field_text(found.space_uuid));
+    }
+    EXPECT_EQ(1U, same);
+  }
+}
+
+TEST_F(hour_folder_volume, is_not_found_for_what_was_not_recorded) {
+  std::int64_t const hour = bench::now_ms - bench::now_ms % bench::hour_ms;
+  writer().record(volume(3).id, {channel(1).id, bench::alarm, 3}, hour, 1);
+  auto const found = [&](std::size_t index, std::int32_t type, std::int32_t number,
+                         std::int64_t moment) {
+    recording_location location;
+    return st::find_hour_folder_volume(setting, bench::stream_of(channel(index), type, number),
+                                       moment, &location);
+  };
+  EXPECT_EQ(0, found(1, bench::alarm, 3, hour));
+  EXPECT_EQ(-1, found(1, bench::alarm, 3, hour - 1));
+  EXPECT_EQ(-1, found(1, bench::alarm, 3, hour + bench::hour_ms));
+  EXPECT_EQ(-1, found(1, bench::alarm, 2, hour));
+  EXPECT_EQ(-1, found(1, bench::normal, 3, hour));
+  EXPECT_EQ(-1, found(0, bench::alarm, 3, hour));
 }
 
 }  // namespace

@@ -1,11 +1,14 @@
 // The stlab program, run as a user runs it.
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <future>
 #include <regex>
 #include <sstream>
 
@@ -97,6 +100,17 @@ class stlab : public bench_test {
   }
 };
 
+// All that comes out of a terminal until nobody has its other side open.
+std::string shown_on(int terminal) {
+  std::string shown;
+  std::array<char, 256> part{};
+  for (;;) {
+    ::ssize_t const count = ::read(terminal, part.data(), part.size());
+    if (count <= 0) return shown;
+    shown.append(part.data(), static_cast<std::size_t>(count));
+  }
+}
+
 bool holds(std::string const& text, std::string const& part) {
   return text.find(part) != std::string::npos;
 }
@@ -162,6 +176,16 @@ TEST_F(stlab, wrong_usage_is_status_2_and_changes_nothing) {
     EXPECT_EQ(0U, result.errors.find("stlab: ")) << result.errors;
   }
   bench::expect_same(before, bench::picture_of(recorder));
+}
+
+TEST_F(stlab, a_command_that_is_none_is_named) {
+  for (std::string const arguments : {"bogus", "bogus DIR", "bogus --now 1"}) {
+    outcome const result = run(arguments);
+    EXPECT_EQ(2, result.status) << arguments;
+    EXPECT_EQ("", result.output) << arguments;
+    EXPECT_EQ("stlab: no such command: bogus\nTry: stlab --help\n", result.errors) << arguments;
+  }
+  EXPECT_EQ("stlab: A subcommand is required\nTry: stlab --help\n", run("").errors);
 }
 
 TEST_F(stlab, numbers_are_decimal_whatever_they_begin_with) {
@@ -233,6 +257,27 @@ TEST_F(stlab, make_makes_a_sound_recorder_without_a_bar_when_nobody_watches) {
   EXPECT_EQ(40, reader().volumes().at(0).total_mb);
   EXPECT_EQ(3U, reader().channels().size());
   EXPECT_EQ(0, check().status);
+}
+
+TEST_F(stlab, the_bar_of_make_on_a_terminal_gets_to_its_end) {
+  int const terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  ASSERT_GE(terminal, 0);
+  ASSERT_EQ(0, ::grantpt(terminal));
+  ASSERT_EQ(0, ::unlockpt(terminal));
+  std::string const name = ::ptsname(terminal);
+  int const other_side = ::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  ASSERT_GE(other_side, 0);
+  auto shown = std::async(std::launch::async, shown_on, terminal);
+  outcome const made =
+      run("make " + recorder.string() +
+          " --spaces 1 --volumes 1 --volume-mb 8 --days 0 >/dev/null 2>" + name + "; exit $?");
+  ::close(other_side);
+  std::string const bar = shown.get();
+  ::close(terminal);
+  EXPECT_EQ(0, made.status);
+  std::string const last = "\r[" + std::string(40, '#') + "] 100 %\r\n";
+  ASSERT_GE(bar.size(), last.size());
+  EXPECT_EQ(last, bar.substr(bar.size() - last.size())) << bar;
 }
 
 TEST_F(stlab, a_make_that_is_stopped_leaves_nothing) {

@@ -23,12 +23,14 @@ endforeach()
 file(REMOVE "${LOG}")
 set(ENV{SCRIPTED_LOG} "${LOG}")
 
-if(CASE STREQUAL "output")
-  run_or_fail(output "${PROGRAM}" spacelist)
-  expect_equal("${output}" "Space count: 1
+set(space_list "Space count: 1
 [01] [Storage1], total size: 1863 GB, used: 1000000 MB, use 52.42% [Normal                   ]
 
 ")
+
+if(CASE STREQUAL "output")
+  run_or_fail(output "${PROGRAM}" spacelist)
+  expect_equal("${output}" "${space_list}")
   file(READ "${LOG}" calls)
   expect_equal("${calls}" "CKivStorage#1()
 CKivStorageDaemon#1()
@@ -54,6 +56,26 @@ CKivStorageDaemon#1()
 nstrcpy(spacelist, 128)
 CKivStorage#1.create_storage_setting(null) = storage_setting
 setting.get_space_list() throws
+~CKivStorageDaemon#1
+~CKivStorage#1
+")
+
+  # What was printed before is not lost with it.
+  file(REMOVE "${LOG}")
+  set(ENV{SCRIPTED_THROW} destroy_storage_setting)
+  execute_process(COMMAND "${PROGRAM}" spacelist RESULT_VARIABLE status OUTPUT_VARIABLE output
+    ERROR_QUIET)
+  if(status EQUAL 0)
+    message(FATAL_ERROR "an exception that nobody catches ended with status 0")
+  endif()
+  expect_equal("${output}" "${space_list}")
+  file(READ "${LOG}" calls)
+  expect_equal("${calls}" "CKivStorage#1()
+CKivStorageDaemon#1()
+nstrcpy(spacelist, 128)
+CKivStorage#1.create_storage_setting(null) = storage_setting
+setting.get_space_list()
+CKivStorage#1.destroy_storage_setting(storage_setting) throws
 ~CKivStorageDaemon#1
 ~CKivStorage#1
 ")

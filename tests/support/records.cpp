@@ -42,6 +42,7 @@ channel_sid channel_id(std::int32_t number, char key) {
   channel_sid identity;
   identity.number = number;
   put(identity.id, filled(32, key));
+  std::memset(identity.filler_38, 0x5A, sizeof identity.filler_38);
   return identity;
 }
 

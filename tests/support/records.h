@@ -32,6 +32,7 @@ space_info space(std::string const& name, std::int64_t total, std::int64_t used,
 volume_info volume(std::string const& path, std::int32_t volume_no, char key = 'v',
                    char space_key = 'a');
 
+// Its filler is not 0: a call that passes it on shows "with filler".
 channel_sid channel_id(std::int32_t number, char key);
 channel_setting channel(std::int32_t number, char key);
 

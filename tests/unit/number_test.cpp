@@ -75,12 +75,30 @@ TEST(use_percentage, is_used_times_100_by_total) {
 }
 
 TEST(use_percentage, is_single_precision_all_the_way) {
-  // Multiplied and divided in double these were 52.418332..., 5.0000007... and
-  // 33.333334326...
+  // In double it is 99.8550016..., which shows as 99.86.
+  EXPECT_EQ(shown(3974963, 3980735), "99.85");
   EXPECT_EQ(st::use_percentage(1000000, 1907729), 1000000.0F * 100.0F / 1907729.0F);
   // 16777217 is no float: it counts as 16777216.
   EXPECT_EQ(st::use_percentage(16777217, 16777216), 100.0F);
   EXPECT_EQ(st::use_percentage(16777216, 16777217), 100.0F);
+}
+
+// Reckoned by the compiler, to which a signed overflow is an error.
+TEST(wrapping_sum, passes_from_either_limit_to_the_other) {
+  using limits = std::numeric_limits<std::int64_t>;
+  constexpr std::int64_t above = st::wrapping_sum(limits::max(), 1);
+  constexpr std::int64_t below = st::wrapping_sum(limits::min(), -1);
+  EXPECT_EQ(above, limits::min());
+  EXPECT_EQ(below, limits::max());
+  EXPECT_EQ(st::wrapping_sum(1536, -36), 1500);
+}
+
+TEST(shown_channel, counts_from_1_and_wraps) {
+  constexpr std::int32_t after_highest = st::shown_channel(highest);
+  EXPECT_EQ(after_highest, lowest);
+  EXPECT_EQ(st::shown_channel(std::int32_t{0}), 1);
+  EXPECT_EQ(st::shown_channel(std::int32_t{-1}), 0);
+  EXPECT_EQ(st::shown_channel(std::numeric_limits<std::uint32_t>::max()), 0);
 }
 
 TEST(use_percentage, of_a_total_of_0_is_infinite_or_a_nan_without_sign) {

@@ -40,6 +40,13 @@ TEST(span_end_before, takes_the_first_start_as_it_is) {
             std::numeric_limits<std::int64_t>::max() - 1);
 }
 
+TEST(span_end_before, stays_at_the_least_time) {
+  constexpr std::int64_t least = std::numeric_limits<std::int64_t>::min();
+  EXPECT_EQ(walk_over({5, least}, 2).end, least);
+  EXPECT_EQ(walk_over({5, least}, 2).result, 0);
+  EXPECT_EQ(walk_over({least + 1}, 1).end, least);
+}
+
 TEST(span_end_before, a_count_that_is_never_reached_gives_minus_1_and_leaves_the_end) {
   for (std::size_t const count : {3U, 4U, 1000U}) {
     walk const done = walk_over({1, 2}, count);
@@ -68,6 +75,14 @@ TEST(is_leak, decides_in_double_and_not_in_integers) {
   EXPECT_FALSE(st::is_leak(9007199254740993, 180143985094819840));
   EXPECT_TRUE(st::is_leak(9007199254740994, 180143985094819840));
   EXPECT_TRUE(st::is_leak(0, -10));
+}
+
+TEST(lost_size, that_cannot_be_reckoned_is_the_least_value) {
+  using limits = std::numeric_limits<std::int64_t>;
+  EXPECT_EQ(st::lost_size(1000, limits::max(), 1), limits::min());
+  EXPECT_EQ(st::lost_size(1000, limits::min(), -1), limits::min());
+  EXPECT_EQ(st::lost_size(limits::max(), -1, 0), limits::min());
+  EXPECT_EQ(st::lost_size(limits::min(), 1, 0), limits::min());
 }
 
 TEST(lost_size, is_what_neither_used_nor_preallocated_accounts_for) {
