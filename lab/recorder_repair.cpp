@@ -61,17 +61,19 @@ void bring_strays_back(database const& catalogue, std::vector<volume_repair*> co
 
 // Gives the ids of the volumes on which every unit has its place.
 std::vector<std::int64_t> mend_volumes(database& catalogue, std::list<locked_repair>& volumes,
-                                       report& lines) {
+                                       std::size_t all_volumes, report& lines) {
   std::vector<volume_repair*> reachable;
   for (auto& [lock, repair] : volumes) {
     auto& one = repair;
     if (attempt(one, lines, [&one] { return one.finish_moves(); })) reachable.push_back(&one);
   }
   bring_strays_back(catalogue, reachable);
+  auto const others =
+      reachable.size() == all_volumes ? elsewhere::all_seen : elsewhere::some_unseen;
   std::vector<std::int64_t> settled;
   for (auto* const each : reachable) {
-    bool const done = attempt(*each, lines, [each] {
-      each->mend();
+    bool const done = attempt(*each, lines, [each, others] {
+      each->mend(others);
       return each->is_settled();
     });
     if (done) settled.push_back(each->place().id);
@@ -202,9 +204,9 @@ void recorder::repair_all(std::vector<std::string>& lines) {
   auto& catalogue = state_->catalogue;
   std::vector<std::int64_t> settled;
   {
-    auto locked = lock_mounted(catalogue, places_of(catalogue, state_->folder), unit_mb(),
-                               state_->patience, lines);
-    settled = mend_volumes(catalogue, locked, lines);
+    auto const places = places_of(catalogue, state_->folder);
+    auto locked = lock_mounted(catalogue, places, unit_mb(), state_->patience, lines);
+    settled = mend_volumes(catalogue, locked, places.size(), lines);
     mend_periods(catalogue, settled, lines);
   }
   span const always{std::numeric_limits<std::int64_t>::min(),

@@ -113,10 +113,10 @@ void volume_repair::bring_back(stray_unit const& stray, volume_repair& host) {
 
 bool volume_repair::is_settled() const { return left_alone_.empty(); }
 
-void volume_repair::mend() {
+void volume_repair::mend(elsewhere others) {
   auto const whole = survey(catalogue_, place_);
   for (auto const& unit : whole.units) {
-    if (!is_left_alone(unit)) mend_place(unit, whole.files_of(unit.name));
+    if (!is_left_alone(unit)) mend_place(unit, whole.files_of(unit.name), others);
   }
   auto const placed = survey(catalogue_, place_);
   for (auto const& unit : placed.units) {
@@ -125,7 +125,7 @@ void volume_repair::mend() {
     if (files.front().folder_name == unit.folder_name) mend_size(unit, files.front());
   }
   auto const sized = survey(catalogue_, place_);
-  for (auto const& each : sized.strangers) mend_stranger(each);
+  for (auto const& each : sized.strangers) mend_stranger(each, others);
   for (auto const& unit : sized.units) {
     if (unit.state == "bad" && !is_left_alone(unit)) {
       preallocate_anew(unit, sized.files_of(unit.name));
@@ -133,10 +133,16 @@ void volume_repair::mend() {
   }
 }
 
-void volume_repair::mend_place(unit_row const& unit, std::vector<unit_file> const& files) {
+void volume_repair::mend_place(unit_row const& unit, std::vector<unit_file> const& files,
+                               elsewhere others) {
   bool const is_bad = unit.state == "bad";
   if (files.empty()) {
     if (is_bad) return;
+    if (unit.state == "recorded" && others == elsewhere::some_unseen) {
+      left_alone_.insert(unit.name);
+      left("unit " + unit.name + " was found nowhere: it may be on a volume that is not mounted");
+      return;
+    }
     set_state(unit, "bad");
     mended("unit " + unit.name + " was found nowhere and is bad now");
     return;
@@ -213,7 +219,7 @@ void volume_repair::mend_size(unit_row const& unit, unit_file const& file) {
   }
 }
 
-void volume_repair::mend_stranger(stranger const& what) {
+void volume_repair::mend_stranger(stranger const& what, elsewhere others) {
   folder const in(place_.path / what.folder_path);
   if (what.what == stranger::kind::empty_folder) {
     if (!steps::remove_empty_folder(in, what.name)) return;
@@ -225,6 +231,10 @@ void volume_repair::mend_stranger(stranger const& what) {
   if (!status || left_alone_.count(what.name) > 0) return;
   if (S_ISDIR(status->st_mode)) {
     left("unknown file " + what.shown + " is a folder: what is in it may be somebody's");
+    return;
+  }
+  if (others == elsewhere::some_unseen) {
+    left("unknown file " + what.shown + ": it may be of a volume that is not mounted");
     return;
   }
   auto const where = set_aside(what.folder_path, what.name);

@@ -21,6 +21,11 @@
 
 namespace lab {
 
+// Whether the repair sees every volume of the recorder. What lies on one that it
+// does not see may be what is missing here, and what nobody knows here may be
+// of such a one.
+enum class elsewhere { all_seen, some_unseen };
+
 // Whoever repairs holds the volume's lock throughout.
 class volume_repair {
  public:
@@ -36,7 +41,7 @@ class volume_repair {
   void bring_back(stray_unit const& stray, volume_repair& host);
 
   // Steps 3 to 6.
-  void mend();
+  void mend(elsewhere others);
 
   // False when the place of some unit could not be settled.
   bool is_settled() const;
@@ -47,11 +52,11 @@ class volume_repair {
   void mended(std::string const& text);
   void left(std::string const& text);
 
-  void mend_place(unit_row const& unit, std::vector<unit_file> const& files);
+  void mend_place(unit_row const& unit, std::vector<unit_file> const& files, elsewhere others);
   void keep_one(unit_row const& unit, std::vector<unit_file> const& files, unit_file const& kept);
   void move_file(std::string const& name, std::string const& from, std::string const& to);
   void mend_size(unit_row const& unit, unit_file const& file);
-  void mend_stranger(stranger const& what);
+  void mend_stranger(stranger const& what, elsewhere others);
   void preallocate_anew(unit_row const& unit, std::vector<unit_file> const& files);
   void set_state(unit_row const& unit, char const* state);
 

@@ -58,6 +58,24 @@ TEST_P(unmounted, does_not_keep_the_others_from_being_recycled) {
   }
 }
 
+// What is missing on the one volume lies on the other, which repair cannot see.
+TEST_P(unmounted, keeps_recordings_elsewhere_from_being_given_up) {
+  std::string const other = (folder / "elsewhere").string();
+  EXPECT_EQ(run_here({STLAB_PROGRAM, "make", other, "--spaces", "1", "--volumes", "2",
+                      "--volume-mb", "16", "--channels", "2"})
+                .status,
+            0);
+  run_here({STLAB_PROGRAM, "damage", other, "wrong-volume", "--volume", "vol1"});
+  run_here(
+      {STLAB_PROGRAM, "damage", other, "unmounted", "--volume", "vol2", "--mount", GetParam()});
+  outcome const repaired = run_here({STLAB_PROGRAM, "check", other, "--repair"});
+  EXPECT_EQ(repaired.status, 1);
+  EXPECT_NE(repaired.output.find("it may be on a volume that is not mounted"), std::string::npos)
+      << repaired.output;
+  EXPECT_EQ(repaired.output.find("dropped"), std::string::npos) << repaired.output;
+  EXPECT_EQ(repaired.output.find("is bad now"), std::string::npos) << repaired.output;
+}
+
 INSTANTIATE_TEST_SUITE_P(ways, unmounted, testing::Values("missing", "foreign", "absent"),
                          [](auto const& which) { return std::string(which.param); });
 
