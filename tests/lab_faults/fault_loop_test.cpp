@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 
 #include "lab/file_steps.h"
@@ -42,9 +43,7 @@ kivsid id_of(lab::volume const& volume) {
 kivsid id_of(lab::space const& space) {
   kivsid id;
   // The first four of its characters are the number's bytes.
-  for (std::size_t byte = 4; byte > 0; --byte) {
-    id.number = id.number * 256 + static_cast<unsigned char>(space.sid[byte - 1]);
-  }
+  std::memcpy(&id.number, space.sid.data(), sizeof id.number);
   space.sid.copy(id.text, sizeof id.text, 4);
   return id;
 }
