@@ -86,11 +86,11 @@ class hour_folder_volume : public hour_folder {
  protected:
   hour_folder_volume() {
     make();
-    EXPECT_EQ(0, storage_->create_storage_setting(&setting));
+    EXPECT_EQ(0, entry->create_storage_setting(&setting));
   }
-  ~hour_folder_volume() override { storage_.reset(); }
+  ~hour_folder_volume() override { entry.reset(); }
 
-  std::unique_ptr<CKivStorage> storage_ = std::make_unique<CKivStorage>();
+  std::unique_ptr<CKivStorage> entry = std::make_unique<CKivStorage>();
   IStorageSetting* setting = nullptr;
 };
 
