@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -42,6 +43,17 @@ bool try_lock(descriptor const& identity, volume_lock::kind which) {
   fail_with_errno(identity_file, "cannot lock");
 }
 
+// Whether who takes the lock now, by the identity's path, takes it of the same
+// file, and that is still the volume's identity. It can have been replaced
+// between its opening and its locking.
+bool is_in_place(descriptor const& identity, volume_place const& place) {
+  struct stat held {};
+  struct stat found {};
+  return fstat(identity.number(), &held) == 0 &&
+         lstat((place.path / identity_file).c_str(), &found) == 0 && held.st_dev == found.st_dev &&
+         held.st_ino == found.st_ino && mount_by(identity, place) == mount::present;
+}
+
 void rest() {
   timespec const length{0, std::chrono::nanoseconds(pause).count()};
   nanosleep(&length, nullptr);
@@ -59,13 +71,15 @@ mount mount_of(volume_place const& place) { return mount_by(open_identity(place)
 
 volume_lock::volume_lock(volume_place const& place, kind which, std::chrono::milliseconds patience)
     : identity_(open_identity(place)) {
-  if (mount_by(identity_, place) != mount::present) fail_as_not_mounted(place);
   // Rests are counted instead of asking a clock, which may be held.
-  for (auto left = patience; !try_lock(identity_, which); left -= pause) {
+  for (auto left = patience;; left -= pause) {
+    if (mount_by(identity_, place) != mount::present) fail_as_not_mounted(place);
+    if (try_lock(identity_, which) && is_in_place(identity_, place)) return;
     if (left <= std::chrono::milliseconds::zero()) {
       throw busy_error("volume " + place.folder_name + " is being written by somebody else");
     }
     rest();
+    identity_ = open_identity(place);
   }
 }
 
@@ -73,6 +87,7 @@ std::optional<volume_lock> volume_lock::try_take(volume_place const& place) {
   descriptor identity = open_identity(place);
   if (mount_by(identity, place) != mount::present) return std::nullopt;
   if (!try_lock(identity, kind::exclusive)) return std::nullopt;
+  if (!is_in_place(identity, place)) return std::nullopt;
   return volume_lock(std::move(identity));
 }
 

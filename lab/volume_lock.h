@@ -38,7 +38,8 @@ class volume_lock {
   enum class kind { shared, exclusive };
 
   // Waits at most `patience`, then throws busy_error. Throws lab::error when
-  // the volume is not mounted.
+  // the volume is not mounted. The lock is of the identity that is there when it
+  // is got, and keeps others away for as long as that one is there.
   volume_lock(volume_place const& place, kind which, std::chrono::milliseconds patience);
 
   // None when the volume is not mounted or somebody holds its lock.

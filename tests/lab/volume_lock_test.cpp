@@ -1,0 +1,99 @@
+#include "lab/volume_lock.h"
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <array>
+#include <future>
+
+#include "world.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using lab::volume_lock;
+using std::chrono::milliseconds;
+
+// Tells that a file was opened.
+class opening {
+ public:
+  explicit opening(fs::path const& of) : events_(inotify_init1(IN_CLOEXEC)) {
+    if (inotify_add_watch(events_.number(), of.c_str(), IN_OPEN) < 0) {
+      throw std::runtime_error("cannot watch " + of.string());
+    }
+  }
+
+  void wait() const {
+    std::array<char, 4096> event{};
+    if (read(events_.number(), event.data(), event.size()) <= 0) {
+      throw std::runtime_error("cannot wait");
+    }
+  }
+
+ private:
+  lab::descriptor events_;
+};
+
+class locking : public world::recorder_test {
+ protected:
+  locking() {
+    make();
+    auto const volume = open(lab::access::read_only).volumes().front();
+    place_ = {volume.id, "vol1", volume.sid_text, volume.path};
+  }
+
+  lab::volume_place const& place() const { return place_; }
+  fs::path identity() const { return place_.path / lab::identity_file; }
+
+  // Another file takes the place of the identity.
+  void replace_identity(std::string const& text) const {
+    world::write_file(root() / "new", text);
+    fs::rename(root() / "new", identity());
+  }
+
+  volume_lock lock() const { return {place_, volume_lock::kind::exclusive, milliseconds(0)}; }
+
+  // One who waits for the lock, and has opened the identity already.
+  std::future<std::string> newcomer(std::optional<volume_lock>& got) const {
+    opening const opened(identity());
+    auto waiting = std::async(std::launch::async, [this, &got] {
+      return world::failure_of(
+          [&] { got.emplace(place_, volume_lock::kind::exclusive, milliseconds(60000)); });
+    });
+    opened.wait();
+    return waiting;
+  }
+
+ private:
+  lab::volume_place place_;
+};
+
+TEST_F(locking, keeps_everybody_else_away) {
+  {
+    auto const held = lock();
+    EXPECT_FALSE(volume_lock::try_take(place()));
+    EXPECT_THROW(lock(), lab::busy_error);
+  }
+  EXPECT_TRUE(volume_lock::try_take(place()));
+}
+
+TEST_F(locking, is_of_the_identity_that_is_there_when_it_is_got) {
+  std::optional<volume_lock> held(lock());
+  std::optional<volume_lock> got;
+  auto waiting = newcomer(got);
+  replace_identity(lab::identity_text(place().sid_text));
+  held.reset();
+  EXPECT_EQ("", waiting.get());
+  EXPECT_FALSE(volume_lock::try_take(place())) << "two have the lock";
+}
+
+TEST_F(locking, is_not_got_when_the_volume_is_not_mounted_any_more) {
+  std::optional<volume_lock> held(lock());
+  std::optional<volume_lock> got;
+  auto waiting = newcomer(got);
+  replace_identity(lab::identity_text("another"));
+  held.reset();
+  EXPECT_EQ("volume vol1 is not mounted: " + place().path.string(), waiting.get());
+}
+
+}  // namespace
