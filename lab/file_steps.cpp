@@ -121,6 +121,16 @@ void make_file(folder const& in, std::string const& name, std::string const& con
   write_at_start(create(in, name), in, name, content);
 }
 
+void make_file_like(folder const& in, std::string const& other, std::string const& name) {
+  auto const model = in.status(other);
+  if (!model) throw error((in.path() / other).string() + ": there is no such file");
+  descriptor const made = create(in, name);
+  bool const given = fchown(made.number(), model->st_uid, model->st_gid) == 0 || errno == EPERM;
+  if (!given || fchmod(made.number(), model->st_mode & 0777U) != 0) {
+    fail_with_errno(in.path() / name, "cannot give it its owner and permissions");
+  }
+}
+
 void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes) {
   allocate(create(in, name), in, name, bytes);
 }

@@ -30,6 +30,10 @@ bool remove_empty_folder(folder const& in, std::string const& name);
 // Makes a file that is not there yet, with the given content.
 void make_file(folder const& in, std::string const& name, std::string const& content);
 
+// Makes an empty file that is not there yet, with the permissions of `other` in
+// the same folder and, as far as it may be given away, its owner.
+void make_file_like(folder const& in, std::string const& other, std::string const& name);
+
 // Makes a file that is not there yet, all its blocks allocated.
 void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes);
 

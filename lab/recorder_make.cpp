@@ -11,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "lab/catalogue_journal.h"
 #include "lab/catalogue_schema.h"
 #include "lab/file_steps.h"
 #include "lab/layout.h"
@@ -272,13 +273,6 @@ void insert_units(database& catalogue, make_plan const& plan, int volume) {
   }
 }
 
-// A change journals each page at most once, and few changes touch many.
-std::int64_t journal_bytes(fs::path const& catalogue) {
-  std::error_code ignored;
-  auto const size = static_cast<std::int64_t>(fs::file_size(catalogue, ignored));
-  return std::min(size, 8 * megabyte);
-}
-
 void write_catalogue(fs::path const& file, make_plan const& plan, make_options const& options) {
   database catalogue(file, database::mode::create, default_patience);
   transaction all(catalogue, transaction_kind::writing);
@@ -316,8 +310,9 @@ void recorder::make(fs::path const& folder_to_make, make_options const& options,
   write_catalogue(where / new_catalogue_file, plan, options);
   // Units can be given back on a full disk: nothing of the catalogue's needs
   // space then.
-  steps::preallocate_file(recorder_folder, catalogue_journal_file,
-                          journal_bytes(where / new_catalogue_file));
+  std::error_code ignored;
+  auto const bytes = static_cast<std::int64_t>(fs::file_size(where / new_catalogue_file, ignored));
+  steps::preallocate_file(recorder_folder, catalogue_journal_file, journal_bytes(bytes));
   steps::sync_file_system(recorder_folder);
   steps::rename_file(recorder_folder, new_catalogue_file, catalogue_file);
   steps::sync_folder(recorder_folder);

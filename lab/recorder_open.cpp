@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "lab/catalogue_journal.h"
 #include "lab/folder.h"
 #include "lab/recorder_state.h"
 #include "lab/unit_moves.h"
@@ -119,6 +120,7 @@ database open_catalogue(fs::path const& recorder_folder, access mode,
   if (mode == access::read_write && catalogue.read_only()) {
     throw error((recorder_folder / catalogue_file).string() + ": catalogue cannot be written");
   }
+  if (mode == access::read_write) put_back_journal(catalogue);
   return catalogue;
 }
 

@@ -25,7 +25,8 @@ struct recorder::state {
 };
 
 // Opens the catalogue of the recorder in `recorder_folder` and makes sure that
-// it is one that this program knows.
+// it is one that this program knows. With read_write, its journal is whole then
+// if that can be.
 database open_catalogue(std::filesystem::path const& recorder_folder, access mode,
                         std::chrono::milliseconds patience = default_patience);
 

@@ -3,6 +3,7 @@
 #include <limits>
 #include <utility>
 
+#include "lab/catalogue_journal.h"
 #include "lab/layout.h"
 #include "lab/recorder_state.h"
 #include "lab/unit_moves.h"
@@ -249,6 +250,7 @@ void recorder::record(std::int64_t volume_id, stream const& of, std::int64_t hou
   std::int64_t const free_units = account(volume_id).preallocated;
   if (free_units < units) fail_as_full(place, units, free_units);
   catalogue.reserve(catalogue_reserve);
+  put_back_journal(catalogue);
   try {
     move_into_hour(catalogue, place, of, hour_ms, units);
     finish_recording(catalogue, place, of, hour_ms);

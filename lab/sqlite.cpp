@@ -10,6 +10,9 @@ namespace {
 
 constexpr int growth_bytes = 64 * 1024;
 
+constexpr char const* size_query =
+    "SELECT page_count * page_size FROM pragma_page_count, pragma_page_size";
+
 // The file that a failure is about, or `otherwise`.
 std::string file_of(sqlite3* connection, std::string const& otherwise) {
   if (connection == nullptr) return otherwise;
@@ -69,6 +72,13 @@ void database::wait_at_most(std::chrono::milliseconds patience) {
   sqlite3_busy_timeout(connection(), static_cast<int>(patience.count()));
 }
 
+std::filesystem::path database::file() const { return sqlite3_db_filename(connection(), "main"); }
+
+std::int64_t database::used_bytes() const {
+  statement pages(*this, size_query);
+  return pages.next() ? pages.integer(0) : 0;
+}
+
 bool database::read_only() const { return sqlite3_db_readonly(connection(), "main") != 0; }
 
 void database::execute(std::string const& statements) {
@@ -78,7 +88,7 @@ void database::execute(std::string const& statements) {
 }
 
 void database::reserve(std::int64_t bytes) {
-  statement pages(*this, "SELECT page_count * page_size FROM pragma_page_count, pragma_page_size");
+  statement pages(*this, size_query);
   if (!pages.next()) return;
   sqlite3_int64 wanted = pages.integer(0) + bytes;
   // Only files that grow in chunks have the blocks of the next ones allocated.

@@ -40,6 +40,12 @@ class database {
   // How long to wait for another connection.
   void wait_at_most(std::chrono::milliseconds patience);
 
+  // The absolute path of the file.
+  std::filesystem::path file() const;
+
+  // The size of what the file holds, without what is reserved behind it.
+  std::int64_t used_bytes() const;
+
   // True when the file can only be read, whatever was asked for.
   bool read_only() const;
 

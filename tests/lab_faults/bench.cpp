@@ -68,13 +68,16 @@ std::string content_of(fs::path const& path) {
 
 bool is_unit(fs::path const& file) { return file.filename().string().compare(0, 4, "unit") == 0; }
 
+bool is_journal(fs::path const& file) { return file.extension() == ".db-journal"; }
+
 void clone_file(fs::path const& from, fs::path const& to) {
   auto const status = status_of(from);
   lab::descriptor const copy(open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
   must(copy.number() >= 0, to);
   if (status.st_size > 0) {
-    int const result = is_unit(from) ? posix_fallocate(copy.number(), 0, status.st_size)
-                                     : ftruncate(copy.number(), status.st_size);
+    bool const has_blocks = is_unit(from) || is_journal(from);
+    int const result = has_blocks ? posix_fallocate(copy.number(), 0, status.st_size)
+                                  : ftruncate(copy.number(), status.st_size);
     must(result == 0, to);
   }
   for (auto const& [start, bytes] : data_of(from)) {
@@ -93,7 +96,7 @@ std::vector<fs::path> all_below(fs::path const& folder) {
 
 bool is_cold_journal(fs::path const& file, std::string const& content) {
   bool const has_start = content.size() > 2 && content.compare(0, 2, "0:") == 0;
-  return file.extension() == ".db-journal" && !(has_start && content[2] != '\0');
+  return is_journal(file) && !(has_start && content[2] != '\0');
 }
 
 lab::database read_catalogue(fs::path const& recorder) {
@@ -284,7 +287,7 @@ std::string digest_of(fs::path const& folder) {
       auto const number = files.emplace(status.st_ino, files.size()).first->second;
       auto const content = content_of(path);
       bool const cold = is_cold_journal(path, content);
-      digest << ' ' << number << ' ' << (cold ? 0 : status.st_size) << ' '
+      digest << ' ' << number << ' ' << status.st_size << ' '
              << (cold ? 0 : std::hash<std::string>()(content));
     }
     digest << '\n';

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <stdexcept>
 
 #include "lab/file_steps.h"
 #include "lab/layout.h"
@@ -95,8 +96,8 @@ void make_expired(path const& recorder) {
 
 void expire(path const& recorder) { writer(recorder).expire(bench::now - 10 * bench::hour); }
 
-void change_volumes(path const& recorder) {
-  writer(recorder).change_volumes({{1, "first", 2, 3}, {2, "second", 2, 4}});
+void change_volumes(lab::recorder& in) {
+  in.change_volumes({{1, "first", 2, 3}, {2, "second", 2, 4}});
 }
 
 void expect_sound(tally const& result) {
@@ -128,7 +129,51 @@ TEST(faults, in_recycling_through_the_unit) {
 
 TEST(faults, in_retention) { expect_sound({"expire", make_expired, expire}); }
 
-TEST(faults, in_setting_volumes) { expect_sound({"volset", bench::make_leaking, change_volumes}); }
+TEST(faults, in_setting_volumes) {
+  expect_sound({"volset", bench::make_leaking, [](path const& recorder) {
+                  auto changing = writer(recorder);
+                  change_volumes(changing);
+                }});
+}
+
+void remove_journal(path const& recorder) { bench::fs::remove(recorder / "catalogue.db-journal"); }
+
+void make_without_journal(path const& recorder) {
+  bench::make_leaking(recorder);
+  remove_journal(recorder);
+}
+
+// Whatever keeps the journal from being put back.
+void open_in_any_case(path const& recorder) {
+  try {
+    writer(recorder);
+  } catch (lab::error const& refused) {
+    throw std::logic_error(refused.what());
+  }
+}
+
+TEST(faults, in_putting_back_the_journal_keep_nobody_out) {
+  expect_sound({"open without the journal", make_without_journal, open_in_any_case});
+}
+
+TEST(faults, in_recycling_without_the_journal) {
+  expect_sound({"recycle without the journal", make_without_journal, recycle_through_unit});
+}
+
+// What is cut short lies in a journal that is short then.
+void change_volumes_without_the_journal(path const& recorder) {
+  {
+    auto changing = writer(recorder);
+    remove_journal(recorder);
+    change_volumes(changing);
+  }
+  writer(recorder);
+}
+
+TEST(faults, in_setting_volumes_without_the_journal) {
+  expect_sound(
+      {"volset without the journal", bench::make_leaking, change_volumes_without_the_journal});
+}
 
 // Lost units of the first volume and their hour folders.
 std::vector<std::pair<std::string, std::string>> lost_units(lab::database const& catalogue) {

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <functional>
 #include <iostream>
+#include <optional>
+#include <set>
 
 #include "lab/fault_points.h"
 #include "lab/file_steps.h"
@@ -300,6 +302,116 @@ TEST(power_loss_model, catches_a_recording_that_syncs_no_folder) {
 TEST(power_loss_model, catches_a_recording_that_does_not_sync_its_units) {
   auto const& recorded = recording_units();
   EXPECT_FALSE(recorded.problems(without(recorded.steps(), syncs_a_unit)).empty());
+}
+
+// How long a journal is that a power loss can leave; none when there is none.
+using journal_length = std::optional<std::uintmax_t>;
+using journal_lengths = std::set<journal_length>;
+
+// What is done to the journal while it is put back, and what a power loss can
+// leave of it. Its name is certain once its folder has been synced, its length
+// once it has been synced itself.
+class journal_put_back {
+ public:
+  explicit journal_put_back(journal_length before) : before_(before) {
+    bench::make_leaking(start());
+    whole_ = fs::file_size(journal());
+    lay_out(before);
+    bench::copy_tree(start(), kept(), bench::units::copied);
+    points::watch const watching([this](points::point const& at) {
+      steps_.push_back(at.what);
+      return 0;
+    });
+    lab::recorder::open(start(), lab::access::read_write);
+  }
+
+  std::vector<points::call> const& steps() const { return steps_; }
+  std::uintmax_t whole() const { return whole_; }
+
+  // After the last of the steps, and after any of them.
+  journal_lengths lengths_at_the_end(std::vector<points::call> const& steps) const {
+    return lengths_after(steps);
+  }
+  journal_lengths all_lengths() const {
+    journal_lengths all;
+    for (auto end = steps_.begin();; ++end) {
+      auto const some = lengths_after({steps_.begin(), end});
+      all.insert(some.begin(), some.end());
+      if (end == steps_.end()) return all;
+    }
+  }
+
+  // What is wrong with a recorder whose journal was left so long.
+  strings problems(journal_length left) {
+    fs::remove_all(start());
+    bench::copy_tree(kept(), start(), bench::units::copied);
+    lay_out(left);
+    bench::origin const origin(start());
+    auto const before = bench::summary_of(start());
+    auto problems = bench::problems_when_stopped(start(), origin);
+    lab::recorder::open(start(), lab::access::read_write);
+    auto const mended = bench::problems_when_finished(start(), origin);
+    problems.insert(problems.end(), mended.begin(), mended.end());
+    if (bench::summary_of(start()) != before) problems.emplace_back("the catalogue has changed");
+    if (fs::file_size(journal()) != whole_) problems.emplace_back("the journal is not whole");
+    return problems;
+  }
+
+ private:
+  path start() const { return temporary_.path() / "start"; }
+  path kept() const { return temporary_.path() / "kept"; }
+  path journal() const { return start() / "catalogue.db-journal"; }
+
+  void lay_out(journal_length const& wanted) const {
+    if (!wanted) {
+      fs::remove(journal());
+      return;
+    }
+    std::ofstream(journal(), std::ios::app).close();
+    fs::resize_file(journal(), *wanted);
+  }
+
+  journal_lengths lengths_after(std::vector<points::call> const& steps) const {
+    bool nameless = !before_;
+    journal_lengths lengths{before_.value_or(0)};
+    for (auto const each : steps) {
+      if (each == points::call::allocate) lengths.insert({whole_ / 8192 * 4096, whole_});
+      if (each == points::call::sync_file) lengths = {whole_};
+      if (each == points::call::sync_folder) nameless = false;
+    }
+    if (nameless) lengths.insert(journal_length());
+    return lengths;
+  }
+
+  bench::temporary_folder temporary_;
+  journal_length before_;
+  std::uintmax_t whole_ = 0;
+  std::vector<points::call> steps_;
+};
+
+TEST(power_loss, in_putting_back_the_journal) {
+  for (auto const& before : journal_lengths{std::nullopt, 0, 4096}) {
+    journal_put_back putting(before);
+    auto const lengths = putting.all_lengths();
+    strings problems;
+    for (auto const& left : lengths) {
+      for (auto const& problem : putting.problems(left)) problems.push_back(problem);
+    }
+    std::cout << "journal: " << putting.steps().size() << " steps, " << lengths.size()
+              << " states, " << problems.size() << " problems\n";
+    EXPECT_EQ(strings(), problems);
+    EXPECT_EQ(journal_lengths{putting.whole()}, putting.lengths_at_the_end(putting.steps()));
+  }
+}
+
+// Put back without any of these, it may not be there when it is needed.
+TEST(power_loss_model, catches_a_journal_that_is_not_synced) {
+  journal_put_back const putting(std::nullopt);
+  for (auto const each : {points::call::sync_file, points::call::sync_folder}) {
+    auto steps = putting.steps();
+    steps.erase(std::remove(steps.begin(), steps.end(), each), steps.end());
+    EXPECT_LT(1U, putting.lengths_at_the_end(steps).size());
+  }
 }
 
 }  // namespace
