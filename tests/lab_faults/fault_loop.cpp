@@ -107,9 +107,10 @@ char const* name_of(ending how) {
 }
 
 std::string text_of_one(fault const& each) {
-  std::string const kind = each.what == fault::kind::kill ? "kill"
-                           : each.error_number == EIO     ? "EIO"
-                                                          : "ENOSPC";
+  std::string const kind = each.what == fault::kind::kill       ? "kill"
+                           : each.what == fault::kind::no_space ? "full"
+                           : each.error_number == EIO           ? "EIO"
+                                                                : "ENOSPC";
   return kind + "@" + std::to_string(each.at) +
          (each.lasting == fault::span::from_there_on ? "+" : "");
 }
@@ -140,6 +141,9 @@ class loop {
       for (auto const& each : kinds_at(n)) hit = one_fault({each}, n) || hit;
     }
     for (auto const& [digest, injected] : left_) {
+      if (what_.with == scenario::journal::kept) {
+        recover_on_a_full_disk(kept_.at(digest), injected);
+      }
       if (is_in_turn()) recover_with_faults(kept_.at(digest), injected);
       fs::remove_all(kept_.at(digest));
     }
@@ -226,6 +230,17 @@ class loop {
       if (now[line] != before_[line] && now[line] != after_[line]) return false;
     }
     return true;
+  }
+
+  void recover_on_a_full_disk(path const& state, faults const& first) {
+    fresh_copy(state);
+    faults both = first;
+    both.push_back({fault::kind::no_space, ENOSPC, 1, fault::span::from_there_on});
+    auto const ran = run(open_to_write, scratch(), {both.back()});
+    ++result_.full_runs;
+    if (ran.how != ending::done) complain(both, ran.text);
+    note(both, "mended", bench::problems_when_finished(scratch(), *origin_));
+    if (!is_allowed(bench::summary_of(scratch()))) complain(both, "is done in part");
   }
 
   void recover_with_faults(path const& state, faults const& first) {
@@ -318,10 +333,11 @@ void report(std::string const& name, tally const& of) {
   testing::Test::RecordProperty("points", of.points);
   testing::Test::RecordProperty("runs", of.runs);
   testing::Test::RecordProperty("compound_runs", of.compound_runs);
+  testing::Test::RecordProperty("full_runs", of.full_runs);
   testing::Test::RecordProperty("states", of.states);
   std::cout << name << ": " << of.points << " points, " << of.runs << " runs, " << of.compound_runs
-            << " compound runs, " << of.states << " states left behind, " << of.broken.size()
-            << " broken\n";
+            << " compound runs, " << of.full_runs << " recoveries on a full disk, " << of.states
+            << " states left behind, " << of.broken.size() << " broken\n";
 }
 
 }  // namespace fault_loop

@@ -39,12 +39,16 @@ struct scenario {
   operation run;
   // Volumes are changed one after the other, so that some can be done already.
   enum class scope { whole, volume_by_volume } changes = scope::whole;
+  // What is left behind must be mended on a full disk too, unless the journal is
+  // not kept.
+  enum class journal { kept, lost } with = journal::kept;
 };
 
 struct tally {
   int points = 0;         // that the operation meets when nothing fails
   int runs = 0;           // with one fault
   int compound_runs = 0;  // with a second one, in the recovery or in the clean-up of the same run
+  int full_runs = 0;      // recoveries on a full disk
   int states = 0;         // different ones that were left behind
   std::vector<std::string> broken;
 };

@@ -153,11 +153,13 @@ void open_in_any_case(path const& recorder) {
 }
 
 TEST(faults, in_putting_back_the_journal_keep_nobody_out) {
-  expect_sound({"open without the journal", make_without_journal, open_in_any_case});
+  expect_sound({"open without the journal", make_without_journal, open_in_any_case,
+                scenario::scope::whole, scenario::journal::lost});
 }
 
 TEST(faults, in_recycling_without_the_journal) {
-  expect_sound({"recycle without the journal", make_without_journal, recycle_through_unit});
+  expect_sound({"recycle without the journal", make_without_journal, recycle_through_unit,
+                scenario::scope::whole, scenario::journal::lost});
 }
 
 // What is cut short lies in a journal that is short then.
@@ -171,8 +173,9 @@ void change_volumes_without_the_journal(path const& recorder) {
 }
 
 TEST(faults, in_setting_volumes_without_the_journal) {
-  expect_sound(
-      {"volset without the journal", bench::make_leaking, change_volumes_without_the_journal});
+  expect_sound({"volset without the journal", bench::make_leaking,
+                change_volumes_without_the_journal, scenario::scope::whole,
+                scenario::journal::lost});
 }
 
 // Lost units of the first volume and their hour folders.

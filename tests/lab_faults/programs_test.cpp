@@ -96,6 +96,29 @@ class programs : public testing::Test {
     }
   }
 
+  // Kills st autoclean at its first point, at its second one and so on, and has
+  // what that leaves finished.
+  template <typename Finish>
+  void kill_at_every_point(Finish const& finish) {
+    make_full();
+    fs::path const full = folder() / "full";
+    fs::rename(recorder(), full);
+    int points = 0;
+    for (int status = 128 + SIGKILL; status != 0; ++points) {
+      fs::remove_all(recorder());
+      bench::copy_tree(full, recorder(), bench::units::shared);
+      status = run({ST_FAULTS_PROGRAM, "autoclean"}, "kill@" + std::to_string(points + 1)).status;
+      if (status != 0) {
+        EXPECT_EQ(128 + SIGKILL, status);
+      }
+      finish();
+      expect_recycled();
+      if (HasFailure()) break;
+    }
+    RecordProperty("points", points - 1);
+    std::cout << "st autoclean: killed at " << points - 1 << " points\n";
+  }
+
   void expect_recycled() const {
     auto const reader = lab::recorder::open(recorder(), lab::access::read_only);
     for (auto const& volume : reader.volumes()) {
@@ -133,14 +156,6 @@ TEST_F(programs, recycle_on_volumes_without_a_free_unit_on_a_full_disk) {
   expect_recycled();
 }
 
-TEST_F(programs, recover_on_a_full_disk) {
-  make_full();
-  EXPECT_EQ(128 + SIGKILL, run({ST_FAULTS_PROGRAM, "autoclean"}, "kill@20").status);
-  EXPECT_EQ(0, run({ST_FAULTS_PROGRAM, "volclean", "-1"}, "full@1+").status);
-  EXPECT_EQ(0, run({ST_FAULTS_PROGRAM, "autoclean"}, "full@1+").status);
-  expect_recycled();
-}
-
 TEST_F(programs, only_report_when_every_step_finds_the_disk_full) {
   make_full();
   auto const cleaned = run({ST_FAULTS_PROGRAM, "autoclean"}, "ENOSPC@1+");
@@ -153,23 +168,14 @@ TEST_F(programs, only_report_when_every_step_finds_the_disk_full) {
 }
 
 TEST_F(programs, finish_later_what_a_kill_at_any_point_cut_short) {
-  make_full();
-  fs::path const full = folder() / "full";
-  fs::rename(recorder(), full);
-  int points = 0;
-  for (int status = 128 + SIGKILL; status != 0; ++points) {
-    fs::remove_all(recorder());
-    bench::copy_tree(full, recorder(), bench::units::shared);
-    status = run({ST_FAULTS_PROGRAM, "autoclean"}, "kill@" + std::to_string(points + 1)).status;
-    if (status != 0) {
-      EXPECT_EQ(128 + SIGKILL, status);
-    }
-    EXPECT_EQ(0, run({ST_PROGRAM, "volclean", "-1"}).status);
-    expect_recycled();
-    if (HasFailure()) break;
-  }
-  RecordProperty("points", points - 1);
-  std::cout << "st autoclean: killed at " << points - 1 << " points\n";
+  kill_at_every_point([this] { EXPECT_EQ(0, run({ST_PROGRAM, "volclean", "-1"}).status); });
+}
+
+TEST_F(programs, finish_on_a_full_disk_what_a_kill_at_any_point_cut_short) {
+  kill_at_every_point([this] {
+    EXPECT_EQ(0, run({ST_FAULTS_PROGRAM, "volclean", "-1"}, "full@1+").status);
+    EXPECT_EQ(0, run({ST_FAULTS_PROGRAM, "autoclean"}, "full@1+").status);
+  });
 }
 
 // What is done on a file system of its own that is filled to its last block.
