@@ -1,6 +1,5 @@
 #include "lab/catalogue_check.h"
 
-#include "lab/catalogue_journal.h"
 #include "lab/layout.h"
 
 namespace lab {
@@ -80,7 +79,6 @@ void check_periods(database const& catalogue, std::vector<std::string>& lines) {
   check_periods_of_other_storages(catalogue, lines);
   check_units_of_other_periods(catalogue, lines);
   check_periods_without_id(catalogue, lines);
-  if (auto const problem = journal_problem(catalogue)) lines.push_back(*problem);
 }
 
 }  // namespace lab

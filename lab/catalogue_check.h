@@ -12,7 +12,7 @@ namespace lab {
 void check_integrity(database const& catalogue, std::vector<std::string>& lines);
 
 // Adds a line for every period that contradicts its units or lacks its storage
-// id, and for a journal in which not every change finds room.
+// id.
 void check_periods(database const& catalogue, std::vector<std::string>& lines);
 
 // "period 12 ch01_NR_S00_2026112107", from the columns id, channel number,

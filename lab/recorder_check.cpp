@@ -1,5 +1,6 @@
 // Comparing what the catalogue says with what lies in the folders.
 #include "lab/catalogue_check.h"
+#include "lab/catalogue_journal.h"
 #include "lab/recorder_state.h"
 #include "lab/volume_check.h"
 
@@ -41,6 +42,7 @@ std::vector<std::string> recorder::check() const {
   try {
     check_integrity(state_->catalogue, lines);
     check_against_folders(lines);
+    if (auto const problem = journal_problem(state_->catalogue)) lines.push_back(*problem);
   } catch (database_error const& failure) {
     lines.push_back(std::string("corrupt: catalogue: ") + failure.what());
   }

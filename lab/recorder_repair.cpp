@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "lab/catalogue_check.h"
+#include "lab/catalogue_journal.h"
 #include "lab/recorder_state.h"
 #include "lab/volume_repair.h"
 
@@ -193,8 +194,12 @@ bool is_sound(database const& catalogue) {
 // this, too, is told.
 std::vector<std::string> recorder::repair(std::filesystem::path const& folder) {
   auto opened = open(folder, access::read_only);
+  bool const lacked_journal = journal_problem(opened.state_->catalogue).has_value();
   opened.state_->catalogue = open_catalogue(opened.folder(), access::read_write);
   report lines;
+  if (lacked_journal && !journal_problem(opened.state_->catalogue)) {
+    lines.emplace_back("mended: catalogue: its journal was put back");
+  }
   if (is_sound(opened.state_->catalogue)) opened.repair_all(lines);
   explain(opened.check(), lines);
   return lines;

@@ -95,7 +95,7 @@ TEST_F(catalogue_journal, without_blocks_is_found_and_gets_them) {
 
 TEST_F(catalogue_journal, is_put_back_by_a_repair) {
   fs::remove(journal());
-  lab::recorder::repair(root());
+  EXPECT_EQ(strings{"mended: catalogue: its journal was put back"}, lab::recorder::repair(root()));
   expect_put_back();
 }
 
