@@ -1,11 +1,15 @@
 #include "lab/client/source.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdlib>
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <vector>
+
+#include "storage/logging.h"
 
 namespace lab::client {
 
@@ -26,6 +30,12 @@ std::optional<std::chrono::milliseconds> asked_patience() {
   return std::chrono::milliseconds(number);
 }
 
+bool has_units_on_their_way(recorder const& in) {
+  std::vector<volume> const volumes = in.volumes();
+  return std::any_of(volumes.begin(), volumes.end(),
+                     [&](volume const& each) { return in.account(each.id).moving > 0; });
+}
+
 }  // namespace
 
 std::filesystem::path const& starting_folder() {
@@ -44,6 +54,15 @@ std::filesystem::path recorder_folder() {
 
 recorder open_recorder(access mode) {
   return recorder::open(recorder_folder(), mode, asked_patience().value_or(default_patience));
+}
+
+void finish_stopped_moves(recorder const& of) noexcept {
+  try {
+    if (!has_units_on_their_way(of)) return;
+    recorder::open(of.folder(), access::read_write, std::chrono::milliseconds::zero());
+  } catch (std::exception const& problem) {
+    log_Debug("units stay on their way: %s", problem.what());
+  }
 }
 
 std::shared_ptr<recorder const> source::reader() {

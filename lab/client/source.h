@@ -23,6 +23,12 @@ std::filesystem::path recorder_folder();
 // lab::error, also when the variable holds anything else.
 recorder open_recorder(access mode);
 
+// Finishes the moves of units that a stopped writer left midway, as whoever
+// writes next would, so that what was begun is not left waiting for a writer.
+// Without such moves nothing is opened for writing. Waits for nobody, as lists
+// do not; what cannot be done now is left to a later run, and the log says why.
+void finish_stopped_moves(recorder const& of) noexcept;
+
 // The recorder as one entry object reads it: opened at the first need and
 // shared with what the object hands out.
 class source {

@@ -54,8 +54,11 @@ CKivStorage::~CKivStorage() { trace("CKivStorage::~CKivStorage", json::object({}
 int CKivStorage::create_storage_setting(IStorageSetting** setting) {
   constexpr char operation[] = "CKivStorage::create_storage_setting";
   *setting = nullptr;
-  int const result =
-      attempt(operation, setting, [&] { *setting = impl_->settings.add(impl_->source.reader()); });
+  int const result = attempt(operation, setting, [&] {
+    auto from = impl_->source.reader();
+    lab::client::finish_stopped_moves(*from);
+    *setting = impl_->settings.add(std::move(from));
+  });
   trace(operation, json::object({}), lab::client::describe_obtained(result, *setting != nullptr));
   return result;
 }

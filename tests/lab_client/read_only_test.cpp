@@ -1,12 +1,21 @@
-// Reading through the library changes no byte of a recorder.
+// Reading through the library changes no byte of a recorder, but for finishing
+// what a stopped writer began.
+#include <stdlib.h>
+
 #include <cstdlib>
 
 #include "bench.h"
+#include "lab/sqlite.h"
+#include "lab/volume_lock.h"
 #include "storage/service.h"
 
 namespace {
 
+namespace fs = std::filesystem;
+
 using bench::bench_test;
+
+constexpr std::chrono::milliseconds no_patience{0};
 
 class reading : public bench_test {
  protected:
@@ -31,7 +40,19 @@ class reading : public bench_test {
     EXPECT_EQ(0, storage.destroy_storage_setting(&setting));
   }
 
+  // To who is not the superuser.
+  void forbid_writing() const {
+    fs::permissions(recorder / "catalogue.db", writing, fs::perm_options::remove);
+    fs::permissions(recorder, writing, fs::perm_options::remove);
+  }
+  void allow_writing() const {
+    fs::permissions(recorder, fs::perms::owner_write, fs::perm_options::add);
+  }
+
  private:
+  static constexpr fs::perms writing =
+      fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+
   static void read_space(IStorageSetting& setting, space_info const& space) {
     std::list<channel_storage_info> pairings;
     EXPECT_EQ(0, setting.get_space_channel_storage_list(space.sid, pairings));
@@ -96,28 +117,93 @@ TEST_F(reading, changes_nothing) {
   bench::expect_same(before, bench::picture_of(recorder));
 }
 
-TEST_F(reading, does_not_finish_what_a_stopped_writer_left_behind) {
-  make(recorded());
-  alter_catalogue(
-      "UPDATE unit SET state = 'recycling', period_id = NULL"
-      "  WHERE id = (SELECT min(id) FROM unit WHERE state = 'recorded')");
+// One hour's units are on their way home, and whoever sent them is gone.
+class reading_after_a_stop : public reading {
+ protected:
+  reading_after_a_stop() {
+    make(recorded());
+    {
+      lab::recorder stopped = writer();
+      stopped.forget({stopped.periods().front().id});
+    }
+    // The journal stays: opening to write would put it back.
+    alter_catalogue(
+        "PRAGMA journal_mode = PERSIST;"
+        "UPDATE unit SET state = 'recycling' WHERE state = 'recorded' AND period_id IS NULL");
+  }
+
+  std::int64_t moving() const {
+    std::int64_t sum = 0;
+    lab::recorder const opened = reader();
+    for (lab::volume const& each : opened.volumes()) sum += opened.account(each.id).moving;
+    return sum;
+  }
+
+  lab::volume_place place() const {
+    lab::volume const first = volume(0);
+    return {first.id, first.path.filename(), first.sid_text, first.path};
+  }
+};
+
+TEST_F(reading_after_a_stop, finishes_what_was_begun) {
+  ASSERT_LT(0, moving());
+  read_everything();
+  EXPECT_EQ(0, moving());
+  EXPECT_EQ(std::vector<std::string>(), reader().check());
+  EXPECT_TRUE(traced("log_Debug").empty());
+}
+
+TEST_F(reading_after_a_stop, leaves_alone_what_moves_under_somebody_elses_lock) {
+  lab::volume_lock const other(place(), lab::volume_lock::kind::exclusive, no_patience);
   auto const before = bench::picture_of(recorder);
   read_everything();
   bench::expect_same(before, bench::picture_of(recorder));
 }
 
+// Whoever waited here would do so for an hour.
+TEST_F(reading_after_a_stop, waits_for_nobody) {
+  ::setenv("STLAB_PATIENCE_MS", "3600000", 1);
+  {
+    lab::database other(recorder / "catalogue.db", lab::database::mode::read_write, no_patience);
+    lab::transaction const open(other, lab::transaction_kind::writing);
+    read_everything();
+    EXPECT_LT(0, moving());
+  }
+  ASSERT_EQ(1U, traced("log_Debug").size());
+  EXPECT_NE(std::string::npos, traced("log_Debug").front().find("is locked"));
+  read_everything();
+  EXPECT_EQ(0, moving());
+}
+
+TEST_F(reading_after_a_stop, changes_nothing_where_it_may_not_write) {
+  forbid_writing();
+  as_ordinary_user([this] {
+    auto const before = bench::picture_of(recorder);
+    read_everything();
+    bench::expect_same(before, bench::picture_of(recorder));
+    EXPECT_EQ(1U, traced("log_Debug").size());
+  });
+  allow_writing();
+}
+
+TEST_F(reading_after_a_stop, changes_nothing_when_the_setting_is_to_fail) {
+  auto const before = bench::picture_of(recorder);
+  ::setenv("STLAB_SERVICE_FAULT", "CKivStorage::create_storage_setting=fail", 1);
+  CKivStorage storage;
+  IStorageSetting* setting = nullptr;
+  EXPECT_NE(0, storage.create_storage_setting(&setting));
+  EXPECT_EQ(nullptr, setting);
+  bench::expect_same(before, bench::picture_of(recorder));
+}
+
 TEST_F(reading, works_for_somebody_who_may_not_write) {
   make(recorded());
-  using std::filesystem::perm_options;
-  using std::filesystem::perms;
-  auto const writing = perms::owner_write | perms::group_write | perms::others_write;
-  std::filesystem::permissions(recorder / "catalogue.db", writing, perm_options::remove);
-  std::filesystem::permissions(recorder, writing, perm_options::remove);
+  forbid_writing();
   as_ordinary_user([this] {
     EXPECT_THROW(writer(), lab::error);
     read_everything();
   });
-  std::filesystem::permissions(recorder, perms::owner_write, perm_options::add);
+  allow_writing();
 }
 
 TEST_F(reading, goes_on_while_a_writer_has_the_recorder_open) {
