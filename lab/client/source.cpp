@@ -1,5 +1,7 @@
 #include "lab/client/source.h"
 
+#include <sqlite3.h>
+
 #include <algorithm>
 #include <charconv>
 #include <chrono>
@@ -63,6 +65,12 @@ void finish_stopped_moves(recorder const& of) noexcept {
   } catch (std::exception const& problem) {
     log_Debug("units stay on their way: %s", problem.what());
   }
+}
+
+bool undo_what_was_cut_short(database_error const& failure) {
+  if (failure.code() != SQLITE_READONLY_ROLLBACK) return false;
+  open_recorder(access::read_only);
+  return true;
 }
 
 std::shared_ptr<recorder const> source::reader() {

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "lab/recorder.h"
+#include "lab/sqlite.h"
 
 namespace lab::client {
 
@@ -28,6 +29,12 @@ recorder open_recorder(access mode);
 // Without such moves nothing is opened for writing. Waits for nobody, as lists
 // do not; what cannot be done now is left to a later run, and the log says why.
 void finish_stopped_moves(recorder const& of) noexcept;
+
+// Somebody who is killed inside a change of the catalogue keeps from reading it
+// whoever has it open to read only. If `failure` is of this kind, has the change
+// undone, which opening the recorder does, and returns true: what failed works
+// again. Throws lab::error when it cannot be undone.
+bool undo_what_was_cut_short(database_error const& failure);
 
 // The recorder as one entry object reads it: opened at the first need and
 // shared with what the object hands out.
