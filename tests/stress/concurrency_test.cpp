@@ -9,40 +9,8 @@
 namespace stress {
 namespace {
 
-// What st ends its output with when it got through.
-struct job {
-  words command;
-  std::string ending;
-};
-
-std::vector<job> const& jobs() {
-  static std::vector<job> const all{
-      {{"volclean", "-1"}, "Recycle process done.\n"},
-      {{"volclean", "0"}, "Recycle process done.\n"},
-      {{"autoclean"}, "recycle check process done.\n"},
-      {{"volset", "vol1", "1", "0"}, ""},
-      {{"volset", "vol1", "0", "1"}, ""},
-      {{"volset", "vol2", "0", "0"}, ""},
-      {{"spacelist"}, "]\n\n"},
-      {{"vollist", "Storage1"}, "%\n"},
-      {{"vollist", "Storage2"}, "%\n"},
-      {{"spaceinfo", "Storage1"}, "(GB)\n"},
-  };
-  return all;
-}
-
-bool ends_with(std::string const& text, std::string const& ending) {
-  return text.size() >= ending.size() &&
-         text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
-}
-
 class concurrency : public stress_test {
  protected:
-  void perform(job const& which) const {
-    std::string const output = st(which.command, beside::writers);
-    EXPECT_TRUE(ends_with(output, which.ending)) << which.command.front() << "\n" << output;
-  }
-
   // At least one turn; goes on while the others run.
   void be_the_recorder(bool leaks, std::atomic<int> const& runs_left) const {
     do {

@@ -18,7 +18,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kept_seconds = 12 * 3600;
+constexpr int killed_status = 128 + 9;
+// The signal was due when the program had just ended.
+constexpr int too_late_status = 124;
 
 fs::path new_folder() {
   std::string name = (fs::temp_directory_path() / "st-stress-XXXXXX").string();
@@ -29,6 +31,27 @@ fs::path new_folder() {
 bool is_guarded(fs::path const& unit) {
   return unit.parent_path().filename().string().find("_NR_S02_") != std::string::npos &&
          std::regex_search(unit.parent_path().filename().string(), std::regex("^ch0[34]"));
+}
+
+bool ends_with(std::string const& text, std::string const& ending) {
+  return text.size() >= ending.size() &&
+         text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
+}
+
+// The findings that a check may have.
+std::regex allowed_findings(moves state) {
+  std::string const leaked =
+      R"(leak: volume vol[12]: unit \S+ is recorded without a period in ch0[12]_NR_S0[13]_\d+)";
+  std::string const on_its_way = R"(|moving: volume vol[12]: unit \S+ is on its way )";
+  switch (state) {
+    case moves::recycling:
+      return std::regex(leaked + on_its_way + R"(\(recycling\))");
+    case moves::both_ways:
+      return std::regex(leaked + on_its_way + R"(\((recycling|recording)\))");
+    case moves::done:
+      break;
+  }
+  return std::regex(leaked);
 }
 
 // What du says on standard error when a unit goes while it looks.
@@ -50,6 +73,41 @@ bool tells_of_failure(std::string const& output) {
       "fail|faiure|No space|no space|No channel|NO channel|no volume|no find|Cannot|Can not get|"
       "not exist");
   return std::regex_search(output, failure);
+}
+
+std::vector<job> const& jobs() {
+  static std::vector<job> const all{
+      {{"volclean", "-1"}, "Recycle process done.\n"},
+      {{"volclean", "0"}, "Recycle process done.\n"},
+      {{"autoclean"}, "recycle check process done.\n"},
+      {{"volset", "vol1", "1", "0"}, ""},
+      {{"volset", "vol1", "0", "1"}, ""},
+      {{"volset", "vol2", "0", "0"}, ""},
+      {{"spacelist"}, "]\n\n"},
+      {{"vollist", "Storage1"}, "%\n"},
+      {{"vollist", "Storage2"}, "%\n"},
+      {{"spaceinfo", "Storage1"}, "(GB)\n"},
+  };
+  return all;
+}
+
+kill_moments::kill_moments(double seconds_of_a_run) : length_(seconds_of_a_run) {}
+
+double kill_moments::next() { return std::uniform_real_distribution<double>(0, length_)(random_); }
+
+void kill_moments::note(bool killed) { length_ *= killed ? 1.01 : 0.9; }
+
+words killed_after(double seconds) {
+  return {"/usr/bin/timeout", "--foreground", "--signal=KILL",
+          std::to_string(std::max(seconds, 0.0001))};
+}
+
+bool was_killed(end_to_end::outcome const& result) {
+  bool const killed = result.status == killed_status;
+  EXPECT_TRUE(killed || result.status == 0 || result.status == too_late_status)
+      << result.status << "\n"
+      << result.output << result.errors;
+  return killed;
 }
 
 stress_test::stress_test()
@@ -85,11 +143,18 @@ void stress_test::guard_units() {
   }
 }
 
-std::string stress_test::stlab(std::string const& command, words const& options) const {
-  words line{STLAB_PROGRAM, command, recorder};
-  if (command != "check") line.insert(line.end(), {"--now", now_});
+end_to_end::outcome stress_test::run_stlab(std::string const& command, words const& options,
+                                           words const& wrapper) const {
+  words line = wrapper;
+  line.insert(line.end(), {STLAB_PROGRAM, command, recorder});
   line.insert(line.end(), options.begin(), options.end());
-  auto const result = end_to_end::run(line, {}, folder);
+  bool const has_now = std::find(line.begin(), line.end(), "--now") != line.end();
+  if (command != "check" && !has_now) line.insert(line.end(), {"--now", now_});
+  return end_to_end::run(line, {}, folder);
+}
+
+std::string stress_test::stlab(std::string const& command, words const& options) const {
+  auto const result = run_stlab(command, options);
   EXPECT_EQ(result.status, 0) << "stlab " << command << "\n" << result.output << result.errors;
   return result.output;
 }
@@ -113,6 +178,11 @@ std::string stress_test::st(words const& command, beside others) const {
   return result.output;
 }
 
+void stress_test::perform(job const& which) const {
+  std::string const output = st(which.command, beside::writers);
+  EXPECT_TRUE(ends_with(output, which.ending)) << which.command.front() << "\n" << output;
+}
+
 void stress_test::leak(int channel, int stream) const {
   stlab("leak", {"--volume", "vol" + std::to_string(channel + 1), "--channel",
                  std::to_string(channel), "--stream", std::to_string(stream), "--hours",
@@ -121,12 +191,10 @@ void stress_test::leak(int channel, int stream) const {
 
 void stress_test::record() const { stlab("record", {"--channel", "0", "--channel", "1"}); }
 
-void stress_test::expire() const {
-  words const line{
-      STLAB_PROGRAM, "expire", recorder, "--now", std::to_string(std::stoll(now_) - kept_seconds),
-      "--days",      "0"};
-  auto const result = end_to_end::run(line, {}, folder);
-  EXPECT_EQ(result.status, 0) << result.output << result.errors;
+void stress_test::expire() const { stlab("expire", expiry(12)); }
+
+words stress_test::expiry(int hours) const {
+  return {"--days", "0", "--now", std::to_string(std::stoll(now_) - hours * 3600LL)};
 }
 
 lab::recorder stress_test::reader() const {
@@ -178,10 +246,7 @@ void stress_test::expect_sound(moves state) const {
   auto const findings = reader().check();
   expect_intact_catalogue();
   expect_exact_sums();
-  std::string const leaked =
-      R"(leak: volume vol[12]: unit \S+ is recorded without a period in ch0[12]_NR_S0[13]_\d+)";
-  std::string const on_its_way = R"(moving: volume vol[12]: unit \S+ is on its way \(recycling\))";
-  std::regex const allowed(state == moves::done ? leaked : leaked + "|" + on_its_way);
+  std::regex const allowed = allowed_findings(state);
   for (std::string const& finding : findings) {
     EXPECT_TRUE(std::regex_match(finding, allowed)) << finding;
   }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -24,8 +25,44 @@ inline constexpr char clean_report[] =
     "Volume space leak detected count: 0\n"
     "recycle check process done.\n";
 
-enum class moves { done, under_way };
+// Which moves a check may find stopped.
+enum class moves { done, recycling, both_ways };
 enum class beside { nobody, writers };
+
+// A command of st, and what it ends its output with when it got through.
+struct job {
+  words command;
+  std::string ending;
+};
+
+// Cleaning, setting and listing in all their ways.
+std::vector<job> const& jobs();
+
+// Moments at which to kill programs: random ones, that follow how fast the
+// machine is now, so that some nine of ten programs are killed.
+class kill_moments {
+ public:
+  explicit kill_moments(double seconds_of_a_run);
+
+  // In seconds after the start.
+  double next();
+
+  // Whether the program was killed at that moment, or had ended before.
+  void note(bool killed);
+
+  double seconds_of_a_run() const { return length_; }
+
+ private:
+  std::mt19937_64 random_{20261121};
+  double length_;
+};
+
+// Goes in front of the command line of a program that is to be killed.
+words killed_after(double seconds);
+
+// True when the signal came in time; anything but that or a good end fails the
+// test.
+bool was_killed(end_to_end::outcome const& result);
 
 // Two spaces with one volume of 64 units each and four channels, two on each
 // volume. Channels 0 and 1 leak, in stream 1; they also record in stream 0.
@@ -40,12 +77,19 @@ class stress_test : public testing::Test {
   std::string stlab(std::string const& command, words const& options = {}) const;
 
   // `wrapper` goes in front of the command line.
+  end_to_end::outcome run_stlab(std::string const& command, words const& options = {},
+                                words const& wrapper = {}) const;
+
+  // `wrapper` goes in front of the command line.
   end_to_end::outcome run_st(words const& command, end_to_end::environment extra = {},
                              words const& wrapper = {}) const;
 
   // Must end with status 0 and print no failure; gives the output. Beside
   // writers, du may miss a unit that has just been moved.
   std::string st(words const& command, beside others = beside::nobody) const;
+
+  // st beside writers, which must get through.
+  void perform(job const& which) const;
 
   // Makes a stream of channel 0 (on vol1) or 1 (on vol2) leak six units.
   void leak(int channel, int stream = 1) const;
@@ -55,6 +99,8 @@ class stress_test : public testing::Test {
   // is older than half a day.
   void record() const;
   void expire() const;
+  // The options of stlab expire, to keep so many hours.
+  words expiry(int hours) const;
 
   lab::recorder reader() const;
   std::vector<lab::volume_account> accounts() const;
@@ -62,8 +108,8 @@ class stress_test : public testing::Test {
   std::int64_t moving() const;
 
   // Catalogue intact, sums exact, the guarded units as they were, and nothing
-  // else to be found by a check than leaks of the leaking streams and, with
-  // under_way, units on their way.
+  // else to be found by a check than leaks of the leaking streams and, unless
+  // all moves are done, units on their way.
   void expect_sound(moves state) const;
 
   // And nothing at all to be found, neither by a check nor, twice, by autoclean.
