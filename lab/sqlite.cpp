@@ -13,6 +13,10 @@ constexpr int growth_bytes = 64 * 1024;
 constexpr char const* size_query =
     "SELECT page_count * page_size FROM pragma_page_count, pragma_page_size";
 
+// Writers that commit one after the other leave only short gaps to readers, who
+// would miss most of them with the growing pauses that SQLite makes by itself.
+constexpr std::chrono::milliseconds pause{1};
+
 // The file that a failure is about, or `otherwise`.
 std::string file_of(sqlite3* connection, std::string const& otherwise) {
   if (connection == nullptr) return otherwise;
@@ -27,6 +31,13 @@ std::string file_of(sqlite3* connection, std::string const& otherwise) {
   int const kind = code & 0xff;
   if (kind == SQLITE_BUSY || kind == SQLITE_LOCKED) throw busy_error(what + ": " + reason);
   throw database_error(what + ": " + reason, code);
+}
+
+// Rests are counted instead of asking a clock, which may be held.
+int rest(void* patience, int rests) {
+  if (rests * pause >= *static_cast<std::chrono::milliseconds const*>(patience)) return 0;
+  sqlite3_sleep(static_cast<int>(pause.count()));
+  return 1;
 }
 
 int open_flags(database::mode how) {
@@ -47,8 +58,8 @@ void database::closer::operator()(sqlite3* connection) const noexcept {
   sqlite3_close_v2(connection);
 }
 
-database::database(std::filesystem::path const& file, mode how,
-                   std::chrono::milliseconds patience) {
+database::database(std::filesystem::path const& file, mode how, std::chrono::milliseconds patience)
+    : patience_(std::make_unique<std::chrono::milliseconds>(patience)) {
   sqlite3* connection = nullptr;
   int const result = steps::open_database(file, &connection, open_flags(how));
   connection_.reset(connection);
@@ -69,7 +80,8 @@ database::database(std::filesystem::path const& file, mode how,
 }
 
 void database::wait_at_most(std::chrono::milliseconds patience) {
-  sqlite3_busy_timeout(connection(), static_cast<int>(patience.count()));
+  *patience_ = patience;
+  sqlite3_busy_handler(connection(), rest, patience_.get());
 }
 
 std::filesystem::path database::file() const { return sqlite3_db_filename(connection(), "main"); }

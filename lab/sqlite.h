@@ -68,6 +68,7 @@ class database {
   struct closer {
     void operator()(sqlite3* connection) const noexcept;
   };
+  std::unique_ptr<std::chrono::milliseconds> patience_;  // which the connection refers to
   std::unique_ptr<sqlite3, closer> connection_;
 };
 

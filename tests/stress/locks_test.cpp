@@ -1,7 +1,10 @@
 // One writer a volume, and readers that never wait.
 #include <sched.h>
 
+#include <algorithm>
+#include <chrono>
 #include <future>
+#include <iostream>
 #include <optional>
 
 #include "lab/sqlite.h"
@@ -37,21 +40,60 @@ class locks : public stress_test {
     }
   }
 
+  static std::vector<words> list_commands() {
+    return {{"spacelist"},    {"vollist", "Storage1"}, {"vollist", "Storage2"},  {"volchn", "vol1"},
+            {"voluse", "-1"}, {"nullid", "-1"},        {"spaceinfo", "Storage1"}};
+  }
+
+  std::string list(words const& command, end_to_end::environment const& extra) const {
+    auto const result = run_st(command, extra);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_FALSE(tells_of_failure(result.output)) << result.output;
+    return result.output;
+  }
+
   std::vector<std::string> lists() const {
     std::vector<std::string> outputs;
-    for (words const& command : {words{"spacelist"},
-                                 {"vollist", "Storage1"},
-                                 {"vollist", "Storage2"},
-                                 {"volchn", "vol1"},
-                                 {"voluse", "-1"},
-                                 {"nullid", "-1"},
-                                 {"spaceinfo", "Storage1"}}) {
-      auto const result = run_st(command, impatient);
-      EXPECT_EQ(result.status, 0);
-      EXPECT_FALSE(tells_of_failure(result.output)) << result.output;
-      outputs.push_back(result.output);
-    }
+    for (words const& command : list_commands()) outputs.push_back(list(command, impatient));
     return outputs;
+  }
+};
+
+class lists_beside_writers : public locks {
+ protected:
+  static constexpr std::int64_t hour_ms = 3'600'000;
+
+  // Lists so many times; gives how long the longest one took. A patience that is
+  // set to nothing is the default.
+  double longest_list(int times) const {
+    std::chrono::duration<double> longest{0};
+    for (int i = 0; i < times && !HasFailure(); ++i) {
+      for (words const& command : list_commands()) {
+        auto const start = std::chrono::steady_clock::now();
+        list(command, {{"STLAB_PATIENCE_MS", ""}, {"STLAB_TRACE", trace()}});
+        longest = std::max<std::chrono::duration<double>>(longest,
+                                                          std::chrono::steady_clock::now() - start);
+      }
+    }
+    return longest.count();
+  }
+
+  // Records, forgets and recycles an hour again and again while `others` go on;
+  // gives how often.
+  template <typename Future>
+  int write_beside(Future const& others, std::size_t index) const {
+    auto writer = lab::recorder::open(recorder, lab::access::read_write, std::chrono::minutes(1));
+    std::int64_t const volume_id = writer.volumes().at(index).id;
+    lab::stream const of{writer.channels().at(index).id, 4, 0};
+    int written = 0;
+    do {
+      writer.record(volume_id, of, 0, 1);
+      writer.forget({writer.periods(of, {0, 1}).at(0).id});
+      EXPECT_EQ(writer.recycle(volume_id, of, {0, hour_ms - 1}), 1);
+      ++written;
+    } while (others.wait_for(std::chrono::seconds(0)) != std::future_status::ready);
+    return written;
   }
 };
 
@@ -133,6 +175,20 @@ TEST_F(locks, lists_do_not_wait_for_an_open_write_transaction) {
   lab::transaction const open(catalogue, lab::transaction_kind::writing);
   catalogue.execute("UPDATE volume SET type = 2; UPDATE space SET name = 'changed';");
   EXPECT_EQ(lists(), before) << "nor see what is not committed";
+}
+
+TEST_F(lists_beside_writers, none_fails) {
+  record();
+  std::shared_future<double> const reading =
+      std::async(std::launch::async, [&] { return longest_list(rounds()); }).share();
+  auto other = std::async(std::launch::async, [&] { return write_beside(reading, 1); });
+  int const written = write_beside(reading, 0) + other.get();
+  std::string const calls = end_to_end::content_of(trace());
+  EXPECT_EQ(count(calls, R"("result":-1)") + count(calls, ",-1]\n"), 0U) << calls;
+  std::cout << "the longest of " << static_cast<std::size_t>(rounds()) * list_commands().size()
+            << " lists took " << reading.get() << " s beside " << written
+            << " hours that were written\n";
+  expect_clean();
 }
 
 TEST_F(locks, a_volset_that_never_gets_its_turn_changes_nothing) {
