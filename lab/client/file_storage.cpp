@@ -1,10 +1,14 @@
 // CFSTier and CFSUnit: recycling in a space or on one volume.
+#include <filesystem>
+#include <mutex>
 #include <optional>
+#include <set>
 
 #include "lab/client/attempt.h"
 #include "lab/client/describe.h"
 #include "lab/client/lookup.h"
 #include "lab/client/source.h"
+#include "lab/volume_lock.h"
 #include "storage/service.h"
 
 namespace lab::client {
@@ -22,6 +26,45 @@ json describe_recycled(int result, std::int64_t units) {
 
 void require_mounted(volume const& which) {
   if (!is_mounted(which)) throw error("volume " + which.name + " is not mounted");
+}
+
+// Whose turn it is to write a volume. Recycling can fail without a word to the
+// user, getting ready for it cannot: so it is then that a volume's writer is
+// waited for. A volume that was not free in all that time is not waited for
+// again: a run asks anew for each of its streams.
+class turns {
+ public:
+  static turns& instance() {
+    static turns all;
+    return all;
+  }
+
+  // Throws a busy_error when somebody else writes the volume.
+  void wait_for(volume const& which) {
+    std::lock_guard const lock(guard_);
+    auto const limit =
+        held_.count(which.path) == 0 ? patience() : std::chrono::milliseconds::zero();
+    try {
+      volume_lock const free({which.id, which.path.filename(), which.sid_text, which.path},
+                             volume_lock::kind::exclusive, limit);
+      held_.erase(which.path);
+    } catch (busy_error const&) {
+      held_.insert(which.path);
+      throw;
+    }
+  }
+
+ private:
+  std::mutex guard_;
+  std::set<std::filesystem::path> held_;
+};
+
+// A space is got ready whole or not at all: what is left out of it would not be
+// told.
+void wait_for_space(recorder const& in, std::int64_t space_id) {
+  for (volume const& each : in.volumes()) {
+    if (each.space_id == space_id && is_mounted(each)) turns::instance().wait_for(each);
+  }
 }
 
 // Goes on with the other volumes after a failure on one; the failure is
@@ -64,7 +107,8 @@ int CFSTier::init(kivsid const& space) {
   constexpr char operation[] = "CFSTier::init";
   impl_->space.reset();
   int const result = attempt(operation, [&] {
-    lab::client::find_space(*lab::client::source().reader(), space);
+    auto const reader = lab::client::source().reader();
+    lab::client::wait_for_space(*reader, lab::client::find_space(*reader, space).id);
     impl_->space = space;
   });
   trace(operation, json::object({{"space", lab::client::describe_space(space)}}), result);
@@ -108,7 +152,9 @@ int CFSUnit::init(kivsid const& volume) {
   impl_->volume.reset();
   int const result = attempt(operation, [&] {
     auto const reader = lab::client::source().reader();
-    lab::client::require_mounted(lab::client::find_volume(*reader, volume));
+    lab::volume const found = lab::client::find_volume(*reader, volume);
+    lab::client::require_mounted(found);
+    lab::client::turns::instance().wait_for(found);
     impl_->volume = volume;
   });
   trace(operation, json::object({{"volume", lab::client::describe_volume(volume)}}), result);

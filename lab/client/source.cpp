@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <cstdlib>
-#include <optional>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -18,19 +16,6 @@ namespace lab::client {
 namespace {
 
 constexpr int longest_patience_ms = 3'600'000;
-
-std::optional<std::chrono::milliseconds> asked_patience() {
-  char const* const set = std::getenv("STLAB_PATIENCE_MS");
-  std::string_view const text = set == nullptr ? "" : set;
-  if (text.empty()) return {};
-  int number = -1;
-  auto const [stopped, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
-  bool const whole = problem == std::errc() && stopped == text.data() + text.size();
-  if (!whole || number < 0 || number > longest_patience_ms) {
-    throw error("STLAB_PATIENCE_MS: \"" + std::string(text) + "\" is no patience");
-  }
-  return std::chrono::milliseconds(number);
-}
 
 bool has_units_on_their_way(recorder const& in) {
   std::vector<volume> const volumes = in.volumes();
@@ -54,9 +39,20 @@ std::filesystem::path recorder_folder() {
   return starting_folder() / (is_named ? named : default_recorder_folder);
 }
 
-recorder open_recorder(access mode) {
-  return recorder::open(recorder_folder(), mode, asked_patience().value_or(default_patience));
+std::chrono::milliseconds patience() {
+  char const* const set = std::getenv("STLAB_PATIENCE_MS");
+  std::string_view const text = set == nullptr ? "" : set;
+  if (text.empty()) return default_patience;
+  int number = -1;
+  auto const [stopped, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
+  bool const whole = problem == std::errc() && stopped == text.data() + text.size();
+  if (!whole || number < 0 || number > longest_patience_ms) {
+    throw error("STLAB_PATIENCE_MS: \"" + std::string(text) + "\" is no patience");
+  }
+  return std::chrono::milliseconds(number);
 }
+
+recorder open_recorder(access mode) { return recorder::open(recorder_folder(), mode, patience()); }
 
 void finish_stopped_moves(recorder const& of) noexcept {
   try {

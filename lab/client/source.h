@@ -1,6 +1,7 @@
 // Where the client library finds its recorder, and how it opens it.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 
@@ -19,9 +20,12 @@ std::filesystem::path const& starting_folder();
 // The recorder's folder, absolute.
 std::filesystem::path recorder_folder();
 
-// Opens the recorder. It waits for others as long as STLAB_PATIENCE_MS says (ms,
-// 0 to 3600000; the recorder's own patience when it is unset or empty). Throws
-// lab::error, also when the variable holds anything else.
+// How long to wait for others: what STLAB_PATIENCE_MS says (ms, 0 to 3600000), or
+// the recorder's own patience when it is unset or empty. Throws lab::error when
+// the variable holds anything else.
+std::chrono::milliseconds patience();
+
+// Opens the recorder, with that patience. Throws lab::error.
 recorder open_recorder(access mode);
 
 // Finishes the moves of units that a stopped writer left midway, as whoever

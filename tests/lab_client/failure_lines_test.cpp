@@ -15,13 +15,15 @@
 //   No space or channel found.                 volclean   get_space_list=fail;
 //                                                         get_channel_list=fail
 //   [NR S00] Can not find time period.         volclean   get_time_period_list=fail
-//   Initial Tier to process failure.           volclean   CFSTier::init=fail
+//   Initial Tier to process failure.           volclean   CFSTier::init=fail; a volume that
+//                                                         somebody else writes
 //   no volume found                            autoclean  get_volume_list=fail
 //   Volume [PATH] path does not exist          autoclean  get_volume_list=odd; no preallocate
 //                                                         folder
 //   Can not get preallocate remain size info.  autoclean  velt_popen=fail
 //   No channel settings found.                 autoclean  get_channel_list=fail, with a leak
-//   Initial Unit to process failure.           autoclean  CFSUnit::init=fail, with a leak
+//   Initial Unit to process failure.           autoclean  CFSUnit::init=fail, with a leak; a
+//                                                         volume that somebody else writes
 //   No channel found.                          nullid     get_channel_list=fail
 //   ch01 [NR S01] retrieve time period fail    nullid     get_time_period_list=fail;
 //                                                         create_channel_session=fail, =null
@@ -43,6 +45,7 @@
 
 #include "commands/commands.h"
 #include "lab/recorder.h"
+#include "lab/volume_lock.h"
 #include "program.h"
 
 namespace {
@@ -287,6 +290,18 @@ TEST_F(failing, a_plug_and_play_service_that_is_not_there_leaves_names_empty) {
   EXPECT_EQ(st({"voluse", "0"}, "CKivStorageDaemon::create_plug_play_service=null"),
             "ch01 volume=[]\n");
   EXPECT_EQ(st({"voluse", "0"}), "ch01 volume=[vol1]\n");
+}
+
+// The recorder goes on writing for longer than st has patience.
+TEST_F(failing, a_volume_that_somebody_else_writes) {
+  lab::volume const volume = [this] {
+    return lab::recorder::open(recorder, lab::access::read_only).volumes().front();
+  }();
+  lab::volume_lock const other({volume.id, volume.path.filename(), volume.sid_text, volume.path},
+                               lab::volume_lock::kind::exclusive, std::chrono::milliseconds(0));
+  environment const impatient{{"STLAB_PATIENCE_MS", "0"}};
+  EXPECT_TRUE(has_line(st({"volclean", "0"}, {}, impatient), "Initial Tier to process failure."));
+  EXPECT_TRUE(has_line(st({"autoclean"}, {}, impatient), "Initial Unit to process failure."));
 }
 
 // The object stays with the service: only what came with a result of 0 is

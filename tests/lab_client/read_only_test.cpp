@@ -63,9 +63,6 @@ class reading : public bench_test {
       EXPECT_EQ(0, setting.get_channel_total_recording_size(space.sid, channel, &size));
       EXPECT_EQ(0, setting.get_channel_recording_size(space.sid, channel, bench::normal, &size));
     }
-    CFSTier tier;
-    EXPECT_EQ(0, tier.init(space.sid));
-    EXPECT_EQ(0, tier.uninit());
   }
 
   static void read_volume(IStorageSetting& setting, IPlugPlayService& service,
@@ -78,9 +75,6 @@ class reading : public bench_test {
     volume_share_info query;
     query.volume_no = volume.body.share.volume_no;
     EXPECT_EQ(0, service.get_volume_channels(query, "", "", channels));
-    CFSUnit unit;
-    EXPECT_EQ(0, unit.init(volume.sid));
-    EXPECT_EQ(0, unit.uninit());
   }
 
   static void read_channel(CKivStorage& storage, channel_sid const& channel) {
@@ -114,6 +108,18 @@ TEST_F(reading, changes_nothing) {
   make(recorded());
   auto const before = bench::picture_of(recorder);
   read_everything();
+  bench::expect_same(before, bench::picture_of(recorder));
+}
+
+TEST_F(reading, and_getting_ready_to_recycle_change_nothing) {
+  make(recorded());
+  auto const before = bench::picture_of(recorder);
+  CFSTier tier;
+  EXPECT_EQ(0, tier.init(bench::space_id(space(0).sid)));
+  EXPECT_EQ(0, tier.uninit());
+  CFSUnit unit;
+  EXPECT_EQ(0, unit.init(bench::volume_id(volume(0))));
+  EXPECT_EQ(0, unit.uninit());
   bench::expect_same(before, bench::picture_of(recorder));
 }
 

@@ -1,8 +1,11 @@
 // Recycling through a space's tier and through a volume's unit.
+#include <stdlib.h>
+
 #include <algorithm>
 
 #include "bench.h"
 #include "lab/layout.h"
+#include "lab/volume_lock.h"
 #include "storage/service.h"
 
 namespace {
@@ -34,6 +37,12 @@ class recycling : public bench_test {
     lab::volume const of = volume(volume_index);
     return bench::files_in(
         std::filesystem::path(lab::storage_folder(of.path.string(), of.sid_text)) / "preallocate");
+  }
+
+  lab::volume_lock hold(std::size_t volume_index, lab::volume_lock::kind how) const {
+    lab::volume const of = volume(volume_index);
+    return {
+        {of.id, of.path.filename(), of.sid_text, of.path}, how, std::chrono::milliseconds::zero()};
   }
 
   void expect_sound() const { EXPECT_EQ(std::vector<std::string>(), reader().check()); }
@@ -183,6 +192,49 @@ TEST_F(recycling, a_tier_goes_on_after_a_volume_that_fails_and_reports_it) {
   EXPECT_EQ(0, lost(0));
   EXPECT_EQ(8U, preallocated(0));
   expect_sound();
+}
+
+TEST_F(recycling, is_not_prepared_where_another_holds_a_volume) {
+  leak(0, first_stream(), base_ms);
+  leak(1, first_stream(), base_ms);
+  ::setenv("STLAB_PATIENCE_MS", "20", 1);
+  stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
+  kivsid const space_sid = bench::space_id(space(0).sid);
+  kivsid const volume_sid = bench::volume_id(volume(1));
+  CFSTier tier;
+  CFSUnit unit;
+  for (auto const how : {lab::volume_lock::kind::exclusive, lab::volume_lock::kind::shared}) {
+    lab::volume_lock const other = hold(1, how);
+    EXPECT_NE(0, tier.init(space_sid));
+    EXPECT_NE(0, tier.recycle_stream_data(of, base_ms, all_hours_end, 0));
+    EXPECT_NE(0, unit.init(volume_sid));
+    EXPECT_NE(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
+    EXPECT_EQ(0, unit.init(bench::volume_id(volume(0)))) << "nobody's";
+    EXPECT_EQ(0, tier.init(bench::space_id(space(1).sid))) << "nobody's";
+  }
+  EXPECT_NE(std::string::npos,
+            traced("log_Debug").front().find("CFSTier::init: volume vol2 is being written"));
+  EXPECT_EQ(2, lost(0));
+  EXPECT_EQ(2, lost(1));
+  ASSERT_EQ(0, tier.init(space_sid));
+  EXPECT_EQ(0, tier.recycle_stream_data(of, base_ms, all_hours_end, 0));
+  EXPECT_EQ(0, lost(0));
+  EXPECT_EQ(0, lost(1));
+}
+
+// Whoever waited a second time would do so for an hour.
+TEST_F(recycling, waits_for_the_same_holder_of_a_volume_once) {
+  kivsid const space_sid = bench::space_id(space(0).sid);
+  kivsid const volume_sid = bench::volume_id(volume(0));
+  {
+    lab::volume_lock const other = hold(0, lab::volume_lock::kind::exclusive);
+    ::setenv("STLAB_PATIENCE_MS", "20", 1);
+    EXPECT_NE(0, CFSTier().init(space_sid));
+    ::setenv("STLAB_PATIENCE_MS", "3600000", 1);
+    EXPECT_NE(0, CFSTier().init(space_sid));
+    EXPECT_NE(0, CFSUnit().init(volume_sid));
+  }
+  EXPECT_EQ(0, CFSTier().init(space_sid));
 }
 
 TEST_F(recycling, the_trace_tells_how_many_units_came_back) {
