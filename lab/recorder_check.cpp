@@ -1,8 +1,8 @@
 // Comparing what the catalogue says with what lies in the folders.
 #include "lab/catalogue_check.h"
 #include "lab/catalogue_journal.h"
+#include "lab/displaced_units.h"
 #include "lab/recorder_state.h"
-#include "lab/volume_check.h"
 
 namespace lab {
 
@@ -12,6 +12,17 @@ using findings = std::vector<std::string>;
 
 char const* reason_of(mount how) {
   return how == mount::identity_missing ? "its identity is missing" : "its identity is another's";
+}
+
+void add_displaced(std::vector<surveyed_volume> const& volumes, findings& lines) {
+  for (auto const& each : displaced_units(volumes)) {
+    for (auto const& file : each.files) {
+      if (file.volume == each.home) continue;
+      lines.push_back("wrong-volume: volume " + file.volume->place.folder_name + ": " + file.shown +
+                      (each.is_certain ? " is of volume " : " may be of volume ") +
+                      each.home->place.folder_name);
+    }
+  }
 }
 
 }  // namespace
@@ -30,10 +41,7 @@ void recorder::check_against_folders(std::vector<std::string>& lines) const {
     mounted.push_back({place, survey(catalogue, place)});
     check_volume(mounted.back(), state_->unit_mb, lines);
   }
-  for (auto const& [home, unit, host] : stray_units(mounted)) {
-    lines.push_back("wrong-volume: volume " + host->place.folder_name + ": " + unit->folder_name +
-                    "/" + unit->name + " is of volume " + home->place.folder_name);
-  }
+  add_displaced(mounted, lines);
   check_periods(catalogue, lines);
 }
 

@@ -46,7 +46,7 @@ bool attempt(volume_repair const& on, report& lines, Operation const& operation)
   }
 }
 
-void bring_strays_back(database const& catalogue, std::vector<volume_repair*> const& repairs) {
+void bring_displaced_back(database const& catalogue, std::vector<volume_repair*> const& repairs) {
   std::vector<surveyed_volume> surveyed;
   surveyed.reserve(repairs.size());
   for (auto const* const each : repairs) {
@@ -55,8 +55,16 @@ void bring_strays_back(database const& catalogue, std::vector<volume_repair*> co
   auto const repair_of = [&](surveyed_volume const* which) -> volume_repair& {
     return *repairs[static_cast<std::size_t>(which - surveyed.data())];
   };
-  for (auto const& stray : stray_units(surveyed)) {
-    repair_of(stray.home).bring_back(stray, repair_of(stray.host));
+  for (auto const& each : displaced_units(surveyed)) {
+    auto& home = repair_of(each.home);
+    if (!each.is_certain) {
+      home.leave(each);
+      for (auto const& file : each.files) repair_of(file.volume).leave_alone(file.name);
+      continue;
+    }
+    for (auto const& file : each.files) {
+      if (file.volume != each.home) home.bring_back(*each.unit, repair_of(file.volume));
+    }
   }
 }
 
@@ -68,7 +76,7 @@ std::vector<std::int64_t> mend_volumes(database& catalogue, std::list<locked_rep
     auto& one = repair;
     if (attempt(one, lines, [&one] { return one.finish_moves(); })) reachable.push_back(&one);
   }
-  bring_strays_back(catalogue, reachable);
+  bring_displaced_back(catalogue, reachable);
   auto const others =
       reachable.size() == all_volumes ? elsewhere::all_seen : elsewhere::some_unseen;
   std::vector<std::int64_t> settled;

@@ -1,9 +1,7 @@
 #include "lab/volume_check.h"
 
 #include <algorithm>
-#include <map>
 
-#include "lab/layout.h"
 #include "lab/unit_moves.h"
 
 namespace lab {
@@ -127,59 +125,11 @@ class volume_check {
   std::vector<std::string>& lines_;
 };
 
-using place_in_storage = std::pair<std::string, std::string>;  // folder, unit
-
-// Recorded units that their own volume lacks.
-std::map<place_in_storage, std::vector<stray_unit>> lacking(
-    std::vector<surveyed_volume> const& volumes) {
-  std::map<place_in_storage, std::vector<stray_unit>> lack;
-  for (auto const& volume : volumes) {
-    if (!volume.found.has_storage) continue;
-    for (auto const& unit : volume.found.units) {
-      if (unit.state != "recorded" || !volume.found.files_of(unit.name).empty()) continue;
-      lack[{unit.folder_name, unit.name}].push_back({&volume, &unit, nullptr});
-    }
-  }
-  return lack;
-}
-
-bool belongs_there(surveyed_volume const& volume, std::string const& folder_name,
-                   std::string const& unit_name) {
-  return std::any_of(volume.found.units.begin(), volume.found.units.end(), [&](auto const& unit) {
-    return unit.name == unit_name && unit.folder_name == folder_name;
-  });
-}
-
-bool holds_recording(surveyed_volume const& volume, std::string const& folder_name,
-                     std::string const& unit_name) {
-  folder const top(volume.place.path);
-  auto const storage = folder::find(top, storage_name(volume.place));
-  auto const hour = storage ? folder::find(*storage, folder_name) : std::nullopt;
-  if (!hour) return false;
-  auto const status = hour->status(unit_name);
-  auto const head = recording_head(folder_name, unit_name);
-  return status && S_ISREG(status->st_mode) && beginning_of(*hour, unit_name, head.size()) == head;
-}
-
 }  // namespace
 
 void check_volume(surveyed_volume const& volume, std::int64_t unit_mb,
                   std::vector<std::string>& lines) {
   volume_check(volume, unit_mb, lines).run();
-}
-
-std::vector<stray_unit> stray_units(std::vector<surveyed_volume> const& volumes) {
-  std::vector<stray_unit> strays;
-  for (auto const& [where, lack] : lacking(volumes)) {
-    if (lack.size() != 1) continue;
-    std::vector<surveyed_volume const*> hosts;
-    for (auto const& volume : volumes) {
-      if (&volume == lack[0].home || belongs_there(volume, where.first, where.second)) continue;
-      if (holds_recording(volume, where.first, where.second)) hosts.push_back(&volume);
-    }
-    if (hosts.size() == 1) strays.push_back({lack[0].home, lack[0].unit, hosts[0]});
-  }
-  return strays;
 }
 
 }  // namespace lab

@@ -1,6 +1,7 @@
 #include "lab/volume_repair.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "lab/error.h"
@@ -92,8 +93,7 @@ bool volume_repair::finish_moves() {
   return true;
 }
 
-void volume_repair::bring_back(stray_unit const& stray, volume_repair& host) {
-  auto const& unit = *stray.unit;
+void volume_repair::bring_back(unit_row const& unit, volume_repair& host) {
   try {
     folder const from(host.storage() / unit.folder_name);
     folder const to = made_folder(folder(storage()), unit.folder_name);
@@ -104,12 +104,25 @@ void volume_repair::bring_back(stray_unit const& stray, volume_repair& host) {
   } catch (busy_error const&) {
     throw;
   } catch (error const& problem) {
-    left_alone_.insert(unit.name);
-    host.left_alone_.insert(unit.name);
+    leave_alone(unit.name);
+    host.leave_alone(unit.name);
     left("unit " + unit.name + " stays on volume " + host.place_.folder_name + ": " +
          problem.what());
   }
 }
+
+void volume_repair::leave(displaced_unit const& unit) {
+  leave_alone(unit.unit->name);
+  std::string text = "unit " + unit.unit->name + " of " + unit.unit->folder_name +
+                     (unit.files.size() == 1 ? ": whether this file is it cannot be told:"
+                                             : ": which of these files it is cannot be told:");
+  for (auto const& file : unit.files) {
+    text.append(" ").append(file.volume->place.folder_name).append("/").append(file.shown);
+  }
+  left(text);
+}
+
+void volume_repair::leave_alone(std::string const& name) { left_alone_.insert(name); }
 
 bool volume_repair::is_settled() const { return left_alone_.empty(); }
 
@@ -136,38 +149,95 @@ void volume_repair::mend(elsewhere others) {
 void volume_repair::mend_place(unit_row const& unit, std::vector<unit_file> const& files,
                                elsewhere others) {
   bool const is_bad = unit.state == "bad";
-  if (files.empty()) {
-    if (is_bad) return;
-    if (unit.state == "recorded" && others == elsewhere::some_unseen) {
-      left_alone_.insert(unit.name);
-      left("unit " + unit.name + " was found nowhere: it may be on a volume that is not mounted");
-      return;
-    }
-    set_state(unit, "bad");
-    mended("unit " + unit.name + " was found nowhere and is bad now");
-    return;
-  }
+  if (is_bad && files.empty()) return;
+  if (others == elsewhere::some_unseen && leave_what_may_be_elsewheres(unit, files)) return;
   // A file that a bad unit has in preallocate holds no recording: it may well be
   // the unit. Elsewhere it may be one.
   auto const kept = find_in(files, is_bad ? preallocate_folder : unit.folder_name);
   if (kept != files.end()) {
     keep_one(unit, files, *kept);
-  } else if (is_bad) {
+    return;
+  }
+  if (is_bad) {
     for (auto const& file : files) {
       auto const where = set_aside(file, unit.name);
       mended("set aside " + file.folder_name + "/" + unit.name + ", as its unit is bad, in " +
              where);
     }
-  } else if (are_one_file(files)) {
-    move_file(unit.name, files.front().folder_name, unit.folder_name);
+    return;
+  }
+  auto const it = files_that_may_be(unit, files);
+  if (it.empty()) {
+    give_up(unit, files, others);
+  } else if (are_one_file(it)) {
+    auto moved = it.front();
+    move_file(unit.name, moved.folder_name, unit.folder_name);
     mended("unit " + unit.name + " is back in " + unit.folder_name);
-    auto moved = files.front();
+    auto others_of_its_name = files;
+    others_of_its_name.erase(others_of_its_name.begin() +
+                             (find_in(files, moved.folder_name) - files.begin()));
     moved.folder_name = unit.folder_name;
-    keep_one(unit, {files.begin() + 1, files.end()}, moved);
+    keep_one(unit, others_of_its_name, moved);
   } else {
-    left_alone_.insert(unit.name);
+    leave_alone(unit.name);
     left("unit " + unit.name + ": which of its files it is cannot be told");
   }
+}
+
+// What another volume's unit may be is not the unit's own, and not empty.
+bool volume_repair::leave_what_may_be_elsewheres(unit_row const& unit,
+                                                 std::vector<unit_file> const& files) {
+  auto const own_place = find_in(files, unit.folder_name);
+  for (auto const& file : files) {
+    if (own_place != files.end() && is_same_file(file, *own_place)) continue;
+    if (is_unused(file, unit.name) || begins_as(unit, file)) continue;
+    leave_alone(unit.name);
+    left("unit " + unit.name + ": " + file.folder_name + "/" + unit.name +
+         " may be of a volume that is not mounted");
+    return true;
+  }
+  return false;
+}
+
+bool volume_repair::is_unused(unit_file const& file, std::string const& name) const {
+  auto const text = beginning_of(folder(storage() / file.folder_name), name, 1);
+  return text && (text->empty() || text->front() == '\0');
+}
+
+bool volume_repair::begins_as(unit_row const& unit, unit_file const& file) const {
+  if (unit.state != "recorded") return false;
+  auto const head = recording_head(unit.folder_name, unit.name);
+  return beginning_of(folder(storage() / file.folder_name), unit.name, head.size()) == head;
+}
+
+// A recording begins with its head. What else is in preallocate under the name
+// of a recorded unit is no more the recording than nothing would be.
+std::vector<unit_file> volume_repair::files_that_may_be(unit_row const& unit,
+                                                        std::vector<unit_file> const& files) const {
+  if (unit.state != "recorded") return files;
+  std::vector<unit_file> found;
+  std::copy_if(files.begin(), files.end(), std::back_inserter(found),
+               [&](unit_file const& each) { return begins_as(unit, each); });
+  return found;
+}
+
+void volume_repair::give_up(unit_row const& unit, std::vector<unit_file> const& files,
+                            elsewhere others) {
+  if (unit.state == "recorded" && others == elsewhere::some_unseen) {
+    leave_alone(unit.name);
+    left("unit " + unit.name + " was found nowhere: it may be on a volume that is not mounted");
+    return;
+  }
+  for (auto const& file : files) {
+    if (file.folder_name == preallocate_folder && is_unused(file, unit.name)) continue;
+    auto const where = set_aside(file, unit.name);
+    mended("set aside " + file.folder_name + "/" + unit.name +
+           ", which holds no recording of its unit, in " + where);
+  }
+  set_state(unit, "bad");
+  mended("unit " + unit.name +
+         (files.empty() ? " was found nowhere and is bad now"
+                        : " was found without its recording and is bad now"));
 }
 
 void volume_repair::keep_one(unit_row const& unit, std::vector<unit_file> const& files,

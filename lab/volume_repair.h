@@ -4,7 +4,8 @@
 //  1. moves that were stopped midway are finished,
 //  2. recordings that lie on another volume are brought back,
 //  3. units go where the catalogue says they are; further files by their names
-//     are set aside; a unit found nowhere becomes bad,
+//     are set aside; a unit found nowhere becomes bad, and so does a recorded one
+//     whose files hold no recording of it,
 //  4. units that are too short get their blocks, their content stays,
 //  5. what nobody knows is set aside,
 //  6. bad units are preallocated anew and become free.
@@ -17,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/volume_check.h"
+#include "lab/displaced_units.h"
 
 namespace lab {
 
@@ -36,9 +37,15 @@ class volume_repair {
   // Step 1; false when the volume has no storage folder and nothing can be done.
   bool finish_moves();
 
-  // Step 2 for one unit of this volume. A failure leaves both sides alone from
-  // then on.
-  void bring_back(stray_unit const& stray, volume_repair& host);
+  // Step 2 for one unit of this volume, which lies in its folder on another. A
+  // failure leaves both sides alone from then on.
+  void bring_back(unit_row const& unit, volume_repair& host);
+
+  // Step 2 for a unit of this volume of which it cannot be told which file it is.
+  void leave(displaced_unit const& unit);
+
+  // Leaves what has the name on this volume as it is from then on.
+  void leave_alone(std::string const& name);
 
   // Steps 3 to 6.
   void mend(elsewhere others);
@@ -53,6 +60,8 @@ class volume_repair {
   void left(std::string const& text);
 
   void mend_place(unit_row const& unit, std::vector<unit_file> const& files, elsewhere others);
+  bool leave_what_may_be_elsewheres(unit_row const& unit, std::vector<unit_file> const& files);
+  void give_up(unit_row const& unit, std::vector<unit_file> const& files, elsewhere others);
   void keep_one(unit_row const& unit, std::vector<unit_file> const& files, unit_file const& kept);
   void move_file(std::string const& name, std::string const& from, std::string const& to);
   void mend_size(unit_row const& unit, unit_file const& file);
@@ -65,13 +74,17 @@ class volume_repair {
   std::string set_aside(unit_file const& file, std::string const& name);
 
   std::filesystem::path storage() const;
+  bool is_unused(unit_file const& file, std::string const& name) const;
+  bool begins_as(unit_row const& unit, unit_file const& file) const;
+  std::vector<unit_file> files_that_may_be(unit_row const& unit,
+                                           std::vector<unit_file> const& files) const;
   bool is_left_alone(unit_row const& unit) const;
 
   database& catalogue_;
   volume_place place_;
   std::int64_t unit_bytes_;
   std::vector<std::string>& lines_;
-  std::set<std::string> left_alone_;  // names of units
+  std::set<std::string> left_alone_;  // names of units and files
 };
 
 }  // namespace lab

@@ -131,12 +131,14 @@ std::string storage_name(volume_place const& place) {
   return std::filesystem::path(storage_folder("", place.sid_text)).filename().string();
 }
 
-std::string beginning_of(folder const& in, std::string const& name, std::size_t bytes) {
+std::optional<std::string> beginning_of(folder const& in, std::string const& name,
+                                        std::size_t bytes) {
   int const flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
   descriptor const file(openat(in.number(), name.c_str(), flags));
   std::string text(bytes, '\0');
   ssize_t const size = file.number() < 0 ? -1 : pread(file.number(), text.data(), bytes, 0);
-  text.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+  if (size < 0) return std::nullopt;
+  text.resize(static_cast<std::size_t>(size));
   return text;
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -70,8 +71,9 @@ volume_survey survey(database const& catalogue, volume_place const& place);
 // The name of the storage folder in the volume's folder.
 std::string storage_name(volume_place const& place);
 
-// The first bytes of a file, fewer when it is shorter; empty when it cannot be
+// The first bytes of a file, fewer when it is shorter; none when it cannot be
 // read.
-std::string beginning_of(folder const& in, std::string const& name, std::size_t bytes);
+std::optional<std::string> beginning_of(folder const& in, std::string const& name,
+                                        std::size_t bytes);
 
 }  // namespace lab

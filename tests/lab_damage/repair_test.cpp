@@ -1,4 +1,5 @@
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -193,8 +194,103 @@ TEST_F(repair_of, files_of_which_one_must_be_the_unit_are_left_alone) {
   fs::copy_file(unit.file, home() / unit.name);
   fs::create_directory(storage(first_volume) / "elsewhere");
   fs::rename(unit.file, storage(first_volume) / "elsewhere" / unit.name);
+  expect_untouched("left: volume vol1: unit " + unit.name + " of " + unit.folder +
+                   ": which of these files it is cannot be told: vol1/elsewhere/" + unit.name +
+                   " vol1/preallocate/" + unit.name);
+}
+
+TEST_F(repair_of, free_units_in_two_wrong_folders_leaves_them) {
+  auto const unit = unit_in("free");
+  auto const recorded = unit_in("recorded");
+  fs::copy_file(unit.file, recorded.file.parent_path() / unit.name);
+  fs::create_directory(storage(first_volume) / "elsewhere");
+  fs::rename(unit.file, storage(first_volume) / "elsewhere" / unit.name);
   expect_untouched("left: volume vol1: unit " + unit.name +
                    ": which of its files it is cannot be told");
+}
+
+// What is in preallocate was the unit once, or will be: the recording is lost.
+TEST_F(repair_of, a_recorded_unit_with_an_unused_file_in_preallocate_gives_it_up) {
+  open().record(first_volume, {1, 4, 4}, now, 1);
+  auto const hour_folder = storage(first_volume) / lab::hour_folder_name(0, 4, 4, now);
+  auto const unit = names(hour_folder).at(0);
+  auto const periods = open().periods().size();
+  fs::remove(hour_folder / unit);
+  world::write_file(home() / unit, std::string(unit_bytes, '\0'));
+  auto const lines = repair();
+  EXPECT_EQ("mended: volume vol1: unit " + unit + " was found without its recording and is bad now",
+            lines.at(0));
+  EXPECT_EQ(strings(), findings());
+  EXPECT_EQ(periods - 1, open().periods().size());
+  EXPECT_FALSE(fs::exists(hour_folder));
+  EXPECT_TRUE(fs::exists(home() / unit));
+  EXPECT_FALSE(fs::exists(volume_folder() / "lost+found"));
+}
+
+TEST_F(repair_of, a_recorded_unit_with_other_files_sets_them_aside) {
+  auto const unit = unit_in("recorded");
+  fs::remove(unit.file);
+  fs::create_directory(storage(first_volume) / "elsewhere");
+  world::write_file(home() / unit.name, "no head of it\n");
+  world::write_file(storage(first_volume) / "elsewhere" / unit.name, "nor this\n");
+  auto const before = shares();
+  repair();
+  EXPECT_EQ(strings(), findings());
+  expect_all_kept(before);
+  auto const lost = world::tree_of(volume_folder() / "lost+found");
+  EXPECT_EQ(1U, lost.count("preallocate/" + unit.name));
+  EXPECT_EQ(1U, lost.count("elsewhere/" + unit.name));
+}
+
+TEST_F(repair_of, a_recording_beside_other_files_of_its_name_brings_it_back) {
+  auto const unit = unit_in("recorded");
+  fs::create_directory(storage(first_volume) / "elsewhere");
+  fs::rename(unit.file, storage(first_volume) / "elsewhere" / unit.name);
+  world::write_file(home() / unit.name, std::string(unit_bytes, '\0'));
+  auto const before = shares();
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_EQ(
+      before.at(fs::path("vol1") / storage(first_volume).filename() / "elsewhere" / unit.name),
+      shares().at(fs::path("vol1") / storage(first_volume).filename() / unit.folder / unit.name));
+  expect_all_kept(before);
+}
+
+// Its name is another one, its beginning is the unit's.
+TEST_F(repair_of, a_recording_under_another_name_leaves_it) {
+  auto const unit = unit_in("recorded");
+  fs::rename(unit.file, home() / "kept-by-hand");
+  auto const periods = open().periods().size();
+  expect_untouched("left: volume vol1: unit " + unit.name + " of " + unit.folder +
+                   ": whether this file is it cannot be told: vol1/preallocate/kept-by-hand");
+  EXPECT_EQ(periods, open().periods().size());
+}
+
+TEST_F(repair_of, a_file_in_a_recordings_place_does_not_hide_the_recording) {
+  auto const unit = unit_in("recorded");
+  auto const host = storage(second_volume) / unit.folder;
+  fs::create_directory(host);
+  fs::rename(unit.file, host / unit.name);
+  world::write_file(unit.file, std::string(unit_bytes, 'x'));
+  expect_untouched("left: volume vol1: unit " + unit.name + " of " + unit.folder +
+                   ": whether this file is it cannot be told: vol2/" + unit.folder + "/" +
+                   unit.name);
+}
+
+// What lies in its second place may be what the other volume lacks.
+TEST_F(repair_of, a_recording_of_a_volume_that_is_not_mounted_stays_where_it_is) {
+  auto const said = damage({"wrong-volume", 1, "vol1", {}, {}, {}, {}, {}});
+  damage({"unmounted", 1, "vol1", {}, {}, {}, {}, {}});
+  auto const kept = shares();
+  auto const lines = repair();
+  EXPECT_EQ(strings(), world::differences(kept, shares())) << said;
+  EXPECT_EQ(1, std::count_if(lines.begin(), lines.end(), [](std::string const& line) {
+              return line.find(" may be of a volume that is not mounted") != std::string::npos;
+            }));
+  world::write_file(root() / "share/vol1/identity", open().volumes()[0].sid_text + "\n");
+  repair();
+  EXPECT_EQ(strings(), findings());
+  expect_all_kept(kept);
 }
 
 TEST_F(repair_of, a_second_name_of_a_unit_is_removed_not_set_aside) {
@@ -318,6 +414,138 @@ TEST_F(repair_of, a_bad_unit_that_finds_no_room_leaves_it_bad) {
   EXPECT_FALSE(fs::exists(unit.file));
   repair();
   EXPECT_EQ(strings(), findings());
+}
+
+// Somebody without rights while it lives, where the test itself is root.
+class somebody {
+ public:
+  explicit somebody(fs::path const& working_folder) {
+    fs::permissions(working_folder, fs::perms(0777));
+    if (geteuid() == 0 && seteuid(nobody) != 0) throw std::runtime_error("cannot become nobody");
+  }
+  ~somebody() { static_cast<void>(seteuid(getuid())); }
+  somebody(somebody const&) = delete;
+  somebody& operator=(somebody const&) = delete;
+
+ private:
+  static constexpr uid_t nobody = 65534;
+};
+
+// Three volumes, of which the first has one recording, in one unit.
+class repair_of_three : public repair_of {
+ protected:
+  repair_of_three() { lay(); }
+
+  void lay() const {
+    fs::remove_all(root());
+    auto options = world::small();
+    options.volumes = 3;
+    make(options);
+    open().record(first_volume, main_stream, now, 1);
+  }
+
+  fs::path place(std::int64_t volume_id) const { return storage(volume_id) / hour_folder / unit; }
+
+  void put(fs::path const& file, std::int64_t volume_id) const {
+    fs::create_directory(place(volume_id).parent_path());
+    fs::copy_file(file, place(volume_id));
+  }
+
+  std::string shown() const { return hour_folder + "/" + unit; }
+
+  // Nothing is touched, and no period goes.
+  void expect_left(strings const& lines) const {
+    auto const before = world::tree_of(root());
+    auto const periods = open().periods().size();
+    EXPECT_EQ(lines, repair());
+    EXPECT_EQ(strings(), world::differences(before, world::tree_of(root())));
+    EXPECT_EQ(periods, open().periods().size());
+  }
+
+  strings findings_of(std::string const& wanted) const {
+    auto found = findings();
+    found.erase(std::remove_if(found.begin(), found.end(),
+                               [&](auto const& line) { return line.rfind(wanted + ": ", 0) != 0; }),
+                found.end());
+    return found;
+  }
+
+  static constexpr std::int64_t third_volume = 3;
+  std::string const hour_folder = lab::hour_folder_name(0, 4, 0, now);
+  std::string const unit = "unit000001";
+};
+
+TEST_F(repair_of_three, a_recording_with_two_files_elsewhere_leaves_both) {
+  put(place(first_volume), second_volume);
+  put(place(first_volume), third_volume);
+  fs::remove(place(first_volume));
+  EXPECT_EQ((strings{"wrong-volume: volume vol2: " + shown() + " may be of volume vol1",
+                     "wrong-volume: volume vol3: " + shown() + " may be of volume vol1"}),
+            findings_of("wrong-volume"));
+  expect_left({"left: volume vol1: unit " + unit + " of " + hour_folder +
+               ": which of these files it is cannot be told: vol2/" + shown() + " vol3/" +
+               shown()});
+}
+
+TEST_F(repair_of_three, a_recording_that_two_volumes_lack_leaves_both_without) {
+  open().record(second_volume, main_stream, now, 1);
+  ASSERT_TRUE(fs::exists(place(second_volume)));
+  put(place(first_volume), third_volume);
+  fs::remove(place(first_volume));
+  fs::remove(place(second_volume));
+  EXPECT_EQ((strings{"wrong-volume: volume vol3: " + shown() + " may be of volume vol1",
+                     "wrong-volume: volume vol3: " + shown() + " may be of volume vol2"}),
+            findings_of("wrong-volume"));
+  auto const doubt = " of " + hour_folder + ": whether this file is it cannot be told: vol3/";
+  expect_left({"left: volume vol1: unit " + unit + doubt + shown(),
+               "left: volume vol2: unit " + unit + doubt + shown()});
+}
+
+TEST_F(repair_of_three, a_recording_with_two_names_elsewhere_brings_it_back) {
+  put(place(first_volume), second_volume);
+  fs::remove(place(first_volume));
+  fs::create_directory(place(third_volume).parent_path());
+  fs::create_hard_link(place(second_volume), place(third_volume));
+  EXPECT_EQ((strings{"wrong-volume: volume vol2: " + shown() + " is of volume vol1",
+                     "wrong-volume: volume vol3: " + shown() + " is of volume vol1"}),
+            findings_of("wrong-volume"));
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_TRUE(fs::exists(place(first_volume)));
+  EXPECT_FALSE(fs::exists(place(second_volume)));
+  EXPECT_FALSE(fs::exists(place(third_volume)));
+  EXPECT_EQ(1U, open().periods().size());
+}
+
+// As a stop in the middle of bringing it back leaves it: the other volume's unit
+// of its name must not be made of it.
+TEST_F(repair_of_three, a_recording_with_a_second_name_elsewhere_removes_that) {
+  fs::remove(preallocate(second_volume) / unit);
+  fs::create_directory(place(second_volume).parent_path());
+  fs::create_hard_link(place(first_volume), place(second_volume));
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_EQ(1U, fs::hard_link_count(place(first_volume)));
+}
+
+// Whether it is the recording is not known as long as it cannot be read.
+TEST_F(repair_of_three, a_file_that_cannot_be_read_leaves_the_unit) {
+  fs::remove_all(root());
+  somebody const without_rights(root().parent_path());
+  lay();
+  put(place(first_volume), third_volume);
+  fs::remove(place(first_volume));
+  fs::permissions(place(third_volume), fs::perms(0));
+  auto const lines = repair();
+  EXPECT_EQ(strings{"left: volume vol1: unit " + unit + " of " + hour_folder +
+                    ": whether this file is it cannot be told: vol3/" + shown()},
+            lines);
+  EXPECT_EQ(1U, open().periods().size());
+  EXPECT_TRUE(fs::exists(place(third_volume)));
+  fs::permissions(place(third_volume), fs::perms(0644));
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_TRUE(fs::exists(place(first_volume)));
 }
 
 }  // namespace
