@@ -220,10 +220,10 @@ std::string damager::unmount() {
     return did + " has no identity";
   }
   if (how == "absent") {
-    auto const aside = folder_ / "unmounted";
+    auto const aside = folder_ / unmounted_folder;
     fs::create_directory(aside);
     fs::rename(place_.path, aside / place_.folder_name);
-    return did + " lies in unmounted/" + place_.folder_name;
+    return did + " lies in " + unmounted_folder + "/" + place_.folder_name;
   }
   // The file is replaced, not written over, as one volume is by another.
   fs::remove(identity);

@@ -168,7 +168,9 @@ std::vector<stream> leaked_streams(database const& catalogue, std::int64_t volum
 }
 
 // Why what check() still finds of a class was left alone.
-char const* reason_for(std::string const& finding) {
+char const* reason_for(std::string const& finding, std::string const& place) {
+  if (finding == "unknown" && place == "recorder")
+    return "it belongs to no volume of this recorder";
   if (finding == "not-mounted") return "nothing on it is touched";
   if (finding == "corrupt") return "nothing is moved by a catalogue that is damaged";
   if (finding == "period") return "which side is right cannot be told";
@@ -181,8 +183,9 @@ char const* reason_for(std::string const& finding) {
 void explain(report const& findings, report& lines) {
   for (auto const& line : findings) {
     auto const end = line.find(": ");
-    char const* const reason = reason_for(line.substr(0, end));
-    if (reason != nullptr) lines.push_back("left: " + line.substr(end + 2) + ": " + reason);
+    auto const what = line.substr(end + 2);
+    char const* const reason = reason_for(line.substr(0, end), what.substr(0, what.find(": ")));
+    if (reason != nullptr) lines.push_back("left: " + what + ": " + reason);
   }
 }
 

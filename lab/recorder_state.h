@@ -10,6 +10,8 @@ namespace lab {
 inline constexpr char const* catalogue_file = "catalogue.db";
 inline constexpr char const* catalogue_journal_file = "catalogue.db-journal";
 inline constexpr char const* share_folder = "share";
+// Where damage on demand puts the folder of a volume that it makes absent.
+inline constexpr char const* unmounted_folder = "unmounted";
 inline constexpr std::int64_t catalogue_application = 0x53544c42;
 inline constexpr std::int64_t catalogue_format = 1;
 

@@ -83,6 +83,25 @@ TEST_F(check, finds_unknown_files_and_folders) {
             findings());
 }
 
+TEST_F(check, finds_what_belongs_to_no_volume) {
+  world::write_file(root() / "note", "");
+  fs::create_directory(root() / "old");
+  fs::create_directory(root() / "share" / "vol9");
+  world::write_file(root() / "share" / "top", "");
+  EXPECT_EQ(
+      (strings{"unknown: recorder: unknown file note", "unknown: recorder: unknown folder old",
+               "unknown: recorder: unknown file share/top",
+               "unknown: recorder: unknown folder share/vol9"}),
+      findings());
+}
+
+TEST_F(check, finds_no_stranger_in_a_volume_that_is_not_mounted) {
+  fs::rename(root() / "share" / "vol1", root().parent_path() / "elsewhere");
+  EXPECT_EQ(strings{"not-mounted: volume vol1: its identity is missing"}, findings());
+  fs::create_directory(root() / "share" / "vol1");
+  EXPECT_EQ(strings{"not-mounted: volume vol1: its identity is missing"}, findings());
+}
+
 TEST_F(check, finds_a_short_unit) {
   fs::resize_file(home() / "unit000005", 4096);
   EXPECT_EQ(
@@ -181,6 +200,8 @@ TEST_F(check, finds_a_period_without_a_storage_id) {
 }
 
 TEST_F(check, a_file_systems_own_folder_is_in_order) {
+  fs::create_directory(root() / "lost+found");
+  fs::create_directory(root() / "share" / "lost+found");
   fs::create_directory(root() / "share" / "vol1" / "lost+found");
   EXPECT_EQ(strings(), findings());
 }

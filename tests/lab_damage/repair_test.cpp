@@ -336,6 +336,12 @@ TEST_F(repair_of, an_unknown_folder_with_something_in_it_leaves_it) {
       "somebody's");
 }
 
+TEST_F(repair_of, what_belongs_to_no_volume_is_left_alone) {
+  fs::create_directories(root() / "share" / "vol9" / "FSU_1");
+  expect_untouched(
+      "left: recorder: unknown folder share/vol9: it belongs to no volume of this recorder");
+}
+
 // Its folder and its name alone do not tell whose a recording is.
 TEST_F(repair_of, a_file_with_another_beginning_is_not_taken_for_the_unit) {
   auto const unit = unit_in("recorded");
@@ -351,7 +357,7 @@ TEST_F(repair_of, a_file_with_another_beginning_is_not_taken_for_the_unit) {
 }
 
 TEST_F(repair_of, a_volume_without_its_storage_folder_leaves_it) {
-  fs::rename(storage(first_volume), root() / "kept");
+  fs::rename(storage(first_volume), root().parent_path() / "kept");
   expect_untouched(
       "left: volume vol1: storage folder is missing: whether its units are lost is not known until "
       "it is back");
