@@ -9,14 +9,28 @@
 
 namespace lab {
 
+bool is_set_aside(loose_file const& file) {
+  auto const lost = std::string(lost_folder);
+  return file.shown == lost || file.shown.rfind(lost + "/", 0) == 0;
+}
+
+std::string path_of(loose_file const& file) {
+  return file.volume->place.folder_name + "/" + file.shown;
+}
+
 namespace {
 
 constexpr std::size_t longest_head = 256;
+constexpr char const* any_name = "";
 
 struct read_file {
   loose_file file;
   std::optional<std::string> head;  // its first line; none when it cannot be read
 };
+
+bool is_in_folder_of_storage(loose_file const& file) {
+  return file.shown != file.name && !is_set_aside(file);
+}
 
 std::optional<std::string> first_line(folder const& in, std::string const& name) {
   auto text = beginning_of(in, name, longest_head);
@@ -24,45 +38,94 @@ std::optional<std::string> first_line(folder const& in, std::string const& name)
   return text;
 }
 
-// What lies in a volume elsewhere than in the places of its units.
+// What is looked at. Looking at all files takes long; that is what lies in
+// places of other units and in lost+found, too.
+enum class scope { out_of_place, all };
+
+// What lies in a volume and is not the recording that belongs where it lies.
 class loose_files {
  public:
-  explicit loose_files(surveyed_volume const& volume) : volume_(volume) {
-    for (auto const& unit : volume.found.units) add_files_of(unit);
-    for (auto const& each : volume.found.strangers) {
-      if (each.what == stranger::kind::entry) add(each.folder_path, each.name, each.shown);
+  loose_files(surveyed_volume const& volume, scope which) : volume_(volume), scope_(which) {
+    for (auto const& unit : volume.found.units) {
+      for (auto const& file : volume.found.files_of(unit.name)) add(unit, file);
     }
+    for (auto const& each : volume.found.strangers) {
+      if (each.what == stranger::kind::entry) add_any(each.folder_path, each.name, each.shown);
+    }
+    if (which == scope::all) add_all_in("", lost_folder, lost_folder);
   }
 
   std::vector<read_file> take() { return std::move(found_); }
 
  private:
-  void add_files_of(unit_row const& unit) {
-    for (auto const& file : volume_.found.files_of(unit.name)) {
-      bool const on_its_way = is_on_its_way(unit) && file.folder_name == preallocate_folder;
-      if (on_its_way || file.folder_name == unit.folder_name) continue;
-      add(storage_name(volume_.place) + "/" + file.folder_name, unit.name,
-          file.folder_name + "/" + unit.name);
-    }
+  void add(unit_row const& unit, unit_file const& file) {
+    bool const in_place = file.folder_name == unit.folder_name ||
+                          (is_on_its_way(unit) && file.folder_name == preallocate_folder);
+    if (in_place && scope_ == scope::out_of_place) return;
+    folder const in(volume_.place.path / storage_name(volume_.place) / file.folder_name);
+    auto head = first_line(in, unit.name);
+    if (in_place && unit.state == "recorded" && head == recording_head(file.folder_name, unit.name))
+      return;
+    found_.push_back({{&volume_, unit.name, file.folder_name + "/" + unit.name, in_place,
+                       file.device, file.number},
+                      std::move(head)});
   }
 
-  void add(std::string const& folder_path, std::string const& name, std::string const& shown) {
+  void add_any(std::string const& folder_path, std::string const& name, std::string const& shown) {
     folder const in(volume_.place.path / folder_path);
     auto const status = in.status(name);
     if (!status || !S_ISREG(status->st_mode)) return;
     found_.push_back(
-        {{&volume_, name, shown, status->st_dev, status->st_ino}, first_line(in, name)});
+        {{&volume_, name, shown, false, status->st_dev, status->st_ino}, first_line(in, name)});
+  }
+
+  // A folder that cannot be read may hold anything.
+  void add_all_in(std::string const& parent_path, std::string const& name,
+                  std::string const& shown) {
+    try {
+      auto const inside = folder::find(folder(volume_.place.path / parent_path), name);
+      if (!inside) return;
+      auto const path = (std::filesystem::path(parent_path) / name).string();
+      for (auto const& each : inside->names()) {
+        auto const shown_each = shown + "/" + each;
+        add_any(path, each, shown_each);
+        add_all_in(path, each, shown_each);
+      }
+    } catch (error const&) {
+      found_.push_back({{&volume_, any_name, shown, false, 0, 0}, std::nullopt});
+    }
   }
 
   surveyed_volume const& volume_;
+  scope scope_;
   std::vector<read_file> found_;
 };
+
+unit_file const* file_in_place(surveyed_volume const& home, unit_row const& unit) {
+  auto const& files = home.found.files_of(unit.name);
+  auto const found = std::find_if(files.begin(), files.end(), [&](unit_file const& each) {
+    return each.folder_name == unit.folder_name;
+  });
+  return found == files.end() ? nullptr : &*found;
+}
+
+// Where a recording is not in its place, it may be in another one's.
+scope needed_scope(std::vector<surveyed_volume> const& volumes) {
+  for (auto const& volume : volumes) {
+    if (!volume.found.has_storage) continue;
+    for (auto const& unit : volume.found.units) {
+      if (unit.state == "recorded" && file_in_place(volume, unit) == nullptr) return scope::all;
+    }
+  }
+  return scope::out_of_place;
+}
 
 class search {
  public:
   explicit search(std::vector<surveyed_volume> const& volumes) {
+    auto const which = needed_scope(volumes);
     for (auto const& volume : volumes) {
-      for (auto& each : loose_files(volume).take()) {
+      for (auto& each : loose_files(volume, which).take()) {
         (each.head ? by_head_[*each.head] : unreadable_[each.file.name])
             .push_back(std::move(each.file));
       }
@@ -96,9 +159,12 @@ class search {
   void look_for(surveyed_volume const& home, unit_row const& unit) {
     if (unit.state != "recorded") return;
     auto files = files_in(by_head_, key_of(unit));
-    auto const unread = files_in(unreadable_, unit.name);
+    auto unread = files_in(unreadable_, unit.name);
+    auto const unknown = files_in(unreadable_, any_name);
+    unread.insert(unread.end(), unknown.begin(), unknown.end());
     files.insert(files.end(), unread.begin(), unread.end());
     auto const* const in_place = file_in_place(home, unit);
+    if (in_place != nullptr) remove_those_in_place(files);
     if (files.empty()) {
       if (in_place == nullptr) ++homes_[key_of(unit)];
     } else if (in_place != nullptr && holds_recording(home, unit)) {
@@ -108,6 +174,13 @@ class search {
       bool const is_certain = in_place == nullptr && unread.empty() && are_it(files, home, unit);
       found_.push_back({&home, &unit, std::move(files), is_certain});
     }
+  }
+
+  // Whether recordings have changed their places is not looked at.
+  static void remove_those_in_place(std::vector<loose_file>& files) {
+    files.erase(std::remove_if(files.begin(), files.end(),
+                               [](loose_file const& each) { return each.in_place; }),
+                files.end());
   }
 
   // What a stop between the two steps of bringing a unit back leaves.
@@ -123,14 +196,6 @@ class search {
     found_.push_back({&home, &unit, std::move(files), true});
   }
 
-  static unit_file const* file_in_place(surveyed_volume const& home, unit_row const& unit) {
-    auto const& files = home.found.files_of(unit.name);
-    auto const found = std::find_if(files.begin(), files.end(), [&](unit_file const& each) {
-      return each.folder_name == unit.folder_name;
-    });
-    return found == files.end() ? nullptr : &*found;
-  }
-
   static bool holds_recording(surveyed_volume const& home, unit_row const& unit) {
     folder const in(home.place.path / storage_name(home.place) / unit.folder_name);
     return first_line(in, unit.name) == key_of(unit);
@@ -144,8 +209,9 @@ class search {
                      unit_row const& unit) {
     auto const& first = files.front();
     return std::all_of(files.begin(), files.end(), [&](loose_file const& each) {
-      bool const bears_name =
-          each.volume == &home ? each.name == unit.name : each.shown == in_its_folder(unit);
+      bool const bears_name = each.volume == &home
+                                  ? each.name == unit.name && is_in_folder_of_storage(each)
+                                  : each.shown == in_its_folder(unit);
       return bears_name && each.device == first.device && each.number == first.number;
     });
   }
@@ -160,6 +226,17 @@ class search {
 
 std::vector<displaced_unit> displaced_units(std::vector<surveyed_volume> const& volumes) {
   return search(volumes).take();
+}
+
+std::vector<loose_recording> loose_recordings(std::vector<surveyed_volume> const& volumes) {
+  std::vector<loose_recording> found;
+  for (auto const& volume : volumes) {
+    for (auto& each : loose_files(volume, scope::all).take()) {
+      auto const head = each.head.value_or("");
+      found.push_back({std::move(each.file), head.substr(0, head.find('/'))});
+    }
+  }
+  return found;
 }
 
 }  // namespace lab

@@ -10,14 +10,20 @@
 
 namespace lab {
 
-// A file that lies where no unit of its volume belongs.
+// A file that is not the recording of a unit that belongs where it lies.
 struct loose_file {
   surveyed_volume const* volume;
   std::string name;
-  std::string shown;  // from the storage folder
+  std::string shown;  // from the storage folder, in lost+found from the volume's
+  bool in_place;      // where its volume's unit of that name belongs
   dev_t device;
   ino_t number;
 };
+
+bool is_set_aside(loose_file const& file);
+
+// From the folder of the volumes.
+std::string path_of(loose_file const& file);
 
 // A recorded unit whose recording is not in its place, and the files that may
 // be it: they begin as it does, or cannot be read. Also one that is, and has a
@@ -35,5 +41,15 @@ struct displaced_unit {
 // In the order of the volumes and of their units. The surveys must outlive the
 // answer.
 std::vector<displaced_unit> displaced_units(std::vector<surveyed_volume> const& volumes);
+
+// A file and the folder with whose name it begins; empty when it begins with
+// none or cannot be read.
+struct loose_recording {
+  loose_file file;
+  std::string hour_folder;
+};
+
+// All files that are not the recordings of units that belong where they lie.
+std::vector<loose_recording> loose_recordings(std::vector<surveyed_volume> const& volumes);
 
 }  // namespace lab

@@ -2,10 +2,12 @@
 #include <algorithm>
 #include <limits>
 #include <list>
+#include <set>
 #include <utility>
 
 #include "lab/catalogue_check.h"
 #include "lab/catalogue_journal.h"
+#include "lab/layout.h"
 #include "lab/recorder_state.h"
 #include "lab/volume_repair.h"
 
@@ -46,41 +48,50 @@ bool attempt(volume_repair const& on, report& lines, Operation const& operation)
   }
 }
 
-void bring_displaced_back(database const& catalogue, std::vector<volume_repair*> const& repairs) {
+using repairs = std::vector<volume_repair*>;
+
+std::vector<surveyed_volume> survey_all(database const& catalogue, repairs const& volumes) {
   std::vector<surveyed_volume> surveyed;
-  surveyed.reserve(repairs.size());
-  for (auto const* const each : repairs) {
+  surveyed.reserve(volumes.size());
+  for (auto const* const each : volumes) {
     surveyed.push_back({each->place(), survey(catalogue, each->place())});
   }
+  return surveyed;
+}
+
+// Gives the volumes on which something can be done.
+repairs finish_all_moves(std::list<locked_repair>& volumes, report& lines) {
+  repairs reachable;
+  for (auto& [lock, repair] : volumes) {
+    auto& one = repair;
+    if (attempt(one, lines, [&one] { return one.finish_moves(); })) reachable.push_back(&one);
+  }
+  return reachable;
+}
+
+void bring_displaced_back(database const& catalogue, repairs const& volumes) {
+  auto const surveyed = survey_all(catalogue, volumes);
   auto const repair_of = [&](surveyed_volume const* which) -> volume_repair& {
-    return *repairs[static_cast<std::size_t>(which - surveyed.data())];
+    return *volumes[static_cast<std::size_t>(which - surveyed.data())];
   };
   for (auto const& each : displaced_units(surveyed)) {
     auto& home = repair_of(each.home);
-    if (!each.is_certain) {
-      home.leave(each);
-      for (auto const& file : each.files) repair_of(file.volume).leave_alone(file.name);
-      continue;
-    }
+    if (!each.is_certain) home.leave(each);
     for (auto const& file : each.files) {
-      if (file.volume != each.home) home.bring_back(*each.unit, repair_of(file.volume));
+      auto& host = repair_of(file.volume);
+      if (each.is_certain) {
+        if (&host != &home) home.bring_back(*each.unit, host);
+      } else if (!is_set_aside(file)) {
+        host.leave_alone(file.name);
+      }
     }
   }
 }
 
 // Gives the ids of the volumes on which every unit has its place.
-std::vector<std::int64_t> mend_volumes(database& catalogue, std::list<locked_repair>& volumes,
-                                       std::size_t all_volumes, report& lines) {
-  std::vector<volume_repair*> reachable;
-  for (auto& [lock, repair] : volumes) {
-    auto& one = repair;
-    if (attempt(one, lines, [&one] { return one.finish_moves(); })) reachable.push_back(&one);
-  }
-  bring_displaced_back(catalogue, reachable);
-  auto const others =
-      reachable.size() == all_volumes ? elsewhere::all_seen : elsewhere::some_unseen;
+std::vector<std::int64_t> mend_volumes(repairs const& volumes, elsewhere others, report& lines) {
   std::vector<std::int64_t> settled;
-  for (auto* const each : reachable) {
+  for (auto* const each : volumes) {
     bool const done = attempt(*each, lines, [each, others] {
       each->mend(others);
       return each->is_settled();
@@ -113,11 +124,24 @@ std::vector<named_period> attributable_periods(database const& catalogue) {
   return named_periods(query);
 }
 
+struct emptied_period {
+  named_period known;
+  std::set<std::string> hour_folders;
+};
+
+std::set<std::string> hour_folders_of(statement const& row, std::int64_t end_ms) {
+  std::set<std::string> found;
+  for (auto hour = hour_of(row.integer(4)); hour < end_ms; hour += hour_milliseconds) {
+    found.insert(hour_folder_name(row.integer32(1), row.integer32(2), row.integer32(3), hour));
+  }
+  return found;
+}
+
 // Periods that have lost all their units on the volume that they name. Where
 // units of the stream without a period lie in its hours, those may be its own.
-std::vector<named_period> emptied_periods(database const& catalogue) {
+std::vector<emptied_period> emptied_periods(database const& catalogue) {
   statement query(catalogue,
-                  "SELECT p.id, c.number, p.recording_type, p.stream, p.start_ms, v.id"
+                  "SELECT p.id, c.number, p.recording_type, p.stream, p.start_ms, v.id, p.end_ms"
                   "  FROM period p JOIN channel c ON c.id = p.channel_id"
                   "                JOIN volume v ON v.sid_text = p.storage_id"
                   "  WHERE NOT EXISTS (SELECT 1 FROM unit u WHERE u.period_id = p.id)"
@@ -128,10 +152,41 @@ std::vector<named_period> emptied_periods(database const& catalogue) {
                   "          AND u.period_id IS NULL"
                   "          AND u.hour_ms < p.end_ms AND u.hour_ms + 3600000 > p.start_ms)"
                   "  ORDER BY p.id");
-  return named_periods(query);
+  std::vector<emptied_period> found;
+  while (query.next()) {
+    found.push_back({{query.integer(0), name_of_period(query), query.integer(5)},
+                     hour_folders_of(query, query.integer(6))});
+  }
+  return found;
 }
 
-void mend_periods(database& catalogue, std::vector<std::int64_t> const& settled, report& lines) {
+// Those of the periods of which nothing is left anywhere. A file that begins as
+// a recording of their hours may be theirs, wherever it lies.
+std::vector<named_period> lost_periods(database const& catalogue, repairs const& volumes,
+                                       report& lines) {
+  auto const emptied = emptied_periods(catalogue);
+  if (emptied.empty()) return {};
+  auto const surveyed = survey_all(catalogue, volumes);
+  auto const loose = loose_recordings(surveyed);
+  std::vector<named_period> lost;
+  for (auto const& [period, hour_folders] : emptied) {
+    auto const& hours = hour_folders;
+    auto const found = std::find_if(loose.begin(), loose.end(), [&](auto const& each) {
+      return hours.count(each.hour_folder) > 0;
+    });
+    if (found == loose.end()) {
+      lost.push_back(period);
+    } else {
+      lines.push_back("left: " + period.name + ": " + path_of(found->file) +
+                      " begins as a recording of its hours");
+    }
+  }
+  return lost;
+}
+
+// Drops those that are lost.
+void mend_periods(database& catalogue, std::vector<named_period> const& lost,
+                  std::vector<std::int64_t> const& settled, report& lines) {
   auto const is_settled = [&](named_period const& each) {
     return std::find(settled.begin(), settled.end(), each.volume_id) != settled.end();
   };
@@ -146,7 +201,7 @@ void mend_periods(database& catalogue, std::vector<std::int64_t> const& settled,
     done.push_back("mended: " + each.name + ": has the storage id of its units' volume again");
   }
   statement drop(catalogue, "DELETE FROM period WHERE id = ?");
-  for (auto const& each : emptied_periods(catalogue)) {
+  for (auto const& each : lost) {
     if (!is_settled(each)) continue;
     drop.with(each.id).run();
     done.push_back("mended: " + each.name + ": dropped, as nothing of it is left");
@@ -222,8 +277,13 @@ void recorder::repair_all(std::vector<std::string>& lines) {
   {
     auto const places = places_of(catalogue, state_->folder);
     auto locked = lock_mounted(catalogue, places, unit_mb(), state_->patience, lines);
-    settled = mend_volumes(catalogue, locked, places.size(), lines);
-    mend_periods(catalogue, settled, lines);
+    auto const volumes = finish_all_moves(locked, lines);
+    bring_displaced_back(catalogue, volumes);
+    bool const all_seen = volumes.size() == places.size();
+    settled = mend_volumes(volumes, all_seen ? elsewhere::all_seen : elsewhere::some_unseen, lines);
+    auto const lost =
+        all_seen ? lost_periods(catalogue, volumes, lines) : std::vector<named_period>();
+    mend_periods(catalogue, lost, settled, lines);
   }
   span const always{std::numeric_limits<std::int64_t>::min(),
                     std::numeric_limits<std::int64_t>::max()};

@@ -117,7 +117,7 @@ void volume_repair::leave(displaced_unit const& unit) {
                      (unit.files.size() == 1 ? ": whether this file is it cannot be told:"
                                              : ": which of these files it is cannot be told:");
   for (auto const& file : unit.files) {
-    text.append(" ").append(file.volume->place.folder_name).append("/").append(file.shown);
+    text.append(" ").append(path_of(file));
   }
   left(text);
 }
@@ -190,7 +190,8 @@ bool volume_repair::leave_what_may_be_elsewheres(unit_row const& unit,
   auto const own_place = find_in(files, unit.folder_name);
   for (auto const& file : files) {
     if (own_place != files.end() && is_same_file(file, *own_place)) continue;
-    if (is_unused(file, unit.name) || begins_as(unit, file)) continue;
+    if (is_unused(file, unit.name)) continue;
+    if (unit.state == "recorded" && begins_with(file, unit.folder_name, unit.name)) continue;
     leave_alone(unit.name);
     left("unit " + unit.name + ": " + file.folder_name + "/" + unit.name +
          " may be of a volume that is not mounted");
@@ -204,20 +205,22 @@ bool volume_repair::is_unused(unit_file const& file, std::string const& name) co
   return text && (text->empty() || text->front() == '\0');
 }
 
-bool volume_repair::begins_as(unit_row const& unit, unit_file const& file) const {
-  if (unit.state != "recorded") return false;
-  auto const head = recording_head(unit.folder_name, unit.name);
-  return beginning_of(folder(storage() / file.folder_name), unit.name, head.size()) == head;
+bool volume_repair::begins_with(unit_file const& file, std::string const& hour_folder,
+                                std::string const& name) const {
+  auto const head = recording_head(hour_folder, name);
+  return beginning_of(folder(storage() / file.folder_name), name, head.size()) == head;
 }
 
 // A recording begins with its head. What else is in preallocate under the name
-// of a recorded unit is no more the recording than nothing would be.
+// of a recorded unit is no more the recording than nothing would be, and a
+// recording in its own hour is no free unit, whatever the catalogue says.
 std::vector<unit_file> volume_repair::files_that_may_be(unit_row const& unit,
                                                         std::vector<unit_file> const& files) const {
-  if (unit.state != "recorded") return files;
   std::vector<unit_file> found;
-  std::copy_if(files.begin(), files.end(), std::back_inserter(found),
-               [&](unit_file const& each) { return begins_as(unit, each); });
+  std::copy_if(files.begin(), files.end(), std::back_inserter(found), [&](unit_file const& each) {
+    return unit.state == "recorded" ? begins_with(each, unit.folder_name, unit.name)
+                                    : !begins_with(each, each.folder_name, unit.name);
+  });
   return found;
 }
 
@@ -232,12 +235,12 @@ void volume_repair::give_up(unit_row const& unit, std::vector<unit_file> const& 
     if (file.folder_name == preallocate_folder && is_unused(file, unit.name)) continue;
     auto const where = set_aside(file, unit.name);
     mended("set aside " + file.folder_name + "/" + unit.name +
-           ", which holds no recording of its unit, in " + where);
+           ", as it is not what its unit should hold, in " + where);
   }
   set_state(unit, "bad");
   mended("unit " + unit.name +
          (files.empty() ? " was found nowhere and is bad now"
-                        : " was found without its recording and is bad now"));
+                        : " was found in no file of its name and is bad now"));
 }
 
 void volume_repair::keep_one(unit_row const& unit, std::vector<unit_file> const& files,

@@ -75,7 +75,8 @@ class volume_repair {
 
   std::filesystem::path storage() const;
   bool is_unused(unit_file const& file, std::string const& name) const;
-  bool begins_as(unit_row const& unit, unit_file const& file) const;
+  bool begins_with(unit_file const& file, std::string const& hour_folder,
+                   std::string const& name) const;
   std::vector<unit_file> files_that_may_be(unit_row const& unit,
                                            std::vector<unit_file> const& files) const;
   bool is_left_alone(unit_row const& unit) const;

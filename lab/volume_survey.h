@@ -19,7 +19,7 @@ namespace lab {
 inline constexpr std::int64_t megabyte = std::int64_t{1024} * 1024;
 
 // Where what nobody knows is set aside, in the volume's folder. A file system of
-// its own has a folder by this name too; nothing in it is looked at.
+// its own has a folder by this name too; nothing in it is a finding.
 inline constexpr char const* lost_folder = "lost+found";
 
 struct unit_row {

@@ -1,4 +1,5 @@
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -218,8 +219,9 @@ TEST_F(repair_of, a_recorded_unit_with_an_unused_file_in_preallocate_gives_it_up
   fs::remove(hour_folder / unit);
   world::write_file(home() / unit, std::string(unit_bytes, '\0'));
   auto const lines = repair();
-  EXPECT_EQ("mended: volume vol1: unit " + unit + " was found without its recording and is bad now",
-            lines.at(0));
+  EXPECT_EQ(
+      "mended: volume vol1: unit " + unit + " was found in no file of its name and is bad now",
+      lines.at(0));
   EXPECT_EQ(strings(), findings());
   EXPECT_EQ(periods - 1, open().periods().size());
   EXPECT_FALSE(fs::exists(hour_folder));
@@ -437,6 +439,37 @@ class somebody {
   static constexpr uid_t nobody = 65534;
 };
 
+// A folder on another file system than the given one; empty when none is found.
+class folder_elsewhere {
+ public:
+  explicit folder_elsewhere(fs::path const& than) {
+    for (fs::path const& each :
+         {fs::current_path(), fs::path("/tmp"), fs::path("/var/tmp"), fs::path("/dev/shm")}) {
+      if (device_of(each) == device_of(than)) continue;
+      auto text = (each / "lab-elsewhere-XXXXXX").string();
+      if (mkdtemp(text.data()) == nullptr) continue;
+      path_ = text;
+      return;
+    }
+  }
+  ~folder_elsewhere() {
+    std::error_code ignored;
+    if (!path_.empty()) fs::remove_all(path_, ignored);
+  }
+  folder_elsewhere(folder_elsewhere const&) = delete;
+  folder_elsewhere& operator=(folder_elsewhere const&) = delete;
+
+  fs::path const& path() const { return path_; }
+
+ private:
+  static dev_t device_of(fs::path const& folder) {
+    struct stat status {};
+    return stat(folder.c_str(), &status) == 0 ? status.st_dev : 0;
+  }
+
+  fs::path path_;
+};
+
 // Three volumes, of which the first has one recording, in one unit.
 class repair_of_three : public repair_of {
  protected:
@@ -532,6 +565,96 @@ TEST_F(repair_of_three, a_recording_with_a_second_name_elsewhere_removes_that) {
   repair();
   EXPECT_EQ(strings(), findings());
   EXPECT_EQ(1U, fs::hard_link_count(place(first_volume)));
+}
+
+TEST_F(repair_of_three, a_recording_outside_the_storage_folder_leaves_it) {
+  fs::rename(place(first_volume), volume_folder() / unit);
+  expect_left({"left: volume vol1: unit " + unit + " of " + hour_folder +
+               ": whether this file is it cannot be told: vol1/" + unit});
+}
+
+TEST_F(repair_of_three, a_recording_in_the_place_of_another_leaves_it) {
+  open().record(third_volume, {2, 4, 0}, now, 1);
+  auto const other = lab::hour_folder_name(1, 4, 0, now) + "/" + unit;
+  ASSERT_TRUE(fs::exists(storage(third_volume) / other));
+  fs::rename(place(first_volume), storage(third_volume) / other);
+  expect_left({"left: volume vol1: unit " + unit + " of " + hour_folder +
+               ": whether this file is it cannot be told: vol3/" + other});
+}
+
+TEST_F(repair_of_three, a_recording_that_was_set_aside_is_not_given_up) {
+  auto const lost = root() / "share/vol3/lost+found/preallocate";
+  fs::create_directories(lost);
+  fs::rename(place(first_volume), lost / unit);
+  expect_left({"left: volume vol1: unit " + unit + " of " + hour_folder +
+               ": whether this file is it cannot be told: vol3/lost+found/preallocate/" + unit});
+}
+
+TEST_F(repair_of_three, a_lost_and_found_that_cannot_be_read_may_hold_it) {
+  fs::remove_all(root());
+  somebody const without_rights(root().parent_path());
+  lay();
+  fs::remove(place(first_volume));
+  auto const lost = root() / "share/vol3/lost+found";
+  fs::create_directory(lost);
+  fs::permissions(lost, fs::perms(0));
+  EXPECT_EQ(strings{"left: volume vol1: unit " + unit + " of " + hour_folder +
+                    ": whether this file is it cannot be told: vol3/lost+found"},
+            repair());
+  fs::permissions(lost, fs::perms(0755));
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_EQ(0U, open().periods().size());
+}
+
+// The catalogue says that it is free, the file that it is recorded.
+TEST_F(repair_of_three, a_recording_that_only_its_period_remembers_is_not_given_up) {
+  tamper(
+      "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL, stream = NULL,"
+      "                hour_ms = NULL, period_id = NULL WHERE state = 'recorded'");
+  auto const period = "period 1 " + hour_folder;
+  auto const kept = shares();
+  auto const lines = repair();
+  EXPECT_EQ("mended: volume vol1: set aside " + shown() +
+                ", as it is not what its unit should hold, in lost+found/" + hour_folder,
+            lines.at(0));
+  EXPECT_EQ(1, std::count(lines.begin(), lines.end(),
+                          "left: " + period + ": vol1/lost+found/" + shown() +
+                              " begins as a recording of its hours"));
+  EXPECT_EQ(strings{"period: " + period + ": its units are missing"}, findings());
+  expect_all_kept(kept);
+  fs::remove_all(volume_folder() / "lost+found");
+  repair();
+  EXPECT_EQ(strings(), findings());
+}
+
+TEST_F(repair_of_three, a_period_without_units_stays_while_a_volume_is_not_mounted) {
+  tamper("DELETE FROM unit WHERE volume_id = 1 AND state = 'recorded'");
+  fs::remove(place(first_volume));
+  damage({"unmounted", 1, "vol3", {}, {}, {}, {}, {}});
+  repair();
+  EXPECT_EQ(1U, open().periods().size());
+}
+
+TEST_F(repair_of_three, a_recording_on_another_file_system_leaves_it_there) {
+  folder_elsewhere const elsewhere(root());
+  if (elsewhere.path().empty()) GTEST_SKIP() << "there is no second file system to write to";
+  auto const volume = root() / "share" / "vol2";
+  fs::copy(volume, elsewhere.path() / "vol2", fs::copy_options::recursive);
+  fs::remove_all(volume);
+  fs::create_directory_symlink(elsewhere.path() / "vol2", volume);
+  put(place(first_volume), second_volume);
+  fs::remove(place(first_volume));
+  auto const kept = shares();
+  auto const on_volume = world::tree_of(volume);
+  strings const wanted{"left: volume vol1: unit " + unit + " stays on volume vol2: " +
+                       place(first_volume).string() + ": cannot link: Invalid cross-device link"};
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(wanted, repair());
+    EXPECT_EQ(strings(), world::differences(kept, shares()));
+    EXPECT_EQ(strings(), world::differences(on_volume, world::tree_of(volume)));
+    EXPECT_EQ(1U, open().periods().size());
+  }
 }
 
 // Whether it is the recording is not known as long as it cannot be read.
