@@ -211,11 +211,20 @@ void mend_periods(database& catalogue, std::vector<named_period> const& lost,
   lines.insert(lines.end(), done.begin(), done.end());
 }
 
+// Streams with leaked units on the volume. Where one lies in the hours of a
+// period without units, of whichever volume, it may be the period's.
 std::vector<stream> leaked_streams(database const& catalogue, std::int64_t volume_id) {
   statement query(catalogue,
-                  "SELECT channel_id, recording_type, stream FROM unit"
-                  "  WHERE volume_id = ? AND state = 'recorded' AND period_id IS NULL"
-                  "  GROUP BY channel_id, recording_type, stream ORDER BY min(id)");
+                  "SELECT u.channel_id, u.recording_type, u.stream FROM unit u"
+                  "  WHERE u.volume_id = ? AND u.state = 'recorded' AND u.period_id IS NULL"
+                  "  GROUP BY u.channel_id, u.recording_type, u.stream"
+                  "  HAVING NOT max(EXISTS ("
+                  "    SELECT 1 FROM period p"
+                  "      WHERE p.channel_id = u.channel_id"
+                  "        AND p.recording_type = u.recording_type AND p.stream = u.stream"
+                  "        AND p.start_ms < u.hour_ms + 3600000 AND p.end_ms > u.hour_ms"
+                  "        AND NOT EXISTS (SELECT 1 FROM unit h WHERE h.period_id = p.id)))"
+                  "  ORDER BY min(u.id)");
   query.with(volume_id);
   std::vector<stream> found;
   while (query.next()) found.push_back({query.integer(0), query.integer32(1), query.integer32(2)});

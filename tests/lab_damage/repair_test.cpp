@@ -628,6 +628,17 @@ TEST_F(repair_of_three, a_recording_that_only_its_period_remembers_is_not_given_
   EXPECT_EQ(strings(), findings());
 }
 
+// It may be the period's, although the period names another volume.
+TEST_F(repair_of_three, a_leaked_unit_in_the_hour_of_a_period_without_units_leaves_it) {
+  tamper("UPDATE unit SET period_id = NULL");
+  tamper("UPDATE period SET storage_id = (SELECT sid_text FROM volume WHERE id = 2)");
+  ASSERT_EQ((strings{"leak", "period"}), classes());
+  auto const kept = shares();
+  repair();
+  EXPECT_EQ(strings(), world::differences(kept, shares()));
+  EXPECT_EQ((strings{"leak", "period"}), classes());
+}
+
 TEST_F(repair_of_three, a_period_without_units_stays_while_a_volume_is_not_mounted) {
   tamper("DELETE FROM unit WHERE volume_id = 1 AND state = 'recorded'");
   fs::remove(place(first_volume));
