@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +12,7 @@
 #include <future>
 #include <regex>
 #include <sstream>
+#include <system_error>
 
 #include "bench.h"
 #include "lab/layout.h"
@@ -261,7 +263,9 @@ TEST_F(stlab, make_makes_a_sound_recorder_without_a_bar_when_nobody_watches) {
 
 TEST_F(stlab, the_bar_of_make_on_a_terminal_gets_to_its_end) {
   int const terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-  ASSERT_GE(terminal, 0);
+  if (terminal < 0) {
+    GTEST_SKIP() << "no terminal can be had here: " << std::generic_category().message(errno);
+  }
   ASSERT_EQ(0, ::grantpt(terminal));
   ASSERT_EQ(0, ::unlockpt(terminal));
   std::string const name = ::ptsname(terminal);
