@@ -6,6 +6,7 @@
 #include "lab/catalogue_journal.h"
 #include "lab/displaced_units.h"
 #include "lab/recorder_state.h"
+#include "lab/shared_units.h"
 
 namespace lab {
 
@@ -25,6 +26,12 @@ void add_displaced(std::vector<surveyed_volume> const& volumes, findings& lines)
                       (each.is_certain ? " is of volume " : " may be of volume ") +
                       each.home->place.folder_name);
     }
+  }
+}
+
+void add_shared(std::vector<surveyed_volume> const& volumes, findings& lines) {
+  for (auto const& each : shared_units(volumes)) {
+    lines.push_back("duplicate: volume " + each.volume->place.folder_name + ": " + text_of(each));
   }
 }
 
@@ -75,6 +82,7 @@ void recorder::check_against_folders(std::vector<std::string>& lines) const {
     check_volume(mounted.back(), state_->unit_mb, lines);
   }
   add_displaced(mounted, lines);
+  add_shared(mounted, lines);
   check_periods(catalogue, lines);
 }
 

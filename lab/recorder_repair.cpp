@@ -69,6 +69,20 @@ repairs finish_all_moves(std::list<locked_repair>& volumes, report& lines) {
   return reachable;
 }
 
+void part_shared(database const& catalogue, repairs const& volumes, report& lines) {
+  auto const surveyed = survey_all(catalogue, volumes);
+  auto const repair_of = [&](surveyed_volume const* which) -> volume_repair& {
+    return *volumes[static_cast<std::size_t>(which - surveyed.data())];
+  };
+  for (auto const& each : shared_units(surveyed)) {
+    auto& volume = repair_of(each.volume);
+    attempt(volume, lines, [&] {
+      volume.part(each, repair_of(each.other_volume));
+      return true;
+    });
+  }
+}
+
 void bring_displaced_back(database const& catalogue, repairs const& volumes) {
   auto const surveyed = survey_all(catalogue, volumes);
   auto const repair_of = [&](surveyed_volume const* which) -> volume_repair& {
@@ -287,6 +301,7 @@ void recorder::repair_all(std::vector<std::string>& lines) {
     auto const places = places_of(catalogue, state_->folder);
     auto locked = lock_mounted(catalogue, places, unit_mb(), state_->patience, lines);
     auto const volumes = finish_all_moves(locked, lines);
+    part_shared(catalogue, volumes, lines);
     bring_displaced_back(catalogue, volumes);
     bool const all_seen = volumes.size() == places.size();
     settled = mend_volumes(volumes, all_seen ? elsewhere::all_seen : elsewhere::some_unseen, lines);

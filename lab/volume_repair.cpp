@@ -12,23 +12,26 @@ namespace lab {
 
 namespace {
 
-bool is_one_file(folder const& left, folder const& right, std::string const& name) {
+bool is_one_file(folder const& left, std::string const& name, folder const& right,
+                 std::string const& other_name) {
   auto const one = left.status(name);
-  auto const other = right.status(name);
+  auto const other = right.status(other_name);
   return one && other && one->st_dev == other->st_dev && one->st_ino == other->st_ino;
 }
 
 // Links a file into another folder, durably, unless it is there already; false
 // when another file has its name there.
 bool link_durably(folder const& from, folder const& to, std::string const& name) {
-  if (!steps::link_file(from, to, name) && !is_one_file(from, to, name)) return false;
+  if (!steps::link_file(from, to, name) && !is_one_file(from, name, to, name)) return false;
   steps::sync_folder(to);
   return true;
 }
 
-// Takes a name from a file that has it in `kept` too.
-void drop_name(folder const& from, folder const& kept, std::string const& name) {
-  if (!is_one_file(from, kept, name)) throw error((from.path() / name).string() + ": changed");
+// Takes a name from a file that has `kept_name` too.
+void drop_name(folder const& from, std::string const& name, folder const& kept,
+               std::string const& kept_name) {
+  if (!is_one_file(from, name, kept, kept_name))
+    throw error((from.path() / name).string() + ": changed");
   steps::remove_file(from, name);
   steps::sync_folder(from);
 }
@@ -93,12 +96,24 @@ bool volume_repair::finish_moves() {
   return true;
 }
 
+void volume_repair::part(shared_unit const& which, volume_repair& other) {
+  if (which.unit->state != "free") {
+    leave_alone(which.unit->name);
+    other.leave_alone(which.other->name);
+    left(text_of(which) + ": which of them it is cannot be told");
+    return;
+  }
+  drop_name(folder(storage() / which.unit->folder_name), which.unit->name,
+            folder(other.storage() / which.other->folder_name), which.other->name);
+  mended(text_of(which) + ": has none any more");
+}
+
 void volume_repair::bring_back(unit_row const& unit, volume_repair& host) {
   try {
     folder const from(host.storage() / unit.folder_name);
     folder const to = made_folder(folder(storage()), unit.folder_name);
     if (!link_durably(from, to, unit.name)) throw error("its place is taken");
-    drop_name(from, to, unit.name);
+    drop_name(from, unit.name, to, unit.name);
     mended("unit " + unit.name + " is back in " + unit.folder_name + " from volume " +
            host.place_.folder_name);
   } catch (busy_error const&) {
@@ -249,8 +264,8 @@ void volume_repair::keep_one(unit_row const& unit, std::vector<unit_file> const&
     if (file.folder_name == kept.folder_name) continue;
     auto const shown = file.folder_name + "/" + unit.name;
     if (is_same_file(file, kept)) {
-      drop_name(folder(storage() / file.folder_name), folder(storage() / kept.folder_name),
-                unit.name);
+      drop_name(folder(storage() / file.folder_name), unit.name,
+                folder(storage() / kept.folder_name), unit.name);
       mended("removed " + shown + ", a second name of the file in " + kept.folder_name);
     } else {
       auto const where = set_aside(file, unit.name);
@@ -265,7 +280,7 @@ void volume_repair::move_file(std::string const& name, std::string const& from,
   folder const target = made_folder(storage_folder, to);
   folder const source(storage() / from);
   if (!link_durably(source, target, name)) throw error(name + ": its place is taken");
-  drop_name(source, target, name);
+  drop_name(source, name, target, name);
 }
 
 void volume_repair::mend_size(unit_row const& unit, unit_file const& file) {
@@ -367,7 +382,7 @@ std::string volume_repair::set_aside(std::string const& folder_path, std::string
     auto const below = count == 1 ? base : base + "." + std::to_string(count);
     folder const to = made_folder(lost, below);
     if (!link_durably(from, to, name)) continue;
-    drop_name(from, to, name);
+    drop_name(from, name, to, name);
     return std::string(lost_folder) + "/" + below;
   }
 }

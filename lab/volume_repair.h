@@ -2,7 +2,8 @@
 // which a stop at any point leaves what the next repair finishes.
 //
 //  1. moves that were stopped midway are finished,
-//  2. recordings that lie on another volume are brought back,
+//  2. units that have one file between them are parted, and recordings that lie
+//     on another volume are brought back,
 //  3. units go where the catalogue says they are; further files by their names
 //     are set aside; a unit found nowhere becomes bad, and so does a recorded one
 //     whose files hold no recording of it,
@@ -19,6 +20,7 @@
 #include <vector>
 
 #include "lab/displaced_units.h"
+#include "lab/shared_units.h"
 
 namespace lab {
 
@@ -36,6 +38,10 @@ class volume_repair {
 
   // Step 1; false when the volume has no storage folder and nothing can be done.
   bool finish_moves();
+
+  // Step 2 for a unit of this volume: a free one goes without a file, others are
+  // left alone from then on, on both sides.
+  void part(shared_unit const& which, volume_repair& other);
 
   // Step 2 for one unit of this volume, which lies in its folder on another. A
   // failure leaves both sides alone from then on.

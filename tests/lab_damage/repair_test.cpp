@@ -305,6 +305,55 @@ TEST_F(repair_of, a_second_name_of_a_unit_is_removed_not_set_aside) {
   EXPECT_FALSE(fs::exists(volume_folder() / "lost+found"));
 }
 
+// What is recorded in the one would overwrite the other.
+TEST_F(repair_of, a_free_unit_with_another_one_s_file_gets_its_own) {
+  auto const free = unit_in("free");
+  auto const recorded = unit_in("recorded");
+  auto const other = preallocate(second_volume) / names(preallocate(second_volume)).front();
+  auto const before = world::tree_of(recorded.file.parent_path());
+  fs::remove(free.file);
+  fs::create_hard_link(recorded.file, free.file);
+  fs::remove(other);
+  fs::create_hard_link(recorded.file, other);
+  auto const shared =
+      " in preallocate is the file of unit " + recorded.name + " of volume vol1 too";
+  EXPECT_EQ((strings{"duplicate: volume vol1: unit " + free.name + shared,
+                     "duplicate: volume vol2: unit " + other.filename().string() + shared}),
+            findings());
+  repair();
+  EXPECT_EQ(strings(), findings());
+  for (auto const& file : {recorded.file, free.file, other}) {
+    EXPECT_EQ(1U, fs::hard_link_count(file)) << file;
+  }
+  EXPECT_EQ(strings(), world::differences(before, world::tree_of(recorded.file.parent_path())));
+}
+
+TEST_F(repair_of, free_units_with_one_file_keeps_the_first) {
+  auto const units = names(home());
+  ASSERT_LE(3U, units.size());
+  for (std::size_t each = 1; each < units.size(); ++each) {
+    fs::remove(home() / units[each]);
+    fs::create_hard_link(home() / units[0], home() / units[each]);
+  }
+  EXPECT_EQ(units.size() - 1, findings().size());
+  repair();
+  EXPECT_EQ(strings(), findings());
+  for (auto const& each : units) EXPECT_EQ(1U, fs::hard_link_count(home() / each));
+}
+
+TEST_F(repair_of, recorded_units_with_one_file_leaves_them) {
+  open().record(first_volume, {1, 4, 4}, now, 2);
+  auto const folder = lab::hour_folder_name(0, 4, 4, now);
+  auto const hour = storage(first_volume) / folder;
+  auto const units = names(hour);
+  ASSERT_EQ(2U, units.size());
+  fs::remove(hour / units[1]);
+  fs::create_hard_link(hour / units[0], hour / units[1]);
+  expect_untouched("left: volume vol1: unit " + units[1] + " in " + folder +
+                   " is the file of unit " + units[0] +
+                   " of volume vol1 too: which of them it is cannot be told");
+}
+
 TEST_F(repair_of, units_in_the_wrong_folder_brings_them_back) {
   auto const recorded = unit_in("recorded");
   auto const free = unit_in("free");
