@@ -132,7 +132,13 @@ void make_file_like(folder const& in, std::string const& other, std::string cons
 }
 
 void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes) {
-  allocate(create(in, name), in, name, bytes);
+  descriptor const made = create(in, name);
+  try {
+    allocate(made, in, name, bytes);
+  } catch (error const&) {
+    remove_tree(in, name);
+    throw;
+  }
 }
 
 void allocate_blocks(folder const& in, std::string const& name, std::int64_t bytes) {

@@ -34,7 +34,8 @@ void make_file(folder const& in, std::string const& name, std::string const& con
 // the same folder and, as far as it may be given away, its owner.
 void make_file_like(folder const& in, std::string const& other, std::string const& name);
 
-// Makes a file that is not there yet, all its blocks allocated.
+// Makes a file that is not there yet, all its blocks allocated. Nothing of it
+// stays on failure, as far as it can be removed.
 void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes);
 
 // Gives an existing file all blocks up to `bytes` and at least that length. What

@@ -137,7 +137,8 @@ class recorder {
   // of units that were stopped midway are finished first, except on volumes
   // where they cannot be. Whoever opens it, to read only as well, first undoes
   // a change of the catalogue that a crash cut short, which takes permission to
-  // write. `patience` is how long this and every later operation waits for
+  // write. Whoever writes also puts a missing journal of the catalogue back, if
+  // that can be. `patience` is how long this and every later operation waits for
   // somebody else.
   static recorder open(std::filesystem::path const& folder, access mode,
                        std::chrono::milliseconds patience = default_patience);

@@ -76,10 +76,18 @@ void recorder::check_against_folders(std::vector<std::string>& lines) const {
       lines.push_back("not-mounted: volume " + place.folder_name + ": " + reason_of(mounted_as));
       continue;
     }
-    // Nobody moves units while they are compared.
-    volume_lock const lock(place, volume_lock::kind::shared, state_->patience);
-    mounted.push_back({place, survey(catalogue, place)});
-    check_volume(mounted.back(), state_->unit_mb, lines);
+    try {
+      // Nobody moves units while they are compared.
+      volume_lock const lock(place, volume_lock::kind::shared, state_->patience);
+      mounted.push_back({place, survey(catalogue, place)});
+      check_volume(mounted.back(), state_->unit_mb, lines);
+    } catch (busy_error const&) {
+      throw;
+    } catch (database_error const&) {
+      throw;
+    } catch (error const& problem) {
+      lines.push_back("unreadable: volume " + place.folder_name + ": " + problem.what());
+    }
   }
   add_displaced(mounted, lines);
   add_shared(mounted, lines);

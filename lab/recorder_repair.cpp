@@ -289,8 +289,13 @@ std::vector<std::string> recorder::repair(std::filesystem::path const& folder) {
   if (lacked_journal && !journal_problem(opened.state_->catalogue)) {
     lines.emplace_back("mended: catalogue: its journal was put back");
   }
-  if (is_sound(opened.state_->catalogue)) opened.repair_all(lines);
-  explain(opened.check(), lines);
+  try {
+    if (is_sound(opened.state_->catalogue)) opened.repair_all(lines);
+    explain(opened.check(), lines);
+  } catch (error const& problem) {
+    if (lines.empty()) throw;
+    lines.push_back(std::string("left: all that was not reached: ") + problem.what());
+  }
   return lines;
 }
 

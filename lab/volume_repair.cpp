@@ -36,9 +36,12 @@ void drop_name(folder const& from, std::string const& name, folder const& kept,
   steps::sync_folder(from);
 }
 
+// A link to a folder is none: it may lead to another volume.
 folder made_folder(folder const& in, std::string const& name) {
   if (steps::make_folder(in, name)) steps::sync_folder(in);
-  return folder(in.path() / name);
+  auto made = folder::find(in, name);
+  if (!made) throw error((in.path() / name).string() + ": is no folder");
+  return std::move(*made);
 }
 
 bool are_one_file(std::vector<unit_file> const& files) {
@@ -144,21 +147,45 @@ bool volume_repair::is_settled() const { return left_alone_.empty(); }
 void volume_repair::mend(elsewhere others) {
   auto const whole = survey(catalogue_, place_);
   for (auto const& unit : whole.units) {
-    if (!is_left_alone(unit)) mend_place(unit, whole.files_of(unit.name), others);
+    if (is_left_alone(unit)) continue;
+    mend_unit(unit, [&] { mend_place(unit, whole.files_of(unit.name), others); });
   }
   auto const placed = survey(catalogue_, place_);
   for (auto const& unit : placed.units) {
     auto const& files = placed.files_of(unit.name);
     if (is_left_alone(unit) || unit.state == "bad" || files.size() != 1) continue;
-    if (files.front().folder_name == unit.folder_name) mend_size(unit, files.front());
+    if (files.front().folder_name != unit.folder_name) continue;
+    mend_unit(unit, [&] { mend_size(unit, files.front()); });
   }
   auto const sized = survey(catalogue_, place_);
-  for (auto const& each : sized.strangers) mend_stranger(each, others);
-  for (auto const& unit : sized.units) {
-    if (unit.state == "bad" && !is_left_alone(unit)) {
-      preallocate_anew(unit, sized.files_of(unit.name));
-    }
+  for (auto const& each : sized.strangers) {
+    attempt([&] { mend_stranger(each, others); });
   }
+  for (auto const& unit : sized.units) {
+    if (unit.state != "bad" || is_left_alone(unit)) continue;
+    mend_unit(unit, [&] { preallocate_anew(unit, sized.files_of(unit.name)); });
+  }
+}
+
+// What cannot be mended does not keep the rest of the volume from it.
+template <typename Operation>
+bool volume_repair::attempt(Operation const& operation) {
+  try {
+    operation();
+    return true;
+  } catch (busy_error const&) {
+    throw;
+  } catch (database_error const&) {
+    throw;
+  } catch (error const& problem) {
+    left(problem.what());
+    return false;
+  }
+}
+
+template <typename Operation>
+void volume_repair::mend_unit(unit_row const& unit, Operation const& operation) {
+  if (!attempt(operation)) leave_alone(unit.name);
 }
 
 void volume_repair::mend_place(unit_row const& unit, std::vector<unit_file> const& files,
@@ -301,7 +328,9 @@ void volume_repair::mend_size(unit_row const& unit, unit_file const& file) {
     steps::allocate_blocks(in, unit.name, unit_bytes_);
     steps::sync_file(in, unit.name);
     mended(shown + " has all its blocks again" +
-           (unit.state == "free" ? "" : ", what it held is as it was"));
+           (file.size < unit_bytes_
+                ? ", zeros behind its first " + std::to_string(file.size) + " bytes"
+                : ""));
   } catch (error const& problem) {
     left(shown + " is too short: " + problem.what());
   }
@@ -319,6 +348,10 @@ void volume_repair::mend_stranger(stranger const& what, elsewhere others) {
   if (!status || left_alone_.count(what.name) > 0) return;
   if (S_ISDIR(status->st_mode)) {
     left("unknown file " + what.shown + " is a folder: what is in it may be somebody's");
+    return;
+  }
+  if (S_ISLNK(status->st_mode)) {
+    left("unknown file " + what.shown + " is a link: what it leads to may be somebody's");
     return;
   }
   if (others == elsewhere::some_unseen) {
@@ -348,8 +381,6 @@ void volume_repair::preallocate_anew(unit_row const& unit, std::vector<unit_file
     steps::sync_file(home, unit.name);
     steps::sync_folder(home);
   } catch (error const& problem) {
-    // The file was only just made and holds nothing.
-    if (!has_file && home.status(unit.name)) steps::remove_file(home, unit.name);
     left("unit " + unit.name + " stays bad: " + problem.what());
     return;
   }

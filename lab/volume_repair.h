@@ -65,6 +65,10 @@ class volume_repair {
   void mended(std::string const& text);
   void left(std::string const& text);
 
+  template <typename Operation>
+  bool attempt(Operation const& operation);
+  template <typename Operation>
+  void mend_unit(unit_row const& unit, Operation const& operation);
   void mend_place(unit_row const& unit, std::vector<unit_file> const& files, elsewhere others);
   bool leave_what_may_be_elsewheres(unit_row const& unit, std::vector<unit_file> const& files);
   void give_up(unit_row const& unit, std::vector<unit_file> const& files, elsewhere others);

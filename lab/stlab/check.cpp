@@ -14,8 +14,17 @@ struct settings {
   bool repairs = false;
 };
 
+// A file may have any name; its line stays one line.
+std::string printable(std::string line) {
+  for (char& each : line) {
+    bool const is_control = static_cast<unsigned char>(each) < ' ' || each == '\177';
+    if (is_control) each = '?';
+  }
+  return line;
+}
+
 void print(std::vector<std::string> const& lines) {
-  for (std::string const& line : lines) std::cout << line << '\n';
+  for (std::string const& line : lines) std::cout << printable(line) << '\n';
 }
 
 std::vector<std::string> findings_in(std::filesystem::path const& folder) {

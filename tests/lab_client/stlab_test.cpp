@@ -312,6 +312,15 @@ TEST_F(stlab, the_same_seed_and_moment_make_the_same_recorder) {
   EXPECT_NE(first_show, run("show " + recorder.string() + " --periods").output);
 }
 
+TEST_F(stlab, check_tells_a_name_of_several_lines_in_one) {
+  make();
+  std::filesystem::path const volume = recorder / "share" / "vol1";
+  std::ofstream(volume / "a\nleak: volume vol1: b") << "content";
+  outcome const found = check();
+  EXPECT_EQ(1, found.status);
+  EXPECT_EQ("unknown: volume vol1: unknown file a?leak: volume vol1: b\n", found.output);
+}
+
 TEST_F(stlab, check_tells_clean_from_findings) {
   make();
   outcome const clean = check();

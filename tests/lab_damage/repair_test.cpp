@@ -393,6 +393,60 @@ TEST_F(repair_of, what_belongs_to_no_volume_is_left_alone) {
       "left: recorder: unknown folder share/vol9: it belongs to no volume of this recorder");
 }
 
+TEST_F(repair_of, a_link_leaves_it) {
+  fs::create_symlink("/", home() / "link");
+  expect_untouched(
+      "left: volume vol1: unknown file preallocate/link is a link: what it leads to may be "
+      "somebody's");
+}
+
+// What is there may be another volume's.
+TEST_F(repair_of, a_preallocate_that_is_a_link_is_not_followed) {
+  fs::remove_all(home());
+  fs::create_directory_symlink(preallocate(second_volume), home());
+  auto const before = shares();
+  auto const lines = repair();
+  EXPECT_EQ(1, std::count(lines.begin(), lines.end(),
+                          "left: volume vol1: " + home().string() + ": is no folder"));
+  EXPECT_EQ(strings(), world::differences(before, shares()));
+}
+
+TEST_F(repair_of, a_unit_whose_place_is_taken_removes_nothing) {
+  auto const unit = unit_in("free");
+  fs::remove(unit.file);
+  fs::create_symlink("nowhere", unit.file);
+  for (int round = 0; round < 2; ++round) {
+    auto const lines = repair();
+    EXPECT_EQ(1, std::count(lines.begin(), lines.end(),
+                            "left: volume vol1: unit " + unit.name + " stays bad: " +
+                                unit.file.string() + ": cannot create: File exists"));
+    EXPECT_TRUE(fs::is_symlink(unit.file));
+  }
+}
+
+TEST_F(repair_of, what_cannot_be_set_aside_does_not_hold_up_the_rest) {
+  auto const lost = unit_in("free");
+  fs::remove(lost.file);
+  world::write_file(volume_folder() / "lost+found", "a file");
+  world::write_file(home() / "stranger", "content");
+  damage("leak");
+  auto const lines = repair();
+  EXPECT_EQ(1, std::count(lines.begin(), lines.end(),
+                          "left: volume vol1: " + (volume_folder() / "lost+found").string() +
+                              ": is no folder"));
+  EXPECT_EQ(strings{"unknown"}, classes());
+  EXPECT_EQ(unit_bytes, fs::file_size(lost.file));
+}
+
+TEST_F(repair_of, a_shortened_unit_tells_what_is_left_of_it) {
+  auto const unit = unit_in("recorded");
+  fs::resize_file(unit.file, 1000);
+  EXPECT_EQ(strings{"mended: volume vol1: unit " + unit.name + " in " + unit.folder +
+                    " has all its blocks again, zeros behind its first 1000 bytes"},
+            repair());
+  EXPECT_EQ(unit_bytes, fs::file_size(unit.file));
+}
+
 // Its folder and its name alone do not tell whose a recording is.
 TEST_F(repair_of, a_file_with_another_beginning_is_not_taken_for_the_unit) {
   auto const unit = unit_in("recorded");
@@ -562,6 +616,26 @@ class repair_of_three : public repair_of {
   std::string const hour_folder = lab::hour_folder_name(0, 4, 0, now);
   std::string const unit = "unit000001";
 };
+
+TEST_F(repair_of_three, a_volume_that_cannot_be_read_does_not_hide_the_others) {
+  fs::remove_all(root());
+  somebody const without_rights(root().parent_path());
+  lay();
+  auto const free = preallocate(second_volume) / names(preallocate(second_volume)).front();
+  fs::resize_file(free, 0);
+  auto const hidden = place(first_volume).parent_path();
+  fs::permissions(hidden, fs::perms(0));
+  auto const unreadable = hidden.string() + ": cannot open folder: Permission denied";
+  auto const found = findings();
+  EXPECT_EQ(1, std::count(found.begin(), found.end(), "unreadable: volume vol1: " + unreadable));
+  EXPECT_EQ((strings{"short", "sums", "unreadable"}), classes());
+  auto const lines = repair();
+  EXPECT_EQ(1, std::count(lines.begin(), lines.end(), "left: volume vol1: " + unreadable));
+  EXPECT_EQ(strings{"unreadable"}, classes());
+  EXPECT_EQ(1U, open().periods().size());
+  fs::permissions(hidden, fs::perms(0755));
+  EXPECT_EQ(strings(), findings());
+}
 
 TEST_F(repair_of_three, a_recording_with_two_files_elsewhere_leaves_both) {
   put(place(first_volume), second_volume);
