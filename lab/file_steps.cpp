@@ -30,8 +30,10 @@ descriptor create(folder const& in, std::string const& name) {
   return created;
 }
 
+// To read, too: where the file system cannot allocate blocks, the C library reads
+// what is there.
 descriptor open_to_write(folder const& in, std::string const& name) {
-  int const flags = O_WRONLY | O_CLOEXEC | O_NOFOLLOW;
+  int const flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
   descriptor opened(
       refused(call::open_to_write, in, name) ? -1 : openat(in.number(), name.c_str(), flags));
   if (opened.number() < 0) fail_with_errno(in.path() / name, "cannot open");

@@ -148,7 +148,8 @@ class recorder {
   ~recorder();
 
   // How long an operation waits for what somebody else holds, before it throws
-  // a busy_error. Some seconds unless set.
+  // a busy_error. Some seconds unless set. What needs several volumes waits so
+  // long for each of them.
   void wait_at_most(std::chrono::milliseconds patience);
 
   std::filesystem::path const& folder() const;

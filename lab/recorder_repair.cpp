@@ -249,6 +249,7 @@ std::vector<stream> leaked_streams(database const& catalogue, std::int64_t volum
 char const* reason_for(std::string const& finding, std::string const& place) {
   if (finding == "unknown" && place == "recorder")
     return "it belongs to no volume of this recorder";
+  if (place == "catalogue" && finding != "corrupt") return "it could not be put back";
   if (finding == "not-mounted") return "nothing on it is touched";
   if (finding == "corrupt") return "nothing is moved by a catalogue that is damaged";
   if (finding == "period") return "which side is right cannot be told";

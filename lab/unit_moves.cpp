@@ -28,14 +28,23 @@ bool same_file(folder const& left, folder const& right, std::string const& name)
   return one && other && one->st_dev == other->st_dev && one->st_ino == other->st_ino;
 }
 
+bool is_smaller(folder const& in, folder const& than_in, std::string const& name) {
+  auto const one = in.status(name);
+  auto const other = than_in.status(name);
+  return one && other && one->st_size < other->st_size;
+}
+
 // Links a unit into preallocate. Another file that has the unit's name in the
-// hour folder is nobody's to remove: such a unit counts as home already.
+// hour folder is nobody's to remove: such a unit counts as home already, unless
+// what is there is none.
 whereabouts link_home(folder const& hour, folder const& home, std::string const& name) {
   if (!holds_file(hour, name)) {
     return holds_file(home, name) ? whereabouts::home : whereabouts::nowhere;
   }
   if (steps::link_file(hour, home, name)) return whereabouts::away_and_home;
-  return same_file(hour, home, name) ? whereabouts::away_and_home : whereabouts::home;
+  if (same_file(hour, home, name)) return whereabouts::away_and_home;
+  bool const is_unit = holds_file(home, name) && !is_smaller(home, hour, name);
+  return is_unit ? whereabouts::home : whereabouts::nowhere;
 }
 
 void remove_all(folder const& in, std::vector<std::string> const& names) {

@@ -30,8 +30,9 @@ void require_mounted(volume const& which) {
 
 // Whose turn it is to write a volume. Recycling can fail without a word to the
 // user, getting ready for it cannot: so it is then that a volume's writer is
-// waited for. A volume that was not free in all that time is not waited for
-// again: a run asks anew for each of its streams.
+// waited for, and that the recorder is opened for writing. A volume that was not
+// free in all that time is not waited for again: a run asks anew for each of its
+// streams.
 class turns {
  public:
   static turns& instance() {
@@ -107,8 +108,8 @@ int CFSTier::init(kivsid const& space) {
   constexpr char operation[] = "CFSTier::init";
   impl_->space.reset();
   int const result = attempt(operation, [&] {
-    auto const reader = lab::client::source().reader();
-    lab::client::wait_for_space(*reader, lab::client::find_space(*reader, space).id);
+    lab::recorder const writer = lab::client::open_recorder(lab::access::read_write);
+    lab::client::wait_for_space(writer, lab::client::find_space(writer, space).id);
     impl_->space = space;
   });
   trace(operation, json::object({{"space", lab::client::describe_space(space)}}), result);
@@ -151,8 +152,8 @@ int CFSUnit::init(kivsid const& volume) {
   constexpr char operation[] = "CFSUnit::init";
   impl_->volume.reset();
   int const result = attempt(operation, [&] {
-    auto const reader = lab::client::source().reader();
-    lab::volume const found = lab::client::find_volume(*reader, volume);
+    lab::recorder const writer = lab::client::open_recorder(lab::access::read_write);
+    lab::volume const found = lab::client::find_volume(writer, volume);
     lab::client::require_mounted(found);
     lab::client::turns::instance().wait_for(found);
     impl_->volume = volume;

@@ -124,9 +124,25 @@ TEST_P(recovery_limits, what_is_not_mounted_waits) {
 TEST_P(recovery_limits, another_file_by_the_units_name_is_nobodys_to_remove) {
   stop_midway(GetParam());
   world::write_file(home() / unit, "mine");
-  open();
+  EXPECT_EQ(1, open().account(first_volume).lost);
   EXPECT_EQ(4U, fs::file_size(home() / unit));
   EXPECT_EQ(1024U * 1024U, fs::file_size(away() / unit));
+}
+
+TEST_P(recovery_limits, a_folder_by_the_units_name_is_no_free_unit) {
+  stop_midway(GetParam());
+  fs::create_directory(home() / unit);
+  auto const account = open().account(first_volume);
+  EXPECT_EQ(1, account.lost);
+  EXPECT_EQ(7, account.preallocated);
+  EXPECT_EQ(1024U * 1024U, fs::file_size(away() / unit));
+}
+
+TEST_P(recovery_limits, a_copy_that_is_home_is_the_free_unit) {
+  stop_midway(GetParam());
+  fs::copy_file(away() / unit, home() / unit);
+  EXPECT_EQ(8, open().account(first_volume).preallocated);
+  EXPECT_TRUE(fs::exists(away() / unit));
 }
 
 INSTANTIATE_TEST_SUITE_P(both_ways, recovery_limits,

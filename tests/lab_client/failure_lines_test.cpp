@@ -16,7 +16,8 @@
 //                                                         get_channel_list=fail
 //   [NR S00] Can not find time period.         volclean   get_time_period_list=fail
 //   Initial Tier to process failure.           volclean   CFSTier::init=fail; a volume that
-//                                                         somebody else writes
+//                                                         somebody else writes; a recorder
+//                                                         that may not be written
 //   no volume found                            autoclean  get_volume_list=fail
 //   Volume [PATH] path does not exist          autoclean  get_volume_list=odd; no preallocate
 //                                                         folder

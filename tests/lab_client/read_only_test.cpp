@@ -212,6 +212,19 @@ TEST_F(reading, works_for_somebody_who_may_not_write) {
   allow_writing();
 }
 
+// Getting ready to recycle is the only call whose failure a user is told.
+TEST_F(reading, alone_is_not_enough_to_get_ready_for_recycling) {
+  make(recorded());
+  forbid_writing();
+  as_ordinary_user([this] {
+    CFSTier tier;
+    EXPECT_NE(0, tier.init(bench::space_id(space(0).sid)));
+    CFSUnit unit;
+    EXPECT_NE(0, unit.init(bench::volume_id(volume(0))));
+  });
+  allow_writing();
+}
+
 TEST_F(reading, goes_on_while_a_writer_has_the_recorder_open) {
   make(recorded());
   lab::recorder const other = writer();
