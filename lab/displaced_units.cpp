@@ -9,11 +9,6 @@
 
 namespace lab {
 
-bool is_set_aside(loose_file const& file) {
-  auto const lost = std::string(lost_folder);
-  return file.shown == lost || file.shown.rfind(lost + "/", 0) == 0;
-}
-
 std::string path_of(loose_file const& file) {
   return file.volume->place.folder_name + "/" + file.shown;
 }
@@ -21,16 +16,11 @@ std::string path_of(loose_file const& file) {
 namespace {
 
 constexpr std::size_t longest_head = 256;
-constexpr char const* any_name = "";
 
 struct read_file {
   loose_file file;
   std::optional<std::string> head;  // its first line; none when it cannot be read
 };
-
-bool is_in_folder_of_storage(loose_file const& file) {
-  return file.shown != file.name && !is_set_aside(file);
-}
 
 std::optional<std::string> first_line(folder const& in, std::string const& name) {
   auto text = beginning_of(in, name, longest_head);
@@ -50,9 +40,13 @@ class loose_files {
       for (auto const& file : volume.found.files_of(unit.name)) add(unit, file);
     }
     for (auto const& each : volume.found.strangers) {
-      if (each.what == stranger::kind::entry) add_any(each.folder_path, each.name, each.shown);
+      if (each.what != stranger::kind::entry) continue;
+      bool const in_unit_folder = each.folder_path.find('/') != std::string::npos;
+      add_any(folder(volume.place.path / each.folder_path), each.name, each.shown,
+              in_unit_folder ? position::unit_folder : position::beside);
     }
-    if (which == scope::all) add_all_in("", lost_folder, lost_folder);
+    if (which == scope::all)
+      add_any(folder(volume.place.path), lost_folder, lost_folder, position::below);
   }
 
   std::vector<read_file> take() { return std::move(found_); }
@@ -66,33 +60,35 @@ class loose_files {
     auto head = first_line(in, unit.name);
     if (in_place && unit.state == "recorded" && head == recording_head(file.folder_name, unit.name))
       return;
-    found_.push_back({{&volume_, unit.name, file.folder_name + "/" + unit.name, in_place,
-                       file.device, file.number},
-                      std::move(head)});
+    found_.push_back(
+        {{&volume_, unit.name, file.folder_name + "/" + unit.name,
+          in_place ? position::in_place : position::unit_folder, file.device, file.number},
+         std::move(head)});
   }
 
-  void add_any(std::string const& folder_path, std::string const& name, std::string const& shown) {
-    folder const in(volume_.place.path / folder_path);
+  // Folders with all that is in them, links not followed.
+  void add_any(folder const& in, std::string const& name, std::string const& shown,
+               position where) {
     auto const status = in.status(name);
-    if (!status || !S_ISREG(status->st_mode)) return;
-    found_.push_back(
-        {{&volume_, name, shown, false, status->st_dev, status->st_ino}, first_line(in, name)});
+    if (!status) return;
+    if (S_ISDIR(status->st_mode)) {
+      add_all_in(in, name, shown);
+      return;
+    }
+    found_.push_back({{&volume_, name, shown, where, status->st_dev, status->st_ino},
+                      S_ISREG(status->st_mode) ? first_line(in, name) : std::nullopt});
   }
 
   // A folder that cannot be read may hold anything.
-  void add_all_in(std::string const& parent_path, std::string const& name,
-                  std::string const& shown) {
+  void add_all_in(folder const& parent, std::string const& name, std::string const& shown) {
     try {
-      auto const inside = folder::find(folder(volume_.place.path / parent_path), name);
+      auto const inside = folder::find(parent, name);
       if (!inside) return;
-      auto const path = (std::filesystem::path(parent_path) / name).string();
       for (auto const& each : inside->names()) {
-        auto const shown_each = shown + "/" + each;
-        add_any(path, each, shown_each);
-        add_all_in(path, each, shown_each);
+        add_any(*inside, each, shown + "/" + each, position::below);
       }
     } catch (error const&) {
-      found_.push_back({{&volume_, any_name, shown, false, 0, 0}, std::nullopt});
+      found_.push_back({{&volume_, name, shown, position::below, 0, 0}, std::nullopt});
     }
   }
 
@@ -126,6 +122,7 @@ class search {
     auto const which = needed_scope(volumes);
     for (auto const& volume : volumes) {
       for (auto& each : loose_files(volume, which).take()) {
+        if (!each.head) take_as_doubt(each.file);
         (each.head ? by_head_[*each.head] : unreadable_[each.file.name])
             .push_back(std::move(each.file));
       }
@@ -152,6 +149,10 @@ class search {
     return found == sorted.end() ? std::vector<loose_file>() : found->second;
   }
 
+  void take_as_doubt(loose_file const& file) {
+    if (!doubt_ || doubt_->where == position::in_place) doubt_ = file;
+  }
+
   static std::string key_of(unit_row const& unit) {
     return recording_head(unit.folder_name, unit.name);
   }
@@ -160,8 +161,7 @@ class search {
     if (unit.state != "recorded") return;
     auto files = files_in(by_head_, key_of(unit));
     auto unread = files_in(unreadable_, unit.name);
-    auto const unknown = files_in(unreadable_, any_name);
-    unread.insert(unread.end(), unknown.begin(), unknown.end());
+    if (unread.empty() && doubt_) unread.push_back(*doubt_);
     files.insert(files.end(), unread.begin(), unread.end());
     auto const* const in_place = file_in_place(home, unit);
     if (in_place != nullptr) remove_those_in_place(files);
@@ -178,9 +178,10 @@ class search {
 
   // Whether recordings have changed their places is not looked at.
   static void remove_those_in_place(std::vector<loose_file>& files) {
-    files.erase(std::remove_if(files.begin(), files.end(),
-                               [](loose_file const& each) { return each.in_place; }),
-                files.end());
+    files.erase(
+        std::remove_if(files.begin(), files.end(),
+                       [](loose_file const& each) { return each.where == position::in_place; }),
+        files.end());
   }
 
   // What a stop between the two steps of bringing a unit back leaves.
@@ -209,15 +210,16 @@ class search {
                      unit_row const& unit) {
     auto const& first = files.front();
     return std::all_of(files.begin(), files.end(), [&](loose_file const& each) {
-      bool const bears_name = each.volume == &home
-                                  ? each.name == unit.name && is_in_folder_of_storage(each)
-                                  : each.shown == in_its_folder(unit);
-      return bears_name && each.device == first.device && each.number == first.number;
+      bool const bears_name =
+          each.volume == &home ? each.name == unit.name : each.shown == in_its_folder(unit);
+      return bears_name && each.where == position::unit_folder && each.device == first.device &&
+             each.number == first.number;
     });
   }
 
   sorted_files by_head_;
   sorted_files unreadable_;           // by name
+  std::optional<loose_file> doubt_;   // one of those, out of place if there is such a one
   std::map<std::string, int> homes_;  // volumes that lack the unit that begins so
   std::vector<displaced_unit> found_;
 };
@@ -232,8 +234,8 @@ std::vector<loose_recording> loose_recordings(std::vector<surveyed_volume> const
   std::vector<loose_recording> found;
   for (auto const& volume : volumes) {
     for (auto& each : loose_files(volume, scope::all).take()) {
-      auto const head = each.head.value_or("");
-      found.push_back({std::move(each.file), head.substr(0, head.find('/'))});
+      if (each.head) each.head->resize(std::min(each.head->size(), each.head->find('/')));
+      found.push_back({std::move(each.file), std::move(each.head)});
     }
   }
   return found;

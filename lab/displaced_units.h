@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,24 +11,29 @@
 
 namespace lab {
 
-// A file that is not the recording of a unit that belongs where it lies.
+// Where a file lies in its volume: where the unit of its name belongs, in another
+// folder of the storage folder, beside those, or in lost+found or a folder that
+// nobody knows, where repair touches nothing.
+enum class position { in_place, unit_folder, beside, below };
+
+// A file that is not the recording of a unit that belongs where it lies. Also
+// what may hold any file: a folder that cannot be read, or what is no file.
 struct loose_file {
   surveyed_volume const* volume;
   std::string name;
-  std::string shown;  // from the storage folder, in lost+found from the volume's
-  bool in_place;      // where its volume's unit of that name belongs
+  std::string shown;  // from the storage folder, outside of it from the volume's
+  position where;
   dev_t device;
   ino_t number;
 };
-
-bool is_set_aside(loose_file const& file);
 
 // From the folder of the volumes.
 std::string path_of(loose_file const& file);
 
 // A recorded unit whose recording is not in its place, and the files that may
-// be it: they begin as it does, or cannot be read. Also one that is, and has a
-// second name on another volume.
+// be it: they begin as it does, or cannot be read. Of those that cannot be read,
+// which may be any recording, one stands for all if none bears its name. Also a
+// unit whose recording is in its place and has a second name on another volume.
 struct displaced_unit {
   surveyed_volume const* home;
   unit_row const* unit;
@@ -42,11 +48,11 @@ struct displaced_unit {
 // answer.
 std::vector<displaced_unit> displaced_units(std::vector<surveyed_volume> const& volumes);
 
-// A file and the folder with whose name it begins; empty when it begins with
-// none or cannot be read.
+// A file and the folder with whose name it begins, empty when it begins with
+// none; none when it cannot be read.
 struct loose_recording {
   loose_file file;
-  std::string hour_folder;
+  std::optional<std::string> hour_folder;
 };
 
 // All files that are not the recordings of units that belong where they lie.

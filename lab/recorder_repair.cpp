@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <limits>
 #include <list>
+#include <map>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -95,7 +97,7 @@ void bring_displaced_back(database const& catalogue, repairs const& volumes) {
       auto& host = repair_of(file.volume);
       if (each.is_certain) {
         if (&host != &home) home.bring_back(*each.unit, host);
-      } else if (!is_set_aside(file)) {
+      } else if (file.where != position::below) {
         host.leave_alone(file.name);
       }
     }
@@ -174,6 +176,36 @@ std::vector<emptied_period> emptied_periods(database const& catalogue) {
   return found;
 }
 
+// The first loose file that begins as a recording of each hour folder, and the
+// first one that cannot be read, which may be of any.
+struct loose_hours {
+  std::map<std::string, loose_file> by_folder;
+  std::optional<loose_file> unreadable;
+};
+
+loose_hours hours_of(std::vector<loose_recording> const& loose) {
+  loose_hours found;
+  for (auto const& each : loose) {
+    if (each.hour_folder) {
+      found.by_folder.emplace(*each.hour_folder, each.file);
+    } else if (!found.unreadable) {
+      found.unreadable = each.file;
+    }
+  }
+  return found;
+}
+
+// What of a period may be left, as text; empty when nothing is.
+std::string remains_of(emptied_period const& period, loose_hours const& loose) {
+  for (auto const& hour_folder : period.hour_folders) {
+    auto const found = loose.by_folder.find(hour_folder);
+    if (found == loose.by_folder.end()) continue;
+    return path_of(found->second) + " begins as a recording of its hours";
+  }
+  if (!loose.unreadable) return {};
+  return path_of(*loose.unreadable) + " may be a recording of its hours, and cannot be read";
+}
+
 // Those of the periods of which nothing is left anywhere. A file that begins as
 // a recording of their hours may be theirs, wherever it lies.
 std::vector<named_period> lost_periods(database const& catalogue, repairs const& volumes,
@@ -181,18 +213,14 @@ std::vector<named_period> lost_periods(database const& catalogue, repairs const&
   auto const emptied = emptied_periods(catalogue);
   if (emptied.empty()) return {};
   auto const surveyed = survey_all(catalogue, volumes);
-  auto const loose = loose_recordings(surveyed);
+  auto const loose = hours_of(loose_recordings(surveyed));
   std::vector<named_period> lost;
-  for (auto const& [period, hour_folders] : emptied) {
-    auto const& hours = hour_folders;
-    auto const found = std::find_if(loose.begin(), loose.end(), [&](auto const& each) {
-      return hours.count(each.hour_folder) > 0;
-    });
-    if (found == loose.end()) {
-      lost.push_back(period);
+  for (auto const& period : emptied) {
+    auto const remains = remains_of(period, loose);
+    if (remains.empty()) {
+      lost.push_back(period.known);
     } else {
-      lines.push_back("left: " + period.name + ": " + path_of(found->file) +
-                      " begins as a recording of its hours");
+      lines.push_back("left: " + period.known.name + ": " + remains);
     }
   }
   return lost;

@@ -208,6 +208,7 @@ void volume_repair::mend_place(unit_row const& unit, std::vector<unit_file> cons
     }
     return;
   }
+  if (leave_what_cannot_be_read(unit, files)) return;
   auto const it = files_that_may_be(unit, files);
   if (it.empty()) {
     give_up(unit, files, others);
@@ -237,6 +238,18 @@ bool volume_repair::leave_what_may_be_elsewheres(unit_row const& unit,
     leave_alone(unit.name);
     left("unit " + unit.name + ": " + file.folder_name + "/" + unit.name +
          " may be of a volume that is not mounted");
+    return true;
+  }
+  return false;
+}
+
+// It may be a recording, which is neither made a free unit nor given up.
+bool volume_repair::leave_what_cannot_be_read(unit_row const& unit,
+                                              std::vector<unit_file> const& files) {
+  for (auto const& file : files) {
+    if (beginning_of(folder(storage() / file.folder_name), unit.name, 1)) continue;
+    leave_alone(unit.name);
+    left("unit " + unit.name + ": " + file.folder_name + "/" + unit.name + " cannot be read");
     return true;
   }
   return false;

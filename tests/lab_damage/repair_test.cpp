@@ -604,6 +604,22 @@ class repair_of_three : public repair_of {
     EXPECT_EQ(periods, open().periods().size());
   }
 
+  // The recording is not given up, whatever else is done.
+  void expect_kept() const {
+    auto const before = shares();
+    repair();
+    expect_all_kept(before);
+    EXPECT_EQ("recorded", state_of_unit());
+    EXPECT_EQ(1U, open().periods().size());
+  }
+
+  std::string state_of_unit() const {
+    lab::database const catalogue(root() / "catalogue.db", lab::database::mode::read_only,
+                                  std::chrono::milliseconds(0));
+    lab::statement query(catalogue, "SELECT state FROM unit WHERE volume_id = 1 AND name = ?");
+    return query.with(unit).next() ? query.text(0) : "";
+  }
+
   strings findings_of(std::string const& wanted) const {
     auto found = findings();
     found.erase(std::remove_if(found.begin(), found.end(),
@@ -809,6 +825,95 @@ TEST_F(repair_of_three, a_file_that_cannot_be_read_leaves_the_unit) {
   repair();
   EXPECT_EQ(strings(), findings());
   EXPECT_TRUE(fs::exists(place(first_volume)));
+}
+
+// A folder is put away whole as easily as a file.
+TEST_F(repair_of_three, a_recording_in_a_folder_that_nobody_knows_is_not_given_up) {
+  auto const first = "vol1/" + storage(first_volume).filename().string();
+  auto const second = "vol2/" + storage(second_volume).filename().string();
+  for (auto const& away :
+       {std::string("vol3/backup/deep"), std::string("vol1"), std::string("vol2"), first + "/old",
+        first + "/" + hour_folder + ".old", second + "/preallocate"}) {
+    SCOPED_TRACE(away);
+    lay();
+    auto const host = root() / "share" / away;
+    fs::create_directories(host);
+    fs::rename(place(first_volume).parent_path(), host / hour_folder);
+    expect_kept();
+  }
+}
+
+// What it points to may be anything, and a folder that cannot be read may hold
+// anything.
+TEST_F(repair_of_three, a_stranger_that_may_hold_anything_may_hold_the_recording) {
+  fs::remove_all(root());
+  somebody const without_rights(root().parent_path());
+  lay();
+  fs::rename(place(first_volume), root().parent_path() / "kept");
+  auto const stranger = root() / "share/vol3/backup";
+  strings const wanted{"left: volume vol1: unit " + unit + " of " + hour_folder +
+                       ": whether this file is it cannot be told: vol3/backup"};
+  auto const expect_in_doubt = [&] {
+    EXPECT_EQ(wanted.front(), repair().front());
+    EXPECT_EQ("recorded", state_of_unit());
+    EXPECT_EQ(1U, open().periods().size());
+  };
+  fs::create_directory(stranger);
+  fs::permissions(stranger, fs::perms(0));
+  expect_in_doubt();
+  fs::permissions(stranger, fs::perms(0755));
+  fs::remove(stranger);
+  fs::create_symlink(root().parent_path() / "kept", stranger);
+  expect_in_doubt();
+  fs::remove(stranger);
+  ASSERT_EQ(0, mkfifo(stranger.c_str(), 0644));
+  expect_in_doubt();
+  fs::remove(stranger);
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_EQ(0U, open().periods().size());
+}
+
+// Which recording it is is not told by its name.
+TEST_F(repair_of_three, a_file_of_any_name_that_cannot_be_read_leaves_the_unit) {
+  fs::remove_all(root());
+  somebody const without_rights(root().parent_path());
+  lay();
+  for (auto const& host : {hour_folder + "/" + unit + ".bak", "preallocate/" + unit + ".bak"}) {
+    SCOPED_TRACE(host);
+    auto const file = storage(third_volume) / host;
+    fs::create_directories(file.parent_path());
+    fs::rename(place(first_volume), file);
+    fs::permissions(file, fs::perms(0));
+    EXPECT_EQ("left: volume vol1: unit " + unit + " of " + hour_folder +
+                  ": whether this file is it cannot be told: vol3/" + host,
+              repair().front());
+    EXPECT_EQ("recorded", state_of_unit());
+    EXPECT_EQ(1U, open().periods().size());
+    fs::permissions(file, fs::perms(0644));
+    EXPECT_EQ("recorded", state_of_unit());
+    fs::rename(file, place(first_volume));
+  }
+}
+
+// The catalogue says that it is free. Whether the file is the recording of its
+// hour that the period lacks is not known as long as it cannot be read.
+TEST_F(repair_of_three, a_free_unit_s_file_that_cannot_be_read_leaves_it) {
+  fs::remove_all(root());
+  somebody const without_rights(root().parent_path());
+  lay();
+  tamper(
+      "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL, stream = NULL,"
+      "                hour_ms = NULL, period_id = NULL WHERE state = 'recorded'");
+  fs::permissions(place(first_volume), fs::perms(0));
+  auto const lines = repair();
+  EXPECT_EQ("left: volume vol1: unit " + unit + ": " + shown() + " cannot be read", lines.front());
+  EXPECT_EQ(1, std::count(lines.begin(), lines.end(),
+                          "left: period 1 " + hour_folder + ": vol1/" + shown() +
+                              " may be a recording of its hours, and cannot be read"));
+  EXPECT_TRUE(fs::exists(place(first_volume)));
+  EXPECT_EQ(1U, open().periods().size());
+  fs::permissions(place(first_volume), fs::perms(0644));
 }
 
 }  // namespace
