@@ -47,6 +47,8 @@ class loose_files {
     }
     if (which == scope::all)
       add_any(folder(volume.place.path), lost_folder, lost_folder, position::below);
+    // What was not found may lie on it, if it was taken away meanwhile.
+    require_mounted(volume.place);
   }
 
   std::vector<read_file> take() { return std::move(found_); }

@@ -45,7 +45,7 @@ struct displaced_unit {
 };
 
 // In the order of the volumes and of their units. The surveys must outlive the
-// answer.
+// answer. Throws lab::error when a volume is not mounted any more.
 std::vector<displaced_unit> displaced_units(std::vector<surveyed_volume> const& volumes);
 
 // A file and the folder with whose name it begins, empty when it begins with
@@ -56,6 +56,7 @@ struct loose_recording {
 };
 
 // All files that are not the recordings of units that belong where they lie.
+// Throws lab::error when a volume is not mounted any more.
 std::vector<loose_recording> loose_recordings(std::vector<surveyed_volume> const& volumes);
 
 }  // namespace lab

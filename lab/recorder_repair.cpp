@@ -56,7 +56,7 @@ std::vector<surveyed_volume> survey_all(database const& catalogue, repairs const
   std::vector<surveyed_volume> surveyed;
   surveyed.reserve(volumes.size());
   for (auto const* const each : volumes) {
-    surveyed.push_back({each->place(), survey(catalogue, each->place())});
+    surveyed.push_back({each->place(), survey_storage(catalogue, each->place())});
   }
   return surveyed;
 }

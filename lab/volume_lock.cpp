@@ -69,6 +69,10 @@ std::string identity_text(std::string const& sid_text) { return sid_text + "\n";
 
 mount mount_of(volume_place const& place) { return mount_by(open_identity(place), place); }
 
+void require_mounted(volume_place const& place) {
+  if (mount_of(place) != mount::present) fail_as_not_mounted(place);
+}
+
 volume_lock::volume_lock(volume_place const& place, kind which, std::chrono::milliseconds patience)
     : identity_(open_identity(place)) {
   // Rests are counted instead of asking a clock, which may be held.

@@ -32,6 +32,9 @@ enum class mount { present, identity_missing, identity_foreign };
 
 mount mount_of(volume_place const& place);
 
+// Throws lab::error when the volume is not mounted.
+void require_mounted(volume_place const& place);
+
 class volume_lock {
  public:
   // A shared lock keeps writers away while it is held.

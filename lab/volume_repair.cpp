@@ -145,7 +145,7 @@ void volume_repair::leave_alone(std::string const& name) { left_alone_.insert(na
 bool volume_repair::is_settled() const { return left_alone_.empty(); }
 
 void volume_repair::mend(elsewhere others) {
-  auto const whole = survey(catalogue_, place_);
+  auto const whole = survey_storage(catalogue_, place_);
   for (auto const& unit : whole.units) {
     if (is_left_alone(unit)) continue;
     mend_unit(unit, [&] { mend_place(unit, whole.files_of(unit.name), others); });
@@ -292,6 +292,7 @@ void volume_repair::give_up(unit_row const& unit, std::vector<unit_file> const& 
     mended("set aside " + file.folder_name + "/" + unit.name +
            ", as it is not what its unit should hold, in " + where);
   }
+  require_mounted(place_);
   set_state(unit, "bad");
   mended("unit " + unit.name +
          (files.empty() ? " was found nowhere and is bad now"

@@ -8,6 +8,7 @@
 #include <set>
 #include <utility>
 
+#include "lab/error.h"
 #include "lab/layout.h"
 #include "lab/unit_moves.h"
 
@@ -124,7 +125,15 @@ std::vector<unit_file> const& volume_survey::files_of(std::string const& unit_na
 }
 
 volume_survey survey(database const& catalogue, volume_place const& place) {
-  return surveyor(catalogue, place).look();
+  auto found = surveyor(catalogue, place).look();
+  require_mounted(place);
+  return found;
+}
+
+volume_survey survey_storage(database const& catalogue, volume_place const& place) {
+  auto found = survey(catalogue, place);
+  if (!found.has_storage) throw error(place.path.string() + ": its storage folder is missing");
+  return found;
 }
 
 std::string storage_name(volume_place const& place) {

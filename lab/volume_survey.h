@@ -66,7 +66,11 @@ struct volume_survey {
   std::vector<unit_file> const& files_of(std::string const& unit_name) const;
 };
 
+// Throws lab::error when the volume is not mounted, or not any more.
 volume_survey survey(database const& catalogue, volume_place const& place);
+
+// As survey(); throws lab::error for a volume without its storage folder, too.
+volume_survey survey_storage(database const& catalogue, volume_place const& place);
 
 // The name of the storage folder in the volume's folder.
 std::string storage_name(volume_place const& place);

@@ -8,6 +8,7 @@
 #include "damaged_recorder.h"
 #include "lab/layout.h"
 #include "lab/sqlite.h"
+#include "lab/volume_repair.h"
 
 namespace {
 
@@ -914,6 +915,56 @@ TEST_F(repair_of_three, a_free_unit_s_file_that_cannot_be_read_leaves_it) {
   EXPECT_TRUE(fs::exists(place(first_volume)));
   EXPECT_EQ(1U, open().periods().size());
   fs::permissions(place(first_volume), fs::perms(0644));
+}
+
+// A volume that is taken away after its repair began, as by a lazy unmount.
+class repair_of_vanishing : public repair_of_three {
+ protected:
+  // Its mount point stays behind.
+  void unmount() const {
+    fs::rename(volume_folder(), root() / "share" / "away");
+    fs::create_directory(volume_folder());
+  }
+
+  void expect_none_given_up() {
+    EXPECT_NE("", world::failure_of([&] { mending.mend(lab::elsewhere::all_seen); }));
+    EXPECT_EQ(strings(), told);
+    EXPECT_EQ(0, ask("SELECT count(*) FROM unit WHERE state = 'bad'"));
+  }
+
+  lab::database catalogue = lab::database(root() / "catalogue.db", lab::database::mode::read_write,
+                                          std::chrono::milliseconds(0));
+  lab::volume_place const first_place = {
+      first_volume, "vol1", open(lab::access::read_only).volumes()[0].sid_text, volume_folder()};
+  strings told;
+  lab::volume_repair mending = lab::volume_repair(catalogue, first_place, 1, told);
+};
+
+TEST_F(repair_of_vanishing, an_unmounted_volume_gives_no_unit_up) {
+  ASSERT_TRUE(mending.finish_moves());
+  unmount();
+  expect_none_given_up();
+}
+
+TEST_F(repair_of_vanishing, a_volume_without_its_storage_folder_gives_no_unit_up) {
+  ASSERT_TRUE(mending.finish_moves());
+  fs::rename(storage(first_volume), root().parent_path() / "kept");
+  expect_none_given_up();
+}
+
+TEST_F(repair_of_vanishing, nothing_is_searched_in_vain) {
+  fs::create_directory(volume_folder() / "lost+found");
+  fs::rename(place(first_volume), volume_folder() / "lost+found" / unit);
+  std::vector<lab::surveyed_volume> surveyed{{first_place, lab::survey(catalogue, first_place)}};
+  surveyed.front().found.files.clear();
+  ASSERT_EQ(1U, lab::displaced_units(surveyed).size());
+  unmount();
+  for (auto const& search :
+       {+[](std::vector<lab::surveyed_volume> const& in) { lab::displaced_units(in); },
+        +[](std::vector<lab::surveyed_volume> const& in) { lab::loose_recordings(in); }}) {
+    EXPECT_NE("", world::failure_of([&] { search(surveyed); }));
+  }
+  EXPECT_NE("", world::failure_of([&] { lab::survey(catalogue, first_place); }));
 }
 
 }  // namespace
