@@ -100,15 +100,15 @@ bool volume_repair::finish_moves() {
 }
 
 void volume_repair::part(shared_unit const& which, volume_repair& other) {
-  if (which.unit->state != "free") {
+  if (which.unit->state == "recorded") {
     leave_alone(which.unit->name);
     other.leave_alone(which.other->name);
     left(text_of(which) + ": which of them it is cannot be told");
     return;
   }
-  drop_name(folder(storage() / which.unit->folder_name), which.unit->name,
-            folder(other.storage() / which.other->folder_name), which.other->name);
-  mended(text_of(which) + ": has none any more");
+  drop_name(folder(storage() / which.folder_name), which.unit->name,
+            folder(other.storage() / which.other_folder_name), which.other->name);
+  mended(text_of(which) + ": lost that name");
 }
 
 void volume_repair::bring_back(unit_row const& unit, volume_repair& host) {

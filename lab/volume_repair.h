@@ -39,8 +39,8 @@ class volume_repair {
   // Step 1; false when the volume has no storage folder and nothing can be done.
   bool finish_moves();
 
-  // Step 2 for a unit of this volume: a free one goes without a file, others are
-  // left alone from then on, on both sides.
+  // Step 2 for a unit of this volume: a free or bad one loses that name, others
+  // are left alone from then on, on both sides.
   void part(shared_unit const& which, volume_repair& other);
 
   // Step 2 for one unit of this volume, which lies in its folder on another. A

@@ -342,6 +342,55 @@ TEST_F(repair_of, free_units_with_one_file_keeps_the_first) {
   for (auto const& each : units) EXPECT_EQ(1U, fs::hard_link_count(home() / each));
 }
 
+// Moving the name to its unit's place would make one.
+TEST_F(repair_of, a_free_unit_without_a_file_does_not_get_another_one_s) {
+  auto const free = unit_in("free");
+  auto const recorded = unit_in("recorded");
+  auto const link = recorded.file.parent_path() / free.name;
+  auto const before = world::tree_of(recorded.file.parent_path());
+  fs::remove(free.file);
+  fs::create_hard_link(recorded.file, link);
+  auto const found = findings();
+  EXPECT_EQ(1, std::count(found.begin(), found.end(),
+                          "duplicate: volume vol1: unit " + free.name + " in " + recorded.folder +
+                              " is the file of unit " + recorded.name + " of volume vol1 too"));
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_FALSE(fs::exists(link));
+  EXPECT_EQ(1U, fs::hard_link_count(recorded.file));
+  EXPECT_EQ(1U, fs::hard_link_count(free.file));
+  EXPECT_EQ(strings(), world::differences(before, world::tree_of(recorded.file.parent_path())));
+}
+
+TEST_F(repair_of, a_bad_unit_does_not_become_another_one_s_file) {
+  auto const free = unit_in("free");
+  auto const recorded = unit_in("recorded");
+  fs::remove(free.file);
+  fs::create_hard_link(recorded.file, free.file);
+  tamper("UPDATE unit SET state = 'bad' WHERE volume_id = 1 AND name = '" + free.name + "'");
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_EQ(1U, fs::hard_link_count(recorded.file));
+  EXPECT_EQ(1U, fs::hard_link_count(free.file));
+}
+
+TEST_F(repair_of, units_with_one_file_out_of_place_do_not_share_it) {
+  auto const units = names(home());
+  ASSERT_LE(4U, units.size());
+  auto const elsewhere = storage(first_volume) / "elsewhere";
+  fs::create_directory(elsewhere);
+  fs::rename(home() / units[0], elsewhere / units[0]);
+  fs::remove(home() / units[1]);
+  fs::create_hard_link(elsewhere / units[0], elsewhere / units[1]);
+  fs::remove(home() / units[2]);
+  fs::create_hard_link(home() / units[3], home() / units[2]);
+  tamper("UPDATE unit SET state = 'bad' WHERE volume_id = 1 AND name IN ('" + units[2] + "', '" +
+         units[3] + "')");
+  repair();
+  EXPECT_EQ(strings(), findings());
+  for (auto const& each : units) EXPECT_EQ(1U, fs::hard_link_count(home() / each)) << each;
+}
+
 TEST_F(repair_of, recorded_units_with_one_file_leaves_them) {
   open().record(first_volume, {1, 4, 4}, now, 2);
   auto const folder = lab::hour_folder_name(0, 4, 4, now);
