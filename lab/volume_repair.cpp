@@ -197,6 +197,7 @@ void volume_repair::mend_place(unit_row const& unit, std::vector<unit_file> cons
   // the unit. Elsewhere it may be one.
   auto const kept = find_in(files, is_bad ? preallocate_folder : unit.folder_name);
   if (kept != files.end()) {
+    if (leave_leak_of_another(unit, *kept)) return;
     keep_one(unit, files, *kept);
     return;
   }
@@ -241,6 +242,17 @@ bool volume_repair::leave_what_may_be_elsewheres(unit_row const& unit,
     return true;
   }
   return false;
+}
+
+// A leak is recycled, and with it what lies in its place: an unused file or its
+// own recording.
+bool volume_repair::leave_leak_of_another(unit_row const& unit, unit_file const& kept) {
+  if (unit.state != "recorded" || unit.has_period) return false;
+  if (is_unused(kept, unit.name) || begins_with(kept, unit.folder_name, unit.name)) return false;
+  leave_alone(unit.name);
+  left("unit " + unit.name + " in " + unit.folder_name +
+       " is recorded without a period, and what it holds does not begin as its recording");
+  return true;
 }
 
 // It may be a recording, which is neither made a free unit nor given up.

@@ -72,6 +72,7 @@ class volume_repair {
   void mend_place(unit_row const& unit, std::vector<unit_file> const& files, elsewhere others);
   bool leave_what_may_be_elsewheres(unit_row const& unit, std::vector<unit_file> const& files);
   bool leave_what_cannot_be_read(unit_row const& unit, std::vector<unit_file> const& files);
+  bool leave_leak_of_another(unit_row const& unit, unit_file const& kept);
   void give_up(unit_row const& unit, std::vector<unit_file> const& files, elsewhere others);
   void keep_one(unit_row const& unit, std::vector<unit_file> const& files, unit_file const& kept);
   void move_file(std::string const& name, std::string const& from, std::string const& to);

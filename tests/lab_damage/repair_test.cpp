@@ -966,6 +966,34 @@ TEST_F(repair_of_three, a_free_unit_s_file_that_cannot_be_read_leaves_it) {
   fs::permissions(place(first_volume), fs::perms(0644));
 }
 
+// What lies in a leaked unit's place may be another one's recording.
+TEST_F(repair_of_three, a_leaked_unit_with_another_recording_in_its_place_is_not_recycled) {
+  open().record(first_volume, {2, 4, 0}, now, 1);
+  auto const other = storage(first_volume) / lab::hour_folder_name(1, 4, 0, now) / "unit000002";
+  ASSERT_TRUE(fs::exists(other));
+  auto const swapped = root().parent_path() / "swapped";
+  fs::rename(other, swapped);
+  fs::rename(place(first_volume), other);
+  fs::rename(swapped, place(first_volume));
+  tamper("DELETE FROM period WHERE id = 1");
+  tamper("UPDATE unit SET period_id = NULL WHERE period_id = 1");
+  auto const kept = shares();
+  EXPECT_EQ("left: volume vol1: unit " + unit + " in " + hour_folder +
+                " is recorded without a period, and what it holds does not begin as its recording",
+            repair().front());
+  EXPECT_EQ(strings(), world::differences(kept, shares()));
+  EXPECT_EQ("recorded", state_of_unit());
+}
+
+TEST_F(repair_of_three, a_leaked_unit_that_was_never_written_is_recycled) {
+  tamper("UPDATE unit SET period_id = NULL WHERE period_id = 1");
+  tamper("DELETE FROM period WHERE id = 1");
+  world::write_file(place(first_volume), std::string(unit_bytes, '\0'));
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_EQ("free", state_of_unit());
+}
+
 // A volume that is taken away after its repair began, as by a lazy unmount.
 class repair_of_vanishing : public repair_of_three {
  protected:
