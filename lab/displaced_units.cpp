@@ -1,6 +1,7 @@
 #include "lab/displaced_units.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <utility>
@@ -10,12 +11,14 @@
 namespace lab {
 
 std::string path_of(loose_file const& file) {
+  if (file.volume == nullptr) return file.shown;
   return file.volume->place.folder_name + "/" + file.shown;
 }
 
 namespace {
 
 constexpr std::size_t longest_head = 256;
+constexpr char const* share_prefix = "share/";
 
 struct read_file {
   loose_file file;
@@ -28,16 +31,17 @@ std::optional<std::string> first_line(folder const& in, std::string const& name)
   return text;
 }
 
-// What is looked at. Looking at all files takes long; that is what lies in
-// places of other units and in lost+found, too.
+// What is looked at of units' files. Looking at those that lie in units' places
+// takes long.
 enum class scope { out_of_place, all };
 
-// What lies in a volume and is not the recording that belongs where it lies.
+// What lies in a volume, or in lost+found of the recorder's own folders, and is
+// not the recording that belongs where it lies.
 class loose_files {
  public:
-  loose_files(surveyed_volume const& volume, scope which) : volume_(volume), scope_(which) {
+  loose_files(surveyed_volume const& volume, scope which) : volume_(&volume) {
     for (auto const& unit : volume.found.units) {
-      for (auto const& file : volume.found.files_of(unit.name)) add(unit, file);
+      for (auto const& file : volume.found.files_of(unit.name)) add(unit, file, which);
     }
     for (auto const& each : volume.found.strangers) {
       if (each.what != stranger::kind::entry) continue;
@@ -45,25 +49,30 @@ class loose_files {
       add_any(folder(volume.place.path / each.folder_path), each.name, each.shown,
               in_unit_folder ? position::unit_folder : position::beside);
     }
-    if (which == scope::all)
-      add_any(folder(volume.place.path), lost_folder, lost_folder, position::below);
+    add_any(folder(volume.place.path), lost_folder, lost_folder, position::below);
     // What was not found may lie on it, if it was taken away meanwhile.
     require_mounted(volume.place);
+  }
+
+  explicit loose_files(std::filesystem::path const& recorder_folder) {
+    for (std::string const parent : {"", share_prefix}) {
+      add_any(folder(recorder_folder / parent), lost_folder, parent + lost_folder, position::below);
+    }
   }
 
   std::vector<read_file> take() { return std::move(found_); }
 
  private:
-  void add(unit_row const& unit, unit_file const& file) {
+  void add(unit_row const& unit, unit_file const& file, scope which) {
     bool const in_place = file.folder_name == unit.folder_name ||
                           (is_on_its_way(unit) && file.folder_name == preallocate_folder);
-    if (in_place && scope_ == scope::out_of_place) return;
-    folder const in(volume_.place.path / storage_name(volume_.place) / file.folder_name);
+    if (in_place && which == scope::out_of_place) return;
+    folder const in(volume_->place.path / storage_name(volume_->place) / file.folder_name);
     auto head = first_line(in, unit.name);
     if (in_place && unit.state == "recorded" && head == recording_head(file.folder_name, unit.name))
       return;
     found_.push_back(
-        {{&volume_, unit.name, file.folder_name + "/" + unit.name,
+        {{volume_, unit.name, file.folder_name + "/" + unit.name,
           in_place ? position::in_place : position::unit_folder, file.device, file.number},
          std::move(head)});
   }
@@ -77,7 +86,7 @@ class loose_files {
       add_all_in(in, name, shown);
       return;
     }
-    found_.push_back({{&volume_, name, shown, where, status->st_dev, status->st_ino},
+    found_.push_back({{volume_, name, shown, where, status->st_dev, status->st_ino},
                       S_ISREG(status->st_mode) ? first_line(in, name) : std::nullopt});
   }
 
@@ -90,14 +99,24 @@ class loose_files {
         add_any(*inside, each, shown + "/" + each, position::below);
       }
     } catch (error const&) {
-      found_.push_back({{&volume_, name, shown, position::below, 0, 0}, std::nullopt});
+      found_.push_back({{volume_, name, shown, position::below, 0, 0}, std::nullopt});
     }
   }
 
-  surveyed_volume const& volume_;
-  scope scope_;
+  surveyed_volume const* volume_ = nullptr;
   std::vector<read_file> found_;
 };
+
+std::vector<read_file> all_loose_files(std::vector<surveyed_volume> const& volumes, scope which) {
+  if (volumes.empty()) return {};
+  auto const share = volumes.front().place.path.parent_path();
+  auto all = loose_files(share.parent_path()).take();
+  for (auto const& volume : volumes) {
+    auto found = loose_files(volume, which).take();
+    std::move(found.begin(), found.end(), std::back_inserter(all));
+  }
+  return all;
+}
 
 unit_file const* file_in_place(surveyed_volume const& home, unit_row const& unit) {
   auto const& files = home.found.files_of(unit.name);
@@ -121,13 +140,10 @@ scope needed_scope(std::vector<surveyed_volume> const& volumes) {
 class search {
  public:
   explicit search(std::vector<surveyed_volume> const& volumes) {
-    auto const which = needed_scope(volumes);
-    for (auto const& volume : volumes) {
-      for (auto& each : loose_files(volume, which).take()) {
-        if (!each.head) take_as_doubt(each.file);
-        (each.head ? by_head_[*each.head] : unreadable_[each.file.name])
-            .push_back(std::move(each.file));
-      }
+    for (auto& each : all_loose_files(volumes, needed_scope(volumes))) {
+      if (!each.head) take_as_doubt(each.file);
+      (each.head ? by_head_[*each.head] : unreadable_[each.file.name])
+          .push_back(std::move(each.file));
     }
     if (by_head_.empty() && unreadable_.empty()) return;
     for (auto const& volume : volumes) {
@@ -234,11 +250,9 @@ std::vector<displaced_unit> displaced_units(std::vector<surveyed_volume> const& 
 
 std::vector<loose_recording> loose_recordings(std::vector<surveyed_volume> const& volumes) {
   std::vector<loose_recording> found;
-  for (auto const& volume : volumes) {
-    for (auto& each : loose_files(volume, scope::all).take()) {
-      if (each.head) each.head->resize(std::min(each.head->size(), each.head->find('/')));
-      found.push_back({std::move(each.file), std::move(each.head)});
-    }
+  for (auto& each : all_loose_files(volumes, scope::all)) {
+    if (each.head) each.head->resize(std::min(each.head->size(), each.head->find('/')));
+    found.push_back({std::move(each.file), std::move(each.head)});
   }
   return found;
 }

@@ -19,15 +19,15 @@ enum class position { in_place, unit_folder, beside, below };
 // A file that is not the recording of a unit that belongs where it lies. Also
 // what may hold any file: a folder that cannot be read, or what is no file.
 struct loose_file {
-  surveyed_volume const* volume;
+  surveyed_volume const* volume;  // none in lost+found of the recorder or of share
   std::string name;
-  std::string shown;  // from the storage folder, outside of it from the volume's
+  std::string shown;  // from the storage folder, outside of it from the volume's or recorder's
   position where;
   dev_t device;
   ino_t number;
 };
 
-// From the folder of the volumes.
+// From the folder of the volumes; from the recorder's for what lies in none.
 std::string path_of(loose_file const& file);
 
 // A recorded unit whose recording is not in its place, and the files that may

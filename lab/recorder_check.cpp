@@ -22,7 +22,9 @@ void add_displaced(std::vector<surveyed_volume> const& volumes, findings& lines)
   for (auto const& each : displaced_units(volumes)) {
     for (auto const& file : each.files) {
       if (file.volume == each.home) continue;
-      lines.push_back("wrong-volume: volume " + file.volume->place.folder_name + ": " + file.shown +
+      auto const host =
+          file.volume == nullptr ? "recorder" : "volume " + file.volume->place.folder_name;
+      lines.push_back("wrong-volume: " + host + ": " + file.shown +
                       (each.is_certain ? " is of volume " : " may be of volume ") +
                       each.home->place.folder_name);
     }

@@ -94,6 +94,7 @@ void bring_displaced_back(database const& catalogue, repairs const& volumes) {
     auto& home = repair_of(each.home);
     if (!each.is_certain) home.leave(each);
     for (auto const& file : each.files) {
+      if (file.volume == nullptr) continue;
       auto& host = repair_of(file.volume);
       if (each.is_certain) {
         if (&host != &home) home.bring_back(*each.unit, host);

@@ -663,6 +663,13 @@ class repair_of_three : public repair_of {
     EXPECT_EQ(1U, open().periods().size());
   }
 
+  // The catalogue says that they are free.
+  void forget_units() const {
+    tamper(
+        "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL, stream = NULL,"
+        "                hour_ms = NULL, period_id = NULL WHERE state = 'recorded'");
+  }
+
   std::string state_of_unit() const {
     lab::database const catalogue(root() / "catalogue.db", lab::database::mode::read_only,
                                   std::chrono::milliseconds(0));
@@ -798,9 +805,7 @@ TEST_F(repair_of_three, a_lost_and_found_that_cannot_be_read_may_hold_it) {
 
 // The catalogue says that it is free, the file that it is recorded.
 TEST_F(repair_of_three, a_recording_that_only_its_period_remembers_is_not_given_up) {
-  tamper(
-      "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL, stream = NULL,"
-      "                hour_ms = NULL, period_id = NULL WHERE state = 'recorded'");
+  forget_units();
   auto const period = "period 1 " + hour_folder;
   auto const kept = shares();
   auto const lines = repair();
@@ -952,9 +957,7 @@ TEST_F(repair_of_three, a_free_unit_s_file_that_cannot_be_read_leaves_it) {
   fs::remove_all(root());
   somebody const without_rights(root().parent_path());
   lay();
-  tamper(
-      "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL, stream = NULL,"
-      "                hour_ms = NULL, period_id = NULL WHERE state = 'recorded'");
+  forget_units();
   fs::permissions(place(first_volume), fs::perms(0));
   auto const lines = repair();
   EXPECT_EQ("left: volume vol1: unit " + unit + ": " + shown() + " cannot be read", lines.front());
@@ -964,6 +967,38 @@ TEST_F(repair_of_three, a_free_unit_s_file_that_cannot_be_read_leaves_it) {
   EXPECT_TRUE(fs::exists(place(first_volume)));
   EXPECT_EQ(1U, open().periods().size());
   fs::permissions(place(first_volume), fs::perms(0644));
+}
+
+// What is found there depends on no other damage.
+TEST_F(repair_of_three, a_recording_that_was_set_aside_is_found_behind_a_file_in_its_place) {
+  auto const lost = root() / "share/vol3/lost+found";
+  fs::create_directories(lost);
+  fs::rename(place(first_volume), lost / unit);
+  world::write_file(place(first_volume), std::string(unit_bytes, 'x'));
+  EXPECT_EQ(strings{"wrong-volume: volume vol3: lost+found/" + unit + " may be of volume vol1"},
+            findings());
+  expect_left({"left: volume vol1: unit " + unit + " of " + hour_folder +
+               ": whether this file is it cannot be told: vol3/lost+found/" + unit});
+}
+
+// A file system's own folder, where it puts what it finds.
+TEST_F(repair_of_three, a_recording_in_a_lost_and_found_of_the_recorder_is_not_given_up) {
+  for (auto const& lost : {std::string("lost+found"), std::string("share/lost+found")}) {
+    SCOPED_TRACE(lost);
+    lay();
+    fs::create_directory(root() / lost);
+    fs::rename(place(first_volume), root() / lost / "#123");
+    EXPECT_EQ(strings{"wrong-volume: recorder: " + lost + "/#123 may be of volume vol1"},
+              findings_of("wrong-volume"));
+    expect_left({"left: volume vol1: unit " + unit + " of " + hour_folder +
+                 ": whether this file is it cannot be told: " + lost + "/#123"});
+    forget_units();
+    auto const lines = repair();
+    EXPECT_EQ(1, std::count(lines.begin(), lines.end(),
+                            "left: period 1 " + hour_folder + ": " + lost +
+                                "/#123 begins as a recording of its hours"));
+    EXPECT_EQ(1U, open().periods().size());
+  }
 }
 
 // What lies in a leaked unit's place may be another one's recording.
