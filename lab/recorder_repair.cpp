@@ -118,6 +118,8 @@ std::vector<std::int64_t> mend_volumes(repairs const& volumes, elsewhere others,
   return settled;
 }
 
+constexpr std::int64_t any_volume = 0;
+
 struct named_period {
   std::int64_t id;
   std::string name;
@@ -141,6 +143,10 @@ std::vector<named_period> attributable_periods(database const& catalogue) {
   return named_periods(query);
 }
 
+bool holds(std::vector<std::int64_t> const& ids, std::int64_t id) {
+  return std::find(ids.begin(), ids.end(), id) != ids.end();
+}
+
 struct emptied_period {
   named_period known;
   std::set<std::string> hour_folders;
@@ -154,14 +160,17 @@ std::set<std::string> hour_folders_of(statement const& row, std::int64_t end_ms)
   return found;
 }
 
-// Periods that have lost all their units on the volume that they name. Where
-// units of the stream without a period lie in its hours, those may be its own.
+// Periods that have lost all their units on the volume that they name, or on any
+// if they name none. Where units of the stream without a period lie in its hours,
+// those may be its own.
 std::vector<emptied_period> emptied_periods(database const& catalogue) {
   statement query(catalogue,
-                  "SELECT p.id, c.number, p.recording_type, p.stream, p.start_ms, v.id, p.end_ms"
+                  "SELECT p.id, c.number, p.recording_type, p.stream, p.start_ms,"
+                  "       coalesce(v.id, 0), p.end_ms"
                   "  FROM period p JOIN channel c ON c.id = p.channel_id"
-                  "                JOIN volume v ON v.sid_text = p.storage_id"
-                  "  WHERE NOT EXISTS (SELECT 1 FROM unit u WHERE u.period_id = p.id)"
+                  "                LEFT JOIN volume v ON v.sid_text = p.storage_id"
+                  "  WHERE (v.id IS NOT NULL OR p.storage_id = '')"
+                  "    AND NOT EXISTS (SELECT 1 FROM unit u WHERE u.period_id = p.id)"
                   "    AND NOT EXISTS ("
                   "      SELECT 1 FROM unit u"
                   "        WHERE u.channel_id = p.channel_id"
@@ -207,45 +216,45 @@ std::string remains_of(emptied_period const& period, loose_hours const& loose) {
   return path_of(*loose.unreadable) + " may be a recording of its hours, and cannot be read";
 }
 
-// Those of the periods of which nothing is left anywhere. A file that begins as
-// a recording of their hours may be theirs, wherever it lies.
+// Those of the periods of which nothing is left anywhere, once the units of their
+// volumes are settled. A file that begins as a recording of their hours may be
+// theirs, wherever it lies.
 std::vector<named_period> lost_periods(database const& catalogue, repairs const& volumes,
-                                       report& lines) {
+                                       std::vector<std::int64_t> const& settled, report& lines) {
   auto const emptied = emptied_periods(catalogue);
   if (emptied.empty()) return {};
   auto const surveyed = survey_all(catalogue, volumes);
   auto const loose = hours_of(loose_recordings(surveyed));
+  auto const is_settled = [&](std::int64_t volume_id) {
+    return volume_id == any_volume ? settled.size() == volumes.size() : holds(settled, volume_id);
+  };
   std::vector<named_period> lost;
   for (auto const& period : emptied) {
     auto const remains = remains_of(period, loose);
-    if (remains.empty()) {
-      lost.push_back(period.known);
-    } else {
+    if (!remains.empty()) {
       lines.push_back("left: " + period.known.name + ": " + remains);
+    } else if (is_settled(period.known.volume_id)) {
+      lost.push_back(period.known);
     }
   }
   return lost;
 }
 
-// Drops those that are lost.
+// Gives periods their storage ids back, and drops those that are lost.
 void mend_periods(database& catalogue, std::vector<named_period> const& lost,
                   std::vector<std::int64_t> const& settled, report& lines) {
-  auto const is_settled = [&](named_period const& each) {
-    return std::find(settled.begin(), settled.end(), each.volume_id) != settled.end();
-  };
   report done;
   transaction all(catalogue, transaction_kind::writing);
   statement attribute(catalogue,
                       "UPDATE period SET storage_id = (SELECT sid_text FROM volume WHERE id = ?)"
                       "  WHERE id = ?");
   for (auto const& each : attributable_periods(catalogue)) {
-    if (!is_settled(each)) continue;
+    if (!holds(settled, each.volume_id)) continue;
     attribute.with(each.volume_id, each.id).run();
     done.push_back("mended: " + each.name + ": has the storage id of its units' volume again");
   }
   statement drop(catalogue, "DELETE FROM period WHERE id = ?");
   for (auto const& each : lost) {
-    if (!is_settled(each)) continue;
     drop.with(each.id).run();
     done.push_back("mended: " + each.name + ": dropped, as nothing of it is left");
   }
@@ -341,7 +350,7 @@ void recorder::repair_all(std::vector<std::string>& lines) {
     bool const all_seen = volumes.size() == places.size();
     settled = mend_volumes(volumes, all_seen ? elsewhere::all_seen : elsewhere::some_unseen, lines);
     auto const lost =
-        all_seen ? lost_periods(catalogue, volumes, lines) : std::vector<named_period>();
+        all_seen ? lost_periods(catalogue, volumes, settled, lines) : std::vector<named_period>();
     mend_periods(catalogue, lost, settled, lines);
   }
   span const always{std::numeric_limits<std::int64_t>::min(),

@@ -1029,6 +1029,36 @@ TEST_F(repair_of_three, a_leaked_unit_that_was_never_written_is_recycled) {
   EXPECT_EQ("free", state_of_unit());
 }
 
+// It may be of any volume.
+TEST_F(repair_of_three, a_period_without_storage_id_goes_when_every_volume_is_settled) {
+  tamper("UPDATE period SET storage_id = ''");
+  fs::remove(place(first_volume));
+  open().record(second_volume, {2, 4, 0}, now, 1);
+  auto const leaked = storage(second_volume) / lab::hour_folder_name(1, 4, 0, now) / unit;
+  auto const head = world::tree_of(leaked.parent_path()).at(unit);
+  world::write_file(leaked, std::string(unit_bytes, 'x'));
+  tamper("UPDATE unit SET period_id = NULL WHERE volume_id = 2");
+  tamper("DELETE FROM period WHERE storage_id <> ''");
+  repair();
+  EXPECT_EQ("free", state_of_unit());
+  EXPECT_EQ(1U, open().periods().size());
+  world::write_file(leaked, head);
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_EQ(0U, open().periods().size());
+}
+
+TEST_F(repair_of_three, a_period_without_storage_id_stays_for_a_recording_of_its_hour) {
+  tamper("UPDATE period SET storage_id = ''");
+  forget_units();
+  repair();
+  EXPECT_EQ(1U, open().periods().size());
+  fs::remove_all(volume_folder() / "lost+found");
+  repair();
+  EXPECT_EQ(strings(), findings());
+  EXPECT_EQ(0U, open().periods().size());
+}
+
 // A volume that is taken away after its repair began, as by a lazy unmount.
 class repair_of_vanishing : public repair_of_three {
  protected:
