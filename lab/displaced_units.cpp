@@ -1,11 +1,13 @@
 #include "lab/displaced_units.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <map>
 #include <optional>
 #include <utility>
 
+#include "lab/error.h"
 #include "lab/unit_moves.h"
 
 namespace lab {
@@ -18,6 +20,7 @@ std::string path_of(loose_file const& file) {
 namespace {
 
 constexpr std::size_t longest_head = 256;
+constexpr std::ptrdiff_t deepest_nesting = 100;
 constexpr char const* share_prefix = "share/";
 
 struct read_file {
@@ -90,9 +93,10 @@ class loose_files {
                       S_ISREG(status->st_mode) ? first_line(in, name) : std::nullopt});
   }
 
-  // A folder that cannot be read may hold anything.
+  // A folder that cannot be read, or lies too deep to be, may hold anything.
   void add_all_in(folder const& parent, std::string const& name, std::string const& shown) {
     try {
+      if (std::count(shown.begin(), shown.end(), '/') > deepest_nesting) throw error("too deep");
       auto const inside = folder::find(parent, name);
       if (!inside) return;
       for (auto const& each : inside->names()) {

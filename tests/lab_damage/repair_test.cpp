@@ -898,6 +898,19 @@ TEST_F(repair_of_three, a_recording_in_a_folder_that_nobody_knows_is_not_given_u
   }
 }
 
+TEST_F(repair_of_three, a_recording_below_any_number_of_folders_is_not_given_up) {
+  for (int const depth : {50, 500}) {
+    lay();
+    auto host = root() / "share/vol3/backup";
+    for (int level = 0; level < depth; ++level) host /= "d";
+    fs::create_directories(host);
+    fs::rename(place(first_volume), host / unit);
+    auto const line = repair().front();
+    EXPECT_EQ("recorded", state_of_unit());
+    EXPECT_EQ(depth < 100, line.find("/" + unit) != std::string::npos) << line;
+  }
+}
+
 // What it points to may be anything, and a folder that cannot be read may hold
 // anything.
 TEST_F(repair_of_three, a_stranger_that_may_hold_anything_may_hold_the_recording) {
