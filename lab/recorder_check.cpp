@@ -1,11 +1,9 @@
 // Comparing what the catalogue says with what lies in the folders.
-#include <set>
-#include <system_error>
-
 #include "lab/catalogue_check.h"
 #include "lab/catalogue_journal.h"
 #include "lab/displaced_units.h"
 #include "lab/recorder_state.h"
+#include "lab/recorder_strangers.h"
 #include "lab/shared_units.h"
 
 namespace lab {
@@ -37,41 +35,15 @@ void add_shared(std::vector<surveyed_volume> const& volumes, findings& lines) {
   }
 }
 
-// What is in the recorder's own folder or in share and belongs to nobody. An
-// unmounted volume's folder does not.
-void add_strangers(folder const& in, std::string const& shown_folder,
-                   std::set<std::string> const& known, findings& lines) {
-  for (auto const& name : in.names()) {
-    if (known.count(name) > 0 || name == lost_folder) continue;
-    auto const status = in.status(name);
-    if (!status) continue;
-    lines.push_back(std::string("unknown: recorder: ") +
-                    (S_ISDIR(status->st_mode) ? "unknown folder " : "unknown file ") +
-                    shown_folder + name);
-  }
-}
-
-void add_all_strangers(std::filesystem::path const& recorder_folder,
-                       std::vector<volume_place> const& places, findings& lines) {
-  folder const top(recorder_folder);
-  add_strangers(top, "", {catalogue_file, catalogue_journal_file, share_folder, unmounted_folder},
-                lines);
-  std::set<std::string> volumes;
-  for (auto const& place : places) volumes.insert(place.folder_name);
-  // A link to it is as good.
-  std::error_code ignored;
-  if (!std::filesystem::is_directory(recorder_folder / share_folder, ignored)) return;
-  add_strangers(folder(recorder_folder / share_folder), std::string(share_folder) + "/", volumes,
-                lines);
-}
-
 }  // namespace
 
 void recorder::check_against_folders(std::vector<std::string>& lines) const {
   auto& catalogue = state_->catalogue;
   std::vector<surveyed_volume> mounted;
   auto const places = places_of(catalogue, state_->folder);
-  add_all_strangers(state_->folder, places, lines);
+  for (auto const& each : strangers_beside_volumes(state_->folder, places)) {
+    lines.push_back("unknown: recorder: " + each);
+  }
   for (auto const& place : places) {
     auto const mounted_as = mount_of(place);
     if (mounted_as != mount::present) {

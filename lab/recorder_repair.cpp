@@ -11,6 +11,7 @@
 #include "lab/catalogue_journal.h"
 #include "lab/layout.h"
 #include "lab/recorder_state.h"
+#include "lab/recorder_strangers.h"
 #include "lab/volume_repair.h"
 
 namespace lab {
@@ -347,10 +348,14 @@ void recorder::repair_all(std::vector<std::string>& lines) {
     auto const volumes = finish_all_moves(locked, lines);
     part_shared(catalogue, volumes, lines);
     bring_displaced_back(catalogue, volumes);
-    bool const all_seen = volumes.size() == places.size();
-    settled = mend_volumes(volumes, all_seen ? elsewhere::all_seen : elsewhere::some_unseen, lines);
-    auto const lost =
-        all_seen ? lost_periods(catalogue, volumes, settled, lines) : std::vector<named_period>();
+    auto others = elsewhere::all_seen;
+    if (!strangers_beside_volumes(state_->folder, places).empty()) {
+      others = elsewhere::something_beside;
+    }
+    if (volumes.size() < places.size()) others = elsewhere::some_unseen;
+    settled = mend_volumes(volumes, others, lines);
+    std::vector<named_period> lost;
+    if (others == elsewhere::all_seen) lost = lost_periods(catalogue, volumes, settled, lines);
     mend_periods(catalogue, lost, settled, lines);
   }
   span const always{std::numeric_limits<std::int64_t>::min(),

@@ -108,7 +108,7 @@ void volume_repair::part(shared_unit const& which, volume_repair& other) {
   }
   drop_name(folder(storage() / which.folder_name), which.unit->name,
             folder(other.storage() / which.other_folder_name), which.other->name);
-  mended(text_of(which) + ": lost that name");
+  mended(text_of(which) + ": loses that name");
 }
 
 void volume_repair::bring_back(unit_row const& unit, volume_repair& host) {
@@ -293,9 +293,11 @@ std::vector<unit_file> volume_repair::files_that_may_be(unit_row const& unit,
 
 void volume_repair::give_up(unit_row const& unit, std::vector<unit_file> const& files,
                             elsewhere others) {
-  if (unit.state == "recorded" && others == elsewhere::some_unseen) {
+  if (unit.state == "recorded" && others != elsewhere::all_seen) {
     leave_alone(unit.name);
-    left("unit " + unit.name + " was found nowhere: it may be on a volume that is not mounted");
+    left("unit " + unit.name + " was found nowhere: it may be " +
+         (others == elsewhere::some_unseen ? "on a volume that is not mounted"
+                                           : "in what belongs to no volume"));
     return;
   }
   for (auto const& file : files) {

@@ -24,10 +24,10 @@
 
 namespace lab {
 
-// Whether the repair sees every volume of the recorder. What lies on one that it
-// does not see may be what is missing here, and what nobody knows here may be
-// of such a one.
-enum class elsewhere { all_seen, some_unseen };
+// Whether the repair sees all that is the recorder's. What lies on a volume that
+// it does not see, or beside the volumes, may be what is missing here; what
+// nobody knows here may be of a volume that it does not see.
+enum class elsewhere { all_seen, something_beside, some_unseen };
 
 // Whoever repairs holds the volume's lock throughout.
 class volume_repair {

@@ -1015,6 +1015,21 @@ TEST_F(repair_of_three, a_recording_in_a_lost_and_found_of_the_recorder_is_not_g
 }
 
 // What lies in a leaked unit's place may be another one's recording.
+TEST_F(repair_of_three, a_recording_beside_the_volumes_is_not_given_up) {
+  fs::rename(place(first_volume).parent_path(), root() / "share" / hour_folder);
+  auto const free = preallocate(first_volume) / names(preallocate(first_volume)).front();
+  fs::remove(free);
+  auto const lines = repair();
+  EXPECT_EQ(1, std::count(lines.begin(), lines.end(),
+                          "left: volume vol1: unit " + unit +
+                              " was found nowhere: it may be in what belongs to no volume"));
+  EXPECT_EQ(1U, open().periods().size());
+  EXPECT_EQ(unit_bytes, fs::file_size(free));
+  fs::rename(root() / "share" / hour_folder, place(first_volume).parent_path());
+  repair();
+  EXPECT_EQ(strings(), findings());
+}
+
 TEST_F(repair_of_three, a_leaked_unit_with_another_recording_in_its_place_is_not_recycled) {
   open().record(first_volume, {2, 4, 0}, now, 1);
   auto const other = storage(first_volume) / lab::hour_folder_name(1, 4, 0, now) / "unit000002";

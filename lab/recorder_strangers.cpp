@@ -1,0 +1,42 @@
+#include "lab/recorder_strangers.h"
+
+#include <set>
+#include <system_error>
+
+#include "lab/folder.h"
+#include "lab/recorder_state.h"
+#include "lab/volume_survey.h"
+
+namespace lab {
+
+namespace {
+
+void add_strangers(folder const& in, std::string const& shown_folder,
+                   std::set<std::string> const& known, std::vector<std::string>& found) {
+  for (auto const& name : in.names()) {
+    if (known.count(name) > 0 || name == lost_folder) continue;
+    auto const status = in.status(name);
+    if (!status) continue;
+    found.push_back((S_ISDIR(status->st_mode) ? "unknown folder " : "unknown file ") +
+                    shown_folder + name);
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> strangers_beside_volumes(std::filesystem::path const& recorder_folder,
+                                                  std::vector<volume_place> const& places) {
+  std::vector<std::string> found;
+  add_strangers(folder(recorder_folder), "",
+                {catalogue_file, catalogue_journal_file, share_folder, unmounted_folder}, found);
+  std::set<std::string> volumes;
+  for (auto const& place : places) volumes.insert(place.folder_name);
+  // A link to it is as good.
+  std::error_code ignored;
+  if (!std::filesystem::is_directory(recorder_folder / share_folder, ignored)) return found;
+  add_strangers(folder(recorder_folder / share_folder), std::string(share_folder) + "/", volumes,
+                found);
+  return found;
+}
+
+}  // namespace lab
