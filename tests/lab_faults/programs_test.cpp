@@ -31,6 +31,47 @@ bool holds(std::string const& text, std::string const& part) {
   return text.find(part) != std::string::npos;
 }
 
+bool ends_with(std::string const& text, std::string const& ending) {
+  return text.size() >= ending.size() &&
+         text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
+}
+
+// The command lines of st that change nothing.
+strings list_commands() {
+  return {"spacelist", "vollist Storage1", "spaceinfo Storage1",
+          "voluse -1", "volchn vol1",      "nullid -1"};
+}
+
+// A program and what a command line holds behind its name.
+strings st_line(std::string const& program, std::string const& command) {
+  strings words{program};
+  std::istringstream rest(command);
+  for (std::string word; rest >> word;) words.push_back(word);
+  return words;
+}
+
+// Whether a command line was none that st knows.
+bool is_usage(std::string const& output) { return holds(output, "st CMD PARAMETERS"); }
+
+// A command that recycles what has leaked, and what it prints among other things
+// and at its end.
+struct cleaning {
+  std::string command;
+  std::string part;
+  std::string ending;
+};
+
+std::vector<cleaning> cleanings() {
+  return {{"autoclean", "Volume space leak detected count: 2\n", "recycle check process done.\n"},
+          {"volclean -1", "[NR S00] Success.\n", "Recycle process done.\n"}};
+}
+
+void expect_got_through(cleaning const& which, std::string const& output) {
+  EXPECT_TRUE(holds(output, which.part)) << output;
+  EXPECT_FALSE(holds(output, "failure")) << output;
+  EXPECT_TRUE(ends_with(output, which.ending)) << output;
+}
+
 struct outcome {
   int status;  // 128 + n after signal n
   std::string output;
@@ -144,16 +185,27 @@ TEST_F(programs, refuse_what_is_no_fault) {
   EXPECT_EQ("STLAB_FAULT: kill@never is no fault\n", ran.output);
 }
 
-TEST_F(programs, recycle_on_volumes_without_a_free_unit_on_a_full_disk) {
+TEST_F(programs, list_on_a_full_disk_what_they_listed_before) {
   make_full();
-  auto const usual = run({ST_PROGRAM, "spacelist"});
-  EXPECT_EQ(usual.output, run({ST_FAULTS_PROGRAM, "spacelist"}, "full@1+").output);
-  auto const volumes = run({ST_PROGRAM, "vollist"});
-  EXPECT_EQ(volumes.output, run({ST_FAULTS_PROGRAM, "vollist"}, "full@1+").output);
-  auto const cleaned = run({ST_FAULTS_PROGRAM, "autoclean"}, "full@1+");
-  EXPECT_EQ(0, cleaned.status);
-  EXPECT_TRUE(holds(cleaned.output, "Volume space leak detected count: 2")) << cleaned.output;
-  expect_recycled();
+  for (auto const& command : list_commands()) {
+    auto const usual = run(st_line(ST_PROGRAM, command));
+    auto const listed = run(st_line(ST_FAULTS_PROGRAM, command), "full@1+");
+    EXPECT_EQ(0, listed.status) << command;
+    EXPECT_EQ(usual.output, listed.output);
+    EXPECT_FALSE(is_usage(listed.output)) << command;
+  }
+}
+
+TEST_F(programs, recycle_on_volumes_without_a_free_unit_on_a_full_disk) {
+  for (cleaning const& each : cleanings()) {
+    SCOPED_TRACE(each.command);
+    fs::remove_all(recorder());
+    make_full();
+    auto const cleaned = run(st_line(ST_FAULTS_PROGRAM, each.command), "full@1+");
+    EXPECT_EQ(0, cleaned.status);
+    expect_got_through(each, cleaned.output);
+    expect_recycled();
+  }
 }
 
 TEST_F(programs, only_report_when_every_step_finds_the_disk_full) {
@@ -178,29 +230,56 @@ TEST_F(programs, finish_on_a_full_disk_what_a_kill_at_any_point_cut_short) {
   });
 }
 
-// What is done on a file system of its own that is filled to its last block.
+// What is done on a file system of its own that is filled to its last block. The
+// lists before and after that, and what the cleaning printed, go elsewhere.
 constexpr char const* on_a_full_file_system = R"(
   mount -t tmpfs -o size=48m none "$1" || exit 77
   cd "$1" || exit 1
   export STLAB_RECORDER=$1/recorder
-  stlab=$2 st=$3
+  elsewhere=$2 stlab=$3 st=$4 clean=$5
+  shift 5
   "$stlab" make recorder --spaces 1 --volumes 2 --volume-mb 10 --channels 2 --days 0 || exit 1
   "$stlab" leak recorder --volume vol1 --hours 2 || exit 1
   "$stlab" leak recorder --volume vol2 --hours 2 || exit 1
   "$stlab" record recorder --stream 1 --units 7 || exit 1
+  for list; do "$st" $list || exit 1; done >"$elsewhere/before" 2>&1
   head -c 64M /dev/zero >filler 2>/dev/null
   (echo more >>filler) 2>/dev/null && exit 1
-  "$st" vollist && "$st" spacelist && "$st" autoclean && "$stlab" check recorder
+  for list; do "$st" $list || exit 1; done >"$elsewhere/full" 2>&1
+  "$st" $clean >"$elsewhere/cleaned" 2>&1 || exit 1
+  "$stlab" check recorder
 )";
 
-TEST_F(programs, recycle_on_a_file_system_that_is_full) {
-  auto const ran = run({"/usr/bin/unshare", "--user", "--map-root-user", "--mount", "/bin/sh", "-c",
-                        on_a_full_file_system, "sh", folder() / "", STLAB_PROGRAM, ST_PROGRAM});
-  if (ran.status == 77 || holds(ran.output, "unshare failed")) {
-    GTEST_SKIP() << "no file system of one's own can be mounted here: " << ran.output;
+TEST_F(programs, list_and_recycle_on_a_file_system_that_is_full) {
+  for (cleaning const& each : cleanings()) {
+    SCOPED_TRACE(each.command);
+    bench::temporary_folder const elsewhere;
+    strings words{"/usr/bin/unshare",
+                  "--user",
+                  "--map-root-user",
+                  "--mount",
+                  "/bin/sh",
+                  "-c",
+                  on_a_full_file_system,
+                  "sh",
+                  folder() / "",
+                  elsewhere.path(),
+                  STLAB_PROGRAM,
+                  ST_PROGRAM,
+                  each.command};
+    auto const lists = list_commands();
+    words.insert(words.end(), lists.begin(), lists.end());
+    auto const ran = run(words);
+    if (ran.status == 77 || holds(ran.output, "unshare failed")) {
+      GTEST_SKIP() << "no file system of one's own can be mounted here: " << ran.output;
+    }
+    ASSERT_EQ(0, ran.status) << ran.output;
+    EXPECT_TRUE(ends_with(ran.output, "clean\n")) << ran.output;
+    auto const before = content_of(elsewhere.path() / "before");
+    EXPECT_EQ(before, content_of(elsewhere.path() / "full"));
+    EXPECT_FALSE(is_usage(before)) << before;
+    expect_got_through(each, content_of(elsewhere.path() / "cleaned"));
   }
-  EXPECT_EQ(0, ran.status) << ran.output;
-  EXPECT_TRUE(holds(ran.output, "Volume space leak detected count: 2")) << ran.output;
 }
 
 }  // namespace
