@@ -9,12 +9,13 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <iostream>
 #include <map>
 #include <memory>
 #include <numeric>
 #include <system_error>
+
+#include "long_checks.h"
 
 namespace fault_loop {
 
@@ -253,11 +254,11 @@ class loop {
 
   // Second faults multiply; without the longer variants every fifth place gets
   // them, and one kind a point, all kinds in turn.
-  bool is_in_turn() { return is_long() || ++turn_ % 5 == 0; }
+  bool is_in_turn() { return support::are_long_checks_wanted() || ++turn_ % 5 == 0; }
 
   faults kinds_in_turn(int m) {
     auto const all = kinds_at(m);
-    if (is_long()) return all;
+    if (support::are_long_checks_wanted()) return all;
     return {all[static_cast<std::size_t>(++turn_) % all.size()]};
   }
 
@@ -320,11 +321,6 @@ std::string text_of(faults const& injected) {
                          [](std::string const& before, fault const& each) {
                            return before + (before.empty() ? "" : ",") + text_of_one(each);
                          });
-}
-
-bool is_long() {
-  char const* const asked = std::getenv("ST_LONG_CHECKS");
-  return asked != nullptr && *asked != '\0';
 }
 
 tally run_all(scenario const& what) { return loop(what).whole(); }

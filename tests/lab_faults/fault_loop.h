@@ -59,7 +59,4 @@ tally run_all(scenario const& what);
 // Prints the tally in one line, and keeps it as the running test's properties.
 void report(std::string const& name, tally const& of);
 
-// Whether the longer variants are asked for, by ST_LONG_CHECKS.
-bool is_long();
-
 }  // namespace fault_loop

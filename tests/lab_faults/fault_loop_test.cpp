@@ -12,6 +12,7 @@
 #include "lab/file_steps.h"
 #include "lab/layout.h"
 #include "lab/sqlite.h"
+#include "long_checks.h"
 #include "storage/service.h"
 
 namespace {
@@ -323,7 +324,7 @@ class making_loop {
     for (int m = first.at + 1;; ++m) {
       bool hit = false;
       auto seconds = fault_loop::kinds_at(m);
-      if (!fault_loop::is_long()) seconds = {seconds[static_cast<std::size_t>(m) % 5]};
+      if (!support::are_long_checks_wanted()) seconds = {seconds[static_cast<std::size_t>(m) % 5]};
       for (auto const& second : seconds) {
         auto const ran = stopped({first, second});
         ++result_.compound_runs;

@@ -3,7 +3,6 @@
 #include <stdlib.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <iostream>
@@ -11,6 +10,7 @@
 #include <regex>
 
 #include "lab/sqlite.h"
+#include "long_checks.h"
 
 namespace stress {
 
@@ -63,10 +63,7 @@ std::string without_missed_units(std::string const& errors) {
 
 }  // namespace
 
-int rounds() {
-  char const* const asked = std::getenv("ST_LONG_CHECKS");
-  return asked != nullptr && std::string(asked) == "1" ? 200 : 20;
-}
+int rounds() { return support::are_long_checks_wanted() ? 200 : 20; }
 
 bool tells_of_failure(std::string const& output) {
   static std::regex const failure(
