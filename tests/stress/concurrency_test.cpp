@@ -9,6 +9,18 @@
 namespace stress {
 namespace {
 
+// One run less is left when it goes, however the run ended.
+class counted_run {
+ public:
+  explicit counted_run(std::atomic<int>& runs_left) : runs_left_(runs_left) {}
+  ~counted_run() { --runs_left_; }
+  counted_run(counted_run const&) = delete;
+  counted_run& operator=(counted_run const&) = delete;
+
+ private:
+  std::atomic<int>& runs_left_;
+};
+
 class concurrency : public stress_test {
  protected:
   // At least one turn; goes on while the others run.
@@ -24,8 +36,8 @@ class concurrency : public stress_test {
   void run_together(job const& first, job const& second, bool leaks) const {
     std::atomic<int> runs_left = 2;
     auto const counted = [&](job const& which) {
+      counted_run const leaving(runs_left);
       perform(which);
-      --runs_left;
     };
     auto one = std::async(std::launch::async, counted, first);
     auto other = std::async(std::launch::async, counted, second);
