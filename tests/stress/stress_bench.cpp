@@ -83,6 +83,9 @@ std::vector<job> const& jobs() {
       {{"spacelist"}, "]\n\n"},
       {{"vollist", "Storage1"}, "%\n"},
       {{"vollist", "Storage2"}, "%\n"},
+      {{"voluse", "-1"}, "ch32 volume=[]\n"},
+      {{"volchn", "vol1"}, "[01] uses channel[01]\n[02] uses channel[03]\n"},
+      {{"nullid", "-1"}, "Total have [0] time period data has null storage id.\n"},
       {{"spaceinfo", "Storage1"}, "(GB)\n"},
   };
   return all;
