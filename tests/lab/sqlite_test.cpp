@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "lab/recorder_state.h"
 #include "world.h"
 
 namespace {
@@ -65,6 +66,26 @@ TEST_F(sqlite, busy_is_told_from_other_failures) {
   } catch (lab::database_error const& failure) {
     EXPECT_EQ(file().string() + ": NOT NULL constraint failed: t.x", failure.what());
   }
+}
+
+// Files are moved on the strength of a commit: it has to outlast a power loss.
+constexpr std::int64_t extra = 3;
+
+std::int64_t synchronous(lab::database const& of) {
+  lab::statement query(of, "PRAGMA synchronous");
+  return query.next() ? query.integer(0) : -1;
+}
+
+TEST_F(sqlite, who_writes_syncs_all_that_a_commit_needs) {
+  EXPECT_EQ(extra, synchronous(connect()));
+  auto const patience = std::chrono::milliseconds(0);
+  EXPECT_EQ(extra, synchronous({file(), lab::database::mode::read_write, patience}));
+}
+
+using catalogue = world::recorder_test;
+
+TEST_F(catalogue, is_synced_by_whoever_opens_the_recorder_to_write) {
+  EXPECT_EQ(extra, synchronous(lab::open_catalogue(make(), lab::access::read_write)));
 }
 
 TEST_F(sqlite, foreign_keys_are_kept) {
