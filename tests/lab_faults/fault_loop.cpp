@@ -118,8 +118,6 @@ std::string text_of_one(fault const& each) {
 
 void open_to_write(path const& recorder) { lab::recorder::open(recorder, lab::access::read_write); }
 
-bool is_hit(outcome const& run, int n) { return run.how == ending::killed || run.points >= n; }
-
 // One scenario on its way.
 class loop {
  public:
@@ -143,7 +141,7 @@ class loop {
     }
     for (auto const& [digest, injected] : left_) {
       if (what_.with == scenario::journal::kept) {
-        recover_on_a_full_disk(kept_.at(digest), injected);
+        recover_on_a_full_disk(digest, injected);
       }
       if (is_in_turn()) recover_with_faults(kept_.at(digest), injected);
       fs::remove_all(kept_.at(digest));
@@ -170,8 +168,8 @@ class loop {
   bool one_fault(faults const& injected, int n) {
     fresh_copy(start());
     auto const ran = run(what_.run, scratch(), injected);
-    ++(injected.size() == 1 ? result_.runs : result_.compound_runs);
-    if (!is_hit(ran, n)) return false;
+    int& counter = injected.size() == 1 ? result_.runs : result_.compound_runs;
+    if (!count_if_hit(ran, n, counter)) return false;
     judge(injected, ran);
     // An operation that failed has cleaned up: it is stopped there as well.
     if (ran.how == ending::failed && injected.size() == 1 && is_in_turn()) {
@@ -233,12 +231,12 @@ class loop {
     return true;
   }
 
-  void recover_on_a_full_disk(path const& state, faults const& first) {
-    fresh_copy(state);
+  void recover_on_a_full_disk(std::string const& digest, faults const& first) {
+    fresh_copy(kept_.at(digest));
     faults both = first;
     both.push_back({fault::kind::no_space, ENOSPC, 1, fault::span::from_there_on});
     auto const ran = run(open_to_write, scratch(), {both.back()});
-    ++result_.full_runs;
+    if (bench::digest_of(scratch()) != digest) ++result_.full_runs;
     if (ran.how != ending::done) complain(both, ran.text);
     note(both, "mended", bench::problems_when_finished(scratch(), *origin_));
     if (!is_allowed(bench::summary_of(scratch()))) complain(both, "is done in part");
@@ -265,8 +263,7 @@ class loop {
   bool fault_in_recovery(path const& state, faults const& first, fault const& second) {
     fresh_copy(state);
     auto const ran = run(open_to_write, scratch(), {second});
-    ++result_.compound_runs;
-    if (!is_hit(ran, second.at)) return false;
+    if (!count_if_hit(ran, second.at, result_.compound_runs)) return false;
     faults both = first;
     both.push_back(second);
     if (ran.how == ending::broken) complain(both, ran.text);
@@ -306,6 +303,12 @@ outcome run(operation const& what, path const& recorder, faults const& injected)
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
   return read_outcome(to_read.number(), status);
+}
+
+bool count_if_hit(outcome const& ran, int n, int& counter) {
+  bool const hit = ran.how == ending::killed || ran.points >= n;
+  if (hit) ++counter;
+  return hit;
 }
 
 faults kinds_at(int n) {

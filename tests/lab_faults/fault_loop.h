@@ -28,6 +28,9 @@ struct outcome {
 // one threw something else than lab::error or ended in another way.
 outcome run(operation const& what, path const& recorder, faults const& injected);
 
+// Whether a run met the fault at the n-th point; counts it into `counter` if so.
+bool count_if_hit(outcome const& ran, int n, int& counter);
+
 // Every kind of fault at the n-th point.
 faults kinds_at(int n);
 
@@ -46,9 +49,9 @@ struct scenario {
 
 struct tally {
   int points = 0;         // that the operation meets when nothing fails
-  int runs = 0;           // with one fault
-  int compound_runs = 0;  // with a second one, in the recovery or in the clean-up of the same run
-  int full_runs = 0;      // recoveries on a full disk
+  int runs = 0;           // that met one fault
+  int compound_runs = 0;  // that met a second one, in the recovery or in the same run's clean-up
+  int full_runs = 0;      // recoveries on a full disk, of states in which something was left to do
   int states = 0;         // different ones that were left behind
   std::vector<std::string> broken;
 };
