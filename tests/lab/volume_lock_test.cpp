@@ -1,5 +1,7 @@
 #include "lab/volume_lock.h"
 
+#include <fcntl.h>
+#include <sched.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -34,6 +36,24 @@ class opening {
   lab::descriptor events_;
 };
 
+// Keeps whoever opens a file waiting in the middle of it, for as long as it
+// lives.
+class lease {
+ public:
+  explicit lease(fs::path const& on) : file_(open(on.c_str(), O_RDONLY | O_CLOEXEC)) {
+    is_held_ = fcntl(file_.number(), F_SETLEASE, F_WRLCK) == 0;
+    // Nobody is to be told by a signal.
+    fcntl(file_.number(), F_SETOWN, 0);
+  }
+
+  bool is_held() const { return is_held_; }
+  bool is_wanted() const { return fcntl(file_.number(), F_GETLEASE) != F_WRLCK; }
+
+ private:
+  lab::descriptor file_;
+  bool is_held_;
+};
+
 class locking : public world::recorder_test {
  protected:
   locking() {
@@ -52,6 +72,23 @@ class locking : public world::recorder_test {
   }
 
   volume_lock lock() const { return {place_, volume_lock::kind::exclusive, milliseconds(0)}; }
+
+  // What one who wants the lock meets with when another identity takes the
+  // place of the one that it is just opening, and somebody locks that first.
+  // None when the test cannot have it so.
+  template <typename Newcomer>
+  std::optional<std::string> overtaken(Newcomer const& newcomer) const {
+    std::optional<lease> keeping(identity());
+    if (!keeping->is_held()) return std::nullopt;
+    auto late = std::async(std::launch::async, newcomer);
+    while (!keeping->is_wanted() && late.wait_for(milliseconds(0)) != std::future_status::ready) {
+      sched_yield();
+    }
+    replace_identity(lab::identity_text(place_.sid_text));
+    auto const first = lock();
+    keeping.reset();
+    return late.get();
+  }
 
   // One who waits for the lock, and has opened the identity already.
   std::future<std::string> newcomer(std::optional<volume_lock>& got) const {
@@ -85,6 +122,15 @@ TEST_F(locking, is_of_the_identity_that_is_there_when_it_is_got) {
   held.reset();
   EXPECT_EQ("", waiting.get());
   EXPECT_FALSE(volume_lock::try_take(place())) << "two have the lock";
+}
+
+TEST_F(locking, is_not_got_of_an_identity_that_has_just_been_replaced) {
+  auto const waiting = overtaken([this] { return world::failure_of([this] { lock(); }); });
+  auto const trying = overtaken(
+      [this] { return std::string(volume_lock::try_take(place()) ? "two have the lock" : ""); });
+  if (!waiting || !trying) GTEST_SKIP() << "no lease of a file can be had in " << root();
+  EXPECT_EQ("volume vol1 is being written by somebody else", *waiting);
+  EXPECT_EQ("", *trying);
 }
 
 TEST_F(locking, is_not_got_when_the_volume_is_not_mounted_any_more) {
