@@ -1,12 +1,12 @@
 // Repair that is killed or fails at its first step, at its second one and so on:
 // no content is lost, and the next repair finishes the work. With ST_LONG_CHECKS=1
 // every step fails in every way, else every third in one.
-#include <cstdlib>
 #include <iostream>
 #include <set>
 
 #include "lab/recorder.h"
 #include "lab/recorder_damage.h"
+#include "long_checks.h"
 #include "program.h"
 #include "world.h"
 
@@ -22,12 +22,6 @@ constexpr int killed = 128 + 9;
 std::string without_zeros_at_end(std::string text) {
   text.erase(text.find_last_not_of('\0') + 1);
   return text;
-}
-
-// Whether every point is failed in every way.
-bool is_long() {
-  char const* const asked = std::getenv("ST_LONG_CHECKS");
-  return asked != nullptr && *asked != '\0';
 }
 
 class stopped_repair : public world::recorder_test {
@@ -85,7 +79,7 @@ class stopped_repair : public world::recorder_test {
   // Of the ways to fail at the n-th point, those whose turn it is.
   static std::vector<std::string> kinds_at(int n) {
     std::vector<std::string> const all{"EIO", "ENOSPC+", "full+", "EIO+", "ENOSPC", "full"};
-    if (is_long()) return all;
+    if (support::are_long_checks_wanted()) return all;
     if (n % 3 != 0) return {};
     return {all[static_cast<std::size_t>(n / 3) % all.size()]};
   }
