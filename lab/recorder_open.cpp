@@ -69,10 +69,12 @@ database connect(fs::path const& folder, database::mode how, std::chrono::millis
   return catalogue;
 }
 
-// A change that was cut short by a crash can only be undone by who may write.
+// A change that was cut short by a crash can only be undone by who may write. A
+// journal that undoes nothing would stay in readers' way: the next change ends it.
 void undo_last_change(fs::path const& folder, std::chrono::milliseconds patience) {
   try {
-    connect(folder, database::mode::read_write, patience);
+    auto catalogue = connect(folder, database::mode::read_write, patience);
+    catalogue.execute("PRAGMA user_version = " + std::to_string(catalogue_format));
   } catch (database_error const& failure) {
     if (!is_write_refusal(failure)) throw;
     throw error(folder.string() +

@@ -30,7 +30,14 @@ std::vector<std::string> strangers_beside_volumes(std::filesystem::path const& r
   add_strangers(folder(recorder_folder), "",
                 {catalogue_file, catalogue_journal_file, share_folder, unmounted_folder}, found);
   std::set<std::string> volumes;
-  for (auto const& place : places) volumes.insert(place.folder_name);
+  std::set<std::string> away;
+  for (auto const& place : places) {
+    volumes.insert(place.folder_name);
+    if (mount_of(place) != mount::present) away.insert(place.folder_name);
+  }
+  if (auto const unmounted = folder::find(folder(recorder_folder), unmounted_folder)) {
+    add_strangers(*unmounted, std::string(unmounted_folder) + "/", away, found);
+  }
   // A link to it is as good.
   std::error_code ignored;
   if (!std::filesystem::is_directory(recorder_folder / share_folder, ignored)) return found;

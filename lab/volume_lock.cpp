@@ -20,6 +20,9 @@ constexpr std::chrono::milliseconds pause{10};
 
 descriptor open_identity(volume_place const& place) {
   auto const file = place.path / identity_file;
+  // Opening a pipe would wait for its other end.
+  struct stat found {};
+  if (lstat(file.c_str(), &found) != 0 || !S_ISREG(found.st_mode)) return descriptor(-1);
   return descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
 }
 

@@ -1,3 +1,4 @@
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -247,6 +248,26 @@ TEST_F(open_recorder, a_reader_has_a_change_undone_that_was_cut_short) {
   ASSERT_TRUE(fs::exists(root() / "catalogue.db-journal"));
   EXPECT_EQ(journal_size, fs::file_size(root() / "catalogue.db-journal"));
   EXPECT_EQ(std::vector<std::string>(), recorder.check());
+}
+
+TEST_F(open_recorder, a_reader_gets_over_a_journal_that_undoes_nothing) {
+  make();
+  {
+    std::fstream journal(root() / "catalogue.db-journal",
+                         std::ios::in | std::ios::out | std::ios::binary);
+    journal << std::string(8192, 'x');
+  }
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(std::vector<std::string>(), open(lab::access::read_only).check());
+  }
+}
+
+TEST_F(open_recorder, a_pipe_is_no_identity) {
+  make();
+  auto const identity = root() / "share" / "vol1" / "identity";
+  fs::remove(identity);
+  ASSERT_EQ(0, mkfifo(identity.c_str(), 0600));
+  EXPECT_EQ(lab::not_mounted_state, open().volumes().front().state);
 }
 
 TEST_F(open_unprivileged, a_change_that_was_cut_short_needs_somebody_who_may_write) {

@@ -1030,6 +1030,28 @@ TEST_F(repair_of_three, a_recording_beside_the_volumes_is_not_given_up) {
   EXPECT_EQ(strings(), findings());
 }
 
+TEST_F(repair_of_three, a_recording_among_absent_volumes_is_not_given_up) {
+  fs::create_directory(root() / "unmounted");
+  fs::rename(place(first_volume).parent_path(), root() / "unmounted" / hour_folder);
+  EXPECT_EQ(strings{"unknown: recorder: unknown folder unmounted/" + hour_folder},
+            findings_of("unknown"));
+  repair();
+  EXPECT_EQ(1U, open().periods().size());
+  EXPECT_EQ((strings{"missing", "unknown"}), classes());
+}
+
+// Nobody could look through all its hours.
+TEST_F(repair_of_three, a_period_without_units_and_end_is_left) {
+  tamper("UPDATE unit SET period_id = NULL");
+  tamper(
+      "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL,"
+      "  stream = NULL, hour_ms = NULL");
+  fs::rename(place(first_volume), preallocate(first_volume) / unit);
+  tamper("UPDATE period SET end_ms = 9223372036854775807");
+  repair();
+  EXPECT_EQ(strings{"period"}, classes());
+}
+
 TEST_F(repair_of_three, a_leaked_unit_with_another_recording_in_its_place_is_not_recycled) {
   open().record(first_volume, {2, 4, 0}, now, 1);
   auto const other = storage(first_volume) / lab::hour_folder_name(1, 4, 0, now) / "unit000002";
