@@ -48,7 +48,6 @@ class turns {
     try {
       volume_lock const free({which.id, which.path.filename(), which.sid_text, which.path},
                              volume_lock::kind::exclusive, limit);
-      held_.erase(which.path);
     } catch (busy_error const&) {
       held_.insert(which.path);
       throw;
