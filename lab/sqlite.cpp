@@ -9,6 +9,7 @@ namespace lab {
 namespace {
 
 constexpr int growth_bytes = 64 * 1024;
+constexpr int longest_value = 1024 * 1024;
 
 constexpr char const* size_query =
     "SELECT page_count * page_size FROM pragma_page_count, pragma_page_size";
@@ -43,13 +44,26 @@ int rest(void* patience, int rests) {
 int open_flags(database::mode how) {
   switch (how) {
     case database::mode::read_only:
-      return SQLITE_OPEN_READONLY;
+      return SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_READONLY;
     case database::mode::read_write:
-      return SQLITE_OPEN_READWRITE;
+      return SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_READWRITE;
     case database::mode::create:
       break;
   }
-  return SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+  return SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+}
+
+void trust_nothing(sqlite3* connection) {
+  struct setting {
+    int which;
+    int value;
+  };
+  for (auto const& [which, value] :
+       {setting{SQLITE_DBCONFIG_DEFENSIVE, 1}, setting{SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
+        setting{SQLITE_DBCONFIG_ENABLE_TRIGGER, 0}, setting{SQLITE_DBCONFIG_ENABLE_VIEW, 0}}) {
+    sqlite3_db_config(connection, which, value, nullptr);
+  }
+  sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, longest_value);
 }
 
 }  // namespace
@@ -65,6 +79,7 @@ database::database(std::filesystem::path const& file, mode how, std::chrono::mil
   connection_.reset(connection);
   if (result != SQLITE_OK) fail(connection, file.string());
   sqlite3_extended_result_codes(connection, 1);
+  trust_nothing(connection);
   wait_at_most(patience);
   // The journal stays, so that a change needs no space. The first access undoes
   // a change that was cut short, and would remove the journal then but for the
@@ -146,7 +161,10 @@ std::int64_t statement::integer(int column) const {
 }
 
 std::int32_t statement::integer32(int column) const {
-  return sqlite3_column_int(prepared_.get(), column);
+  std::int64_t const whole = integer(column);
+  auto const number = static_cast<std::int32_t>(whole);
+  if (number != whole) throw error("catalogue: a number is out of range");
+  return number;
 }
 
 std::string statement::text(int column) const {

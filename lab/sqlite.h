@@ -32,9 +32,10 @@ class database {
  public:
   enum class mode { read_only, read_write, create };
 
-  // Opens the file with foreign keys on. A committed transaction is on disk,
-  // and its journal can no longer undo it. The journal stays, so that the next
-  // change needs no new file for it.
+  // Opens the file, no link in its path, with foreign keys on. A committed
+  // transaction is on disk, and its journal can no longer undo it. The journal
+  // stays, so that the next change needs no new file for it. Nothing that the
+  // file brings is run: no trigger, no view, no function in its schema.
   database(std::filesystem::path const& file, mode how, std::chrono::milliseconds patience);
 
   // How long to wait for another connection.
@@ -93,7 +94,8 @@ class statement {
   // Runs to the end.
   void run();
 
-  // Columns of the present row, counted from 0.
+  // Columns of the present row, counted from 0. integer32() throws lab::error
+  // for a number of more than 32 bits.
   std::int64_t integer(int column) const;
   std::int32_t integer32(int column) const;
   std::string text(int column) const;
