@@ -1,5 +1,6 @@
 #include "lab/stlab/hours.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace stlab {
@@ -18,11 +19,15 @@ std::optional<std::int64_t> latest_empty_hour(lab::recorder const& in, lab::stre
                                               std::int64_t from_ms) {
   std::int64_t const first_ms = first_recordable_hour(in, of);
   std::int64_t hour_ms = lab::hour_of(from_ms);
-  while (hour_ms >= first_ms && !periods_in_hour(in, of, hour_ms).empty()) {
-    hour_ms -= lab::hour_milliseconds;
+  while (hour_ms >= first_ms) {
+    auto const known = periods_in_hour(in, of, hour_ms);
+    if (known.empty()) return hour_ms;
+    auto const earliest = std::min_element(
+        known.begin(), known.end(),
+        [](auto const& one, auto const& other) { return one.start_ms < other.start_ms; });
+    hour_ms = std::min(lab::hour_of(earliest->start_ms), hour_ms) - lab::hour_milliseconds;
   }
-  if (hour_ms < first_ms) return std::nullopt;
-  return hour_ms;
+  return std::nullopt;
 }
 
 }  // namespace stlab
