@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "lab/error.h"
+#include "lab/recorder_state.h"
 #include "lab/unit_moves.h"
 
 namespace lab {
@@ -21,7 +22,6 @@ namespace {
 
 constexpr std::size_t longest_head = 256;
 constexpr std::ptrdiff_t deepest_nesting = 100;
-constexpr char const* share_prefix = "share/";
 
 struct read_file {
   loose_file file;
@@ -49,17 +49,19 @@ class loose_files {
     for (auto const& each : volume.found.strangers) {
       if (each.what != stranger::kind::entry) continue;
       bool const in_unit_folder = each.folder_path.find('/') != std::string::npos;
-      add_any(folder(volume.place.path / each.folder_path), each.name, each.shown,
+      add_any(open_volume(volume.place).below(each.folder_path), each.name, each.shown,
               in_unit_folder ? position::unit_folder : position::beside);
     }
-    add_any(folder(volume.place.path), lost_folder, lost_folder, position::below);
+    add_any(open_volume(volume.place), lost_folder, lost_folder, position::below);
     // What was not found may lie on it, if it was taken away meanwhile.
     require_mounted(volume.place);
   }
 
   explicit loose_files(std::filesystem::path const& recorder_folder) {
-    for (std::string const parent : {"", share_prefix}) {
-      add_any(folder(recorder_folder / parent), lost_folder, parent + lost_folder, position::below);
+    folder const recorder(recorder_folder);
+    add_any(recorder, lost_folder, lost_folder, position::below);
+    if (auto const share = folder::find(recorder, share_folder)) {
+      add_any(*share, lost_folder, std::string(share_folder) + "/" + lost_folder, position::below);
     }
   }
 
@@ -70,7 +72,7 @@ class loose_files {
     bool const in_place = file.folder_name == unit.folder_name ||
                           (is_on_its_way(unit) && file.folder_name == preallocate_folder);
     if (in_place && which == scope::out_of_place) return;
-    folder const in(volume_->place.path / storage_name(volume_->place) / file.folder_name);
+    folder const in(open_storage(volume_->place), file.folder_name);
     auto head = first_line(in, unit.name);
     if (in_place && unit.state == "recorded" && head == recording_head(file.folder_name, unit.name))
       return;
@@ -220,7 +222,7 @@ class search {
   }
 
   static bool holds_recording(surveyed_volume const& home, unit_row const& unit) {
-    folder const in(home.place.path / storage_name(home.place) / unit.folder_name);
+    folder const in(open_storage(home.place), unit.folder_name);
     return first_line(in, unit.name) == key_of(unit);
   }
 

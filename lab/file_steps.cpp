@@ -24,19 +24,30 @@ constexpr mode_t file_mode = 0644;
 
 descriptor create(folder const& in, std::string const& name) {
   int const flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
-  descriptor created(
-      refused(call::create, in, name) ? -1 : openat(in.number(), name.c_str(), flags, file_mode));
+  descriptor created(refused(call::create, in, name)
+                         ? -1
+                         : openat(in.number(), entry_name(name).c_str(), flags, file_mode));
   if (created.number() < 0) fail_with_errno(in.path() / name, "cannot create");
   return created;
+}
+
+struct stat status_of(descriptor const& file, folder const& in, std::string const& name) {
+  struct stat found {};
+  if (fstat(file.number(), &found) != 0) fail_with_errno(in.path() / name, "cannot look at");
+  return found;
 }
 
 // To read, too: where the file system cannot allocate blocks, the C library reads
 // what is there.
 descriptor open_to_write(folder const& in, std::string const& name) {
-  int const flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
-  descriptor opened(
-      refused(call::open_to_write, in, name) ? -1 : openat(in.number(), name.c_str(), flags));
+  int const flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+  descriptor opened(refused(call::open_to_write, in, name)
+                        ? -1
+                        : openat(in.number(), entry_name(name).c_str(), flags));
   if (opened.number() < 0) fail_with_errno(in.path() / name, "cannot open");
+  if (!S_ISREG(status_of(opened, in, name).st_mode)) {
+    throw error((in.path() / name).string() + ": is no file");
+  }
   return opened;
 }
 
@@ -75,7 +86,7 @@ void empty_folder(folder const& in, std::string const& name) {
 
 bool make_folder(folder const& in, std::string const& name) {
   if (!refused(call::make_folder, in, name) &&
-      mkdirat(in.number(), name.c_str(), folder_mode) == 0) {
+      mkdirat(in.number(), entry_name(name).c_str(), folder_mode) == 0) {
     return true;
   }
   if (errno == EEXIST) return false;
@@ -112,7 +123,7 @@ bool remove_tree(folder const& in, std::string const& name) noexcept {
 
 bool remove_empty_folder(folder const& in, std::string const& name) {
   if (!refused(call::remove_folder, in, name) &&
-      unlinkat(in.number(), name.c_str(), AT_REMOVEDIR) == 0) {
+      unlinkat(in.number(), entry_name(name).c_str(), AT_REMOVEDIR) == 0) {
     return true;
   }
   if (errno == ENOTEMPTY || errno == EEXIST || errno == ENOENT) return false;
@@ -144,7 +155,11 @@ void preallocate_file(folder const& in, std::string const& name, std::int64_t by
 }
 
 void allocate_blocks(folder const& in, std::string const& name, std::int64_t bytes) {
-  allocate(open_to_write(in, name), in, name, bytes);
+  descriptor const file = open_to_write(in, name);
+  if (status_of(file, in, name).st_nlink > 1) {
+    throw error((in.path() / name).string() + ": has a second name");
+  }
+  allocate(file, in, name, bytes);
 }
 
 void write_head(folder const& in, std::string const& name, std::string const& head) {
@@ -160,7 +175,7 @@ void sync_file(folder const& in, std::string const& name) {
 
 bool link_file(folder const& from, folder const& to, std::string const& name) {
   if (!fault_points::refused_link(from, to, name) &&
-      linkat(from.number(), name.c_str(), to.number(), name.c_str(), 0) == 0) {
+      linkat(from.number(), entry_name(name).c_str(), to.number(), name.c_str(), 0) == 0) {
     return true;
   }
   if (errno == EEXIST) return false;
@@ -168,14 +183,14 @@ bool link_file(folder const& from, folder const& to, std::string const& name) {
 }
 
 void remove_file(folder const& in, std::string const& name) {
-  if (refused(call::unlink, in, name) || unlinkat(in.number(), name.c_str(), 0) != 0) {
+  if (refused(call::unlink, in, name) || unlinkat(in.number(), entry_name(name).c_str(), 0) != 0) {
     fail_with_errno(in.path() / name, "cannot remove");
   }
 }
 
 void rename_file(folder const& in, std::string const& from, std::string const& to) {
   if (refused(call::rename, in, to) ||
-      renameat(in.number(), from.c_str(), in.number(), to.c_str()) != 0) {
+      renameat(in.number(), entry_name(from).c_str(), in.number(), entry_name(to).c_str()) != 0) {
     fail_with_errno(in.path() / from, "cannot rename");
   }
 }

@@ -39,7 +39,7 @@ void make_file_like(folder const& in, std::string const& other, std::string cons
 void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes);
 
 // Gives an existing file all blocks up to `bytes` and at least that length. What
-// it holds stays.
+// it holds stays. Refuses a file that has a second name, perhaps elsewhere.
 void allocate_blocks(folder const& in, std::string const& name, std::int64_t bytes);
 
 // Writes over the beginning of a file.

@@ -29,6 +29,13 @@ void fail_with_errno(std::filesystem::path const& path, char const* what) {
   throw error(path.string() + ": " + what + ": " + std::generic_category().message(reason));
 }
 
+std::string const& entry_name(std::string const& name) {
+  bool const is_entry = !name.empty() && name != "." && name != ".." &&
+                        name.find('/') == std::string::npos && name.find('\0') == std::string::npos;
+  if (!is_entry) throw error("a name that is no name of a file or folder");
+  return name;
+}
+
 descriptor::~descriptor() {
   if (number_ >= 0) close(number_);
 }
@@ -50,8 +57,21 @@ folder::folder(std::filesystem::path path)
   if (number() < 0) fail_with_errno(path_, "cannot open folder");
 }
 
+folder::folder(folder const& parent, std::string const& name)
+    : path_(parent.path_ / entry_name(name)),
+      descriptor_(openat(parent.number(), name.c_str(), folder_flags | O_NOFOLLOW)) {
+  if (number() < 0) fail_with_errno(path_, "cannot open folder");
+}
+
+folder folder::below(std::filesystem::path const& relative) const {
+  folder found(path_, descriptor(openat(number(), ".", folder_flags)));
+  if (found.number() < 0) fail_with_errno(path_, "cannot open folder");
+  for (auto const& name : relative) found = folder(found, name.string());
+  return found;
+}
+
 std::optional<folder> folder::find(folder const& parent, std::string const& name) {
-  descriptor opened(openat(parent.number(), name.c_str(), folder_flags | O_NOFOLLOW));
+  descriptor opened(openat(parent.number(), entry_name(name).c_str(), folder_flags | O_NOFOLLOW));
   if (opened.number() >= 0) return folder(parent.path_ / name, std::move(opened));
   if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP) return std::nullopt;
   fail_with_errno(parent.path_ / name, "cannot open folder");
@@ -76,7 +96,7 @@ std::vector<std::string> folder::names() const {
 
 std::optional<struct stat> folder::status(std::string const& name) const {
   struct stat found {};
-  if (fstatat(number(), name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0) return found;
+  if (fstatat(number(), entry_name(name).c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0) return found;
   if (errno == ENOENT) return std::nullopt;
   fail_with_errno(path_ / name, "cannot look at");
 }

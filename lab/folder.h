@@ -28,14 +28,23 @@ class descriptor {
 };
 
 // A folder that is held open: what is done in it is done in the same folder
-// wherever it is moved or mounted over.
+// wherever it is moved or mounted over. Only the folder that a user named is
+// opened by its path; what lies in it is opened name by name, and no link is
+// followed then.
 class folder {
  public:
   // Throws lab::error when there is no such folder or it cannot be read.
   explicit folder(std::filesystem::path path);
 
-  // The folder `name` in `parent`, none when there is none.
+  // The folder `name` in `parent`. Throws lab::error when there is none, or a
+  // link or a file in its place.
+  folder(folder const& parent, std::string const& name);
+
+  // The same; none when there is none, or something else in its place.
   static std::optional<folder> find(folder const& parent, std::string const& name);
+
+  // The folder at a relative path in this one, an empty one for itself.
+  folder below(std::filesystem::path const& relative) const;
 
   // For messages.
   std::filesystem::path const& path() const { return path_; }
@@ -53,6 +62,10 @@ class folder {
   std::filesystem::path path_;
   descriptor descriptor_;
 };
+
+// Gives `name` back. Throws lab::error unless it can be the name of something in
+// a folder: not empty, no path, neither "." nor "..".
+std::string const& entry_name(std::string const& name);
 
 // Throws lab::error with the text "<path>: <what>: <text of errno>".
 [[noreturn]] void fail_with_errno(std::filesystem::path const& path, char const* what);

@@ -159,8 +159,8 @@ make_plan plan_recorder(make_options const& options) {
   for (int space = 0; space < options.spaces; ++space) {
     plan.spaces.push_back({random.uuid(), "Storage" + std::to_string(space + 1), random.uuid()});
     for (int within = 0; within < options.volumes; ++within) {
-      int const number = static_cast<int>(plan.volumes.size()) + 1;
-      plan.volumes.push_back({space, new_id(random, taken), "vol" + std::to_string(number)});
+      auto const name = volume_folder_name(static_cast<int>(plan.volumes.size()));
+      plan.volumes.push_back({space, new_id(random, taken), name});
     }
   }
   for (int channel = 0; channel < options.channels; ++channel) {
@@ -168,12 +168,6 @@ make_plan plan_recorder(make_options const& options) {
   }
   plan_recordings(plan, options, random);
   return plan;
-}
-
-std::string unit_name(int unit) {
-  std::array<char, 32> name{};
-  std::snprintf(name.data(), name.size(), "unit%06d", unit + 1);
-  return name.data();
 }
 
 }  // namespace lab

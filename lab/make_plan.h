@@ -65,7 +65,4 @@ void require_in_range(make_options const& options);
 // Throws as require_in_range does.
 make_plan plan_recorder(make_options const& options);
 
-// The name of a volume's unit, counted from 0.
-std::string unit_name(int unit);
-
 }  // namespace lab

@@ -36,8 +36,11 @@ struct space {
 };
 
 // The state of a volume whose folder is absent, or lacks its identity or
-// carries another's. Nothing on it is moved.
+// carries another's, or is a link, and the same of one that stands by. Nothing on
+// it is moved.
+inline constexpr std::int32_t standby_state = 1;
 inline constexpr std::int32_t not_mounted_state = 2;
+inline constexpr std::int32_t standby_not_mounted_state = 3;
 
 struct volume {
   std::int64_t id;
@@ -47,9 +50,11 @@ struct volume {
   std::string sid_text;  // 32 characters
   std::string name;
   std::int32_t type;
-  std::int32_t state;  // not_mounted_state while the volume is not mounted
+  std::int32_t state;  // one of the two above while the volume is not mounted
   std::int32_t volume_no;
-  std::filesystem::path path;  // absolute: RECORDER/share/<folder>
+  // Absolute: RECORDER/share/<folder>. Below /dev/null, where nothing can lie,
+  // for a volume with a link or a file in the place of one of its folders.
+  std::filesystem::path path;
   std::int64_t total_mb;
   std::int64_t used_mb;
 };

@@ -1,3 +1,4 @@
+#include "lab/catalogue_values.h"
 #include "lab/recorder_state.h"
 
 namespace lab {
@@ -5,8 +6,8 @@ namespace lab {
 namespace {
 
 volume_place place_in(statement const& row, std::filesystem::path const& recorder_folder) {
-  std::string const name = row.text(1);
-  return {row.integer(0), name, row.text(2), recorder_folder / share_folder / name};
+  std::string const name = volume_folder_in(row, 1);
+  return {row.integer(0), name, storage_id_in(row, 2), recorder_folder / share_folder / name};
 }
 
 }  // namespace

@@ -13,7 +13,14 @@ namespace {
 using findings = std::vector<std::string>;
 
 char const* reason_of(mount how) {
-  return how == mount::identity_missing ? "its identity is missing" : "its identity is another's";
+  switch (how) {
+    case mount::identity_missing:
+      return "its identity is missing";
+    case mount::not_a_folder:
+      return "a link or a file is in the place of its folder";
+    default:
+      return "its identity is another's";
+  }
 }
 
 void add_displaced(std::vector<surveyed_volume> const& volumes, findings& lines) {

@@ -43,13 +43,11 @@ void require_usable_path(fs::path const& where, make_plan const& plan) {
   }
 }
 
-// What a make that was killed leaves behind has a share folder, and nothing
-// that no make makes.
+// What a make that was killed leaves behind is nothing that no make makes.
 bool is_left_by_a_make(std::vector<std::string> const& names) {
   auto const file = std::string(new_catalogue_file);
   std::set<std::string> const made{share_folder, file, file + "-journal", catalogue_journal_file};
-  return std::count(names.begin(), names.end(), share_folder) == 1 &&
-         std::all_of(names.begin(), names.end(),
+  return std::all_of(names.begin(), names.end(),
                      [&made](auto const& name) { return made.count(name) == 1; });
 }
 
@@ -165,18 +163,17 @@ class volume_layer {
   void lay(folder const& share, int volume) {
     auto const& planned = plan_.volumes[static_cast<std::size_t>(volume)];
     steps::make_folder(share, planned.name);
-    folder const place(share.path() / planned.name);
+    folder const place(share, planned.name);
     steps::make_file(place, identity_file, identity_text(planned.sid_text));
-    auto const storage_path = fs::path(storage_folder(place.path().string(), planned.sid_text));
-    steps::make_folder(place, storage_path.filename().string());
-    folder const storage(storage_path);
+    steps::make_folder(place, storage_folder_name(planned.sid_text));
+    folder const storage(place, storage_folder_name(planned.sid_text));
     lay_units(storage, uses_of_units(plan_, volume));
   }
 
  private:
   void lay_units(folder const& storage, unit_uses const& uses) {
     steps::make_folder(storage, preallocate_folder);
-    folder const home(storage.path() / preallocate_folder);
+    folder const home(storage, preallocate_folder);
     for (std::size_t unit = 0; unit < uses.size(); ++unit) {
       auto const name = unit_name(static_cast<int>(unit));
       if (uses[unit]) {
@@ -190,7 +187,7 @@ class volume_layer {
 
   void lay_recorded(folder const& storage, std::string const& hour_name, std::string const& name) {
     steps::make_folder(storage, hour_name);
-    folder const hour(storage.path() / hour_name);
+    folder const hour(storage, hour_name);
     steps::preallocate_file(hour, name, unit_bytes_);
     steps::write_head(hour, name, recording_head(hour_name, name));
   }
@@ -302,7 +299,7 @@ void recorder::make(fs::path const& folder_to_make, make_options const& options,
   making made(where);
   made.claim();
   lab::folder const recorder_folder(where);
-  lab::folder const share(where / share_folder);
+  lab::folder const share(recorder_folder, share_folder);
   volume_layer layer(plan, options, report);
   for (int volume = 0; volume < static_cast<int>(plan.volumes.size()); ++volume) {
     layer.lay(share, volume);

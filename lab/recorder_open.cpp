@@ -5,11 +5,17 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <set>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "lab/catalogue_journal.h"
+#include "lab/catalogue_schema.h"
 #include "lab/folder.h"
+#include "lab/make_plan.h"
 #include "lab/recorder_state.h"
 #include "lab/unit_moves.h"
 
@@ -19,20 +25,56 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Looks without opening: closing any descriptor of the catalogue would drop the
-// locks that another recorder object of this process holds on it.
+// What SQLite opens beside the catalogue, by the ends of their names.
+constexpr char const* beside_catalogue[] = {"", "-journal", "-wal", "-shm"};
+
+// SQLite writes into these files and would wait for a pipe. One with a second
+// name may be anybody's.
+void require_plain_file(fs::path const& folder, std::string const& name, struct stat const& found) {
+  if (!S_ISREG(found.st_mode)) {
+    throw error(folder.string() + ": not a recorder: " + name + " is not a file");
+  }
+  if (found.st_nlink > 1) {
+    throw error(folder.string() + ": not a recorder: " + name + " has a second name elsewhere");
+  }
+}
+
+// A journal can name another journal, which SQLite would read and remove, wherever
+// it lies. The lab's journals name none: that name stands before these bytes.
+void require_no_other_journal(fs::path const& journal, std::int64_t size) {
+  constexpr std::string_view mark = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+  if (size < static_cast<std::int64_t>(mark.size())) return;
+  descriptor const file(
+      ::open(journal.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+  std::array<char, mark.size()> end{};
+  ssize_t const got = file.number() < 0
+                          ? -1
+                          : pread(file.number(), end.data(), end.size(),
+                                  static_cast<off_t>(size - std::int64_t{end.size()}));
+  if (got < 0) return;  // nor can SQLite read it
+  if (std::string_view(end.data(), static_cast<std::size_t>(got)) == mark) {
+    throw error(journal.string() + ": names another journal");
+  }
+}
+
+// Looks at the catalogue without opening it: closing any descriptor of it would
+// drop the locks that another recorder object of this process holds on it.
 void require_readable_catalogue(fs::path const& folder) {
   struct stat found {};
   if (stat(folder.c_str(), &found) != 0) fail_with_errno(folder, "cannot open recorder");
   if (!S_ISDIR(found.st_mode)) throw error(folder.string() + ": not a recorder: not a folder");
+  for (std::string const end : beside_catalogue) {
+    auto const name = catalogue_file + end;
+    if (lstat((folder / name).c_str(), &found) == 0) {
+      require_plain_file(folder, name, found);
+      if (name == catalogue_journal_file) require_no_other_journal(folder / name, found.st_size);
+    } else if (errno != ENOENT) {
+      fail_with_errno(folder / name, "cannot open catalogue");
+    } else if (end.empty()) {
+      throw error(folder.string() + ": not a recorder: no " + catalogue_file);
+    }
+  }
   auto const file = folder / catalogue_file;
-  if (stat(file.c_str(), &found) != 0) {
-    if (errno == ENOENT) throw error(folder.string() + ": not a recorder: no " + catalogue_file);
-    fail_with_errno(file, "cannot open catalogue");
-  }
-  if (!S_ISREG(found.st_mode)) {
-    throw error(folder.string() + ": not a recorder: " + catalogue_file + " is not a file");
-  }
   if (faccessat(AT_FDCWD, file.c_str(), R_OK, AT_EACCESS) != 0) {
     fail_with_errno(file, "cannot read catalogue");
   }
@@ -58,14 +100,49 @@ void require_known_format(database const& catalogue, fs::path const& folder) {
   }
 }
 
+// The statements by which the lab makes its tables and indexes, as SQLite keeps
+// them.
+std::multiset<std::string_view> own_statements() {
+  constexpr std::string_view start = "\nCREATE ";
+  constexpr std::string_view end = ";\n";
+  std::multiset<std::string_view> found;
+  std::string_view left = catalogue_schema;
+  for (auto at = left.find(start); at != std::string_view::npos; at = left.find(start)) {
+    left.remove_prefix(at + 1);
+    found.insert(left.substr(0, left.find(end)));
+  }
+  return found;
+}
+
+// What a catalogue holds beside the lab's own tables and indexes would be run or
+// asked behind the lab's back, and changed ones would answer otherwise.
+void require_own_schema(database const& catalogue, fs::path const& folder) {
+  auto missing = own_statements();
+  statement each(catalogue, "SELECT sql FROM sqlite_master WHERE sql IS NOT NULL");
+  bool is_own = true;
+  while (each.next()) {
+    auto const found = missing.find(each.text(0));
+    is_own = is_own && found != missing.end();
+    if (is_own) missing.erase(found);
+  }
+  if (!is_own || !missing.empty()) {
+    throw error(folder.string() +
+                ": not a recorder: its catalogue has other tables than the lab's");
+  }
+}
+
 bool is_write_refusal(database_error const& failure) {
   int const kind = failure.code() & 0xff;
   return kind == SQLITE_READONLY || kind == SQLITE_CANTOPEN;
 }
 
 database connect(fs::path const& folder, database::mode how, std::chrono::milliseconds patience) {
-  database catalogue(folder / catalogue_file, how, patience);
+  std::error_code problem;
+  auto const where = fs::canonical(folder, problem);
+  if (problem) throw error(folder.string() + ": cannot open recorder: " + problem.message());
+  database catalogue(where / catalogue_file, how, patience);
   require_known_format(catalogue, folder);
+  require_own_schema(catalogue, folder);
   return catalogue;
 }
 
@@ -132,6 +209,9 @@ recorder recorder::open(fs::path const& folder, access mode, std::chrono::millis
   auto catalogue = open_catalogue(where, mode, patience);
   std::int64_t const unit_mb = number_of(catalogue, "SELECT unit_mb FROM recorder");
   if (unit_mb < 1) throw error(where.string() + ": not a recorder: its catalogue is empty");
+  if (unit_mb > unit_mb_limits.most) {
+    throw error(where.string() + ": not a recorder: its units are too large");
+  }
   recorder opened(
       std::make_unique<state>(state{std::move(where), std::move(catalogue), unit_mb, patience}));
   if (mode == access::read_write) opened.finish_stopped_moves();

@@ -3,6 +3,7 @@
 #include <set>
 #include <utility>
 
+#include "lab/catalogue_values.h"
 #include "lab/layout.h"
 #include "lab/recorder_state.h"
 
@@ -61,34 +62,78 @@ constexpr char const* recorded_query =
     "                JOIN unit u ON u.period_id = p.id"
     "  WHERE v.space_id = ?1 AND p.channel_id = ?2 AND (?3 IS NULL OR p.recording_type = ?3)";
 
+// Where nothing can lie: what is behind a link is nobody's to measure.
+constexpr char const* nowhere = "/dev/null";
+
+std::int32_t state_without_mount(std::int32_t state) {
+  bool const stands_by = state == standby_state || state == standby_not_mounted_state;
+  return stands_by ? standby_not_mounted_state : not_mounted_state;
+}
+
 std::vector<channel> channels_in(statement& query) {
   std::vector<channel> found;
   while (query.next()) found.push_back({query.integer(0), query.integer32(1), query.text(2)});
   return found;
 }
 
-std::vector<period> periods_in(statement& query) {
-  std::vector<period> found;
-  while (query.next()) {
-    found.push_back({query.integer(0), query.integer(1), query.integer32(2), query.integer32(3),
-                     query.integer(4), query.integer(5), query.text(6)});
+struct period_bounds {
+  std::int64_t start_ms;
+  std::int64_t end_ms;
+};
+
+// The two columns from `column` on.
+period_bounds bounds_in(statement const& row, int column) {
+  period_bounds const found{row.integer(column), row.integer(column + 1)};
+  if (!is_plausible_period(found.start_ms, found.end_ms)) {
+    throw error("catalogue: a period has times that no period has");
   }
   return found;
 }
 
-void add_local_date(std::int64_t time_ms, std::set<std::string>& dates) {
-  auto const seconds = static_cast<std::time_t>(time_ms / 1000 - (time_ms % 1000 < 0 ? 1 : 0));
-  std::tm local{};
-  if (localtime_r(&seconds, &local) == nullptr) return;
-  char text[64];
-  if (std::strftime(text, sizeof text, "%Y-%m-%d", &local) > 0) dates.insert(text);
+std::vector<period> periods_in(statement& query) {
+  std::vector<period> found;
+  while (query.next()) {
+    auto const [start_ms, end_ms] = bounds_in(query, 4);
+    found.push_back({query.integer(0), query.integer(1), query.integer32(2), query.integer32(3),
+                     start_ms, end_ms, query.text(6)});
+  }
+  return found;
 }
 
-void add_local_dates(std::int64_t start_ms, std::int64_t end_ms, std::set<std::string>& dates) {
-  for (auto moment = start_ms; moment < end_ms; moment += hour_milliseconds) {
-    add_local_date(moment, dates);
+std::tm local_time(std::int64_t time_ms) {
+  auto const seconds = static_cast<std::time_t>(time_ms / 1000 - (time_ms % 1000 < 0 ? 1 : 0));
+  std::tm local{};
+  if (localtime_r(&seconds, &local) == nullptr) throw error("a time is out of range");
+  return local;
+}
+
+std::string date_text(std::tm const& local) {
+  char text[64];
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%d", &local)};
+}
+
+// The date so many days behind that of `from`, told by its noon: a day that the
+// time zone left out has none, and is its neighbour then.
+std::string date_after(std::tm const& from, int days) {
+  std::tm noon{};
+  noon.tm_year = from.tm_year;
+  noon.tm_mon = from.tm_mon;
+  noon.tm_mday = from.tm_mday + days;
+  noon.tm_hour = 12;
+  noon.tm_isdst = -1;
+  if (std::mktime(&noon) == -1) throw error("a time is out of range");
+  return date_text(noon);
+}
+
+void add_local_dates(period_bounds const& bounds, std::set<std::string>& dates) {
+  auto const first = local_time(bounds.start_ms);
+  auto const last = date_text(local_time(bounds.end_ms - 1));
+  auto date = date_text(first);
+  for (int days = 1; date < last; ++days) {
+    dates.insert(date);
+    date = date_after(first, days);
   }
-  add_local_date(end_ms - 1, dates);
+  dates.insert(last);
 }
 
 std::set<std::string> beginnings(std::vector<std::string> const& storage_ids) {
@@ -115,12 +160,12 @@ std::vector<volume> recorder::volumes() const {
   statement query(state_->catalogue, volumes_query);
   std::vector<volume> found;
   while (query.next()) {
-    std::string const folder_name = query.text(9);
+    std::string const folder_name = volume_folder_in(query, 9);
     volume one{query.integer(0),
                query.integer(1),
                query.text(2),
                query.integer32(3),
-               query.text(4),
+               storage_id_in(query, 4),
                query.text(5),
                query.integer32(6),
                query.integer32(7),
@@ -128,9 +173,10 @@ std::vector<volume> recorder::volumes() const {
                state_->folder / share_folder / folder_name,
                query.integer(10) * unit_mb(),
                query.integer(11) * unit_mb()};
-    if (mount_of({one.id, folder_name, one.sid_text, one.path}) != mount::present) {
-      one.state = not_mounted_state;
-    }
+    auto const found_as = mount_of({one.id, folder_name, one.sid_text, one.path});
+    if (found_as != mount::present) one.state = state_without_mount(one.state);
+    if (found_as == mount::not_a_folder)
+      one.path = std::filesystem::path(nowhere) / share_folder / folder_name;
     found.push_back(std::move(one));
   }
   return found;
@@ -183,7 +229,7 @@ std::vector<std::string> recorder::days(std::int64_t channel_id, std::int32_t re
   std::set<std::string> dates;
   while (query.next()) {
     if (asked.count(query.text(2)) == 0) continue;
-    add_local_dates(query.integer(0), query.integer(1), dates);
+    add_local_dates(bounds_in(query, 0), dates);
   }
   return {dates.begin(), dates.end()};
 }
@@ -206,7 +252,7 @@ std::optional<std::int64_t> recorder::latest_leaked_hour(stream const& of) const
   statement query(state_->catalogue, leaked_hour_query);
   query.with(of.channel_id, of.recording_type, of.number);
   if (!query.next()) return std::nullopt;
-  return query.integer(0);
+  return time_in(query, 0);
 }
 
 std::int64_t recorder::periods_out_of_reach(std::int64_t before_ms) const {

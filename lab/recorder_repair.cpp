@@ -9,6 +9,7 @@
 
 #include "lab/catalogue_check.h"
 #include "lab/catalogue_journal.h"
+#include "lab/catalogue_values.h"
 #include "lab/layout.h"
 #include "lab/recorder_state.h"
 #include "lab/recorder_strangers.h"
@@ -153,12 +154,6 @@ struct emptied_period {
   std::set<std::string> hour_folders;
 };
 
-// Whether a period can be one: what is longer has been written by somebody else.
-bool is_plausible(std::int64_t start_ms, std::int64_t end_ms) {
-  constexpr std::int64_t longest_ms = hour_milliseconds * 24 * 366;
-  return start_ms >= 0 && end_ms >= start_ms && end_ms - start_ms <= longest_ms;
-}
-
 std::set<std::string> hour_folders_of(statement const& row, std::int64_t end_ms) {
   std::set<std::string> found;
   for (auto hour = hour_of(row.integer(4)); hour < end_ms; hour += hour_milliseconds) {
@@ -187,7 +182,7 @@ std::vector<emptied_period> emptied_periods(database const& catalogue) {
                   "  ORDER BY p.id");
   std::vector<emptied_period> found;
   while (query.next()) {
-    if (!is_plausible(query.integer(4), query.integer(6))) continue;
+    if (!is_plausible_period(query.integer(4), query.integer(6))) continue;
     found.push_back({{query.integer(0), name_of_period(query), query.integer(5)},
                      hour_folders_of(query, query.integer(6))});
   }

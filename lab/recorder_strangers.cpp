@@ -1,7 +1,6 @@
 #include "lab/recorder_strangers.h"
 
 #include <set>
-#include <system_error>
 
 #include "lab/folder.h"
 #include "lab/recorder_state.h"
@@ -38,11 +37,9 @@ std::vector<std::string> strangers_beside_volumes(std::filesystem::path const& r
   if (auto const unmounted = folder::find(folder(recorder_folder), unmounted_folder)) {
     add_strangers(*unmounted, std::string(unmounted_folder) + "/", away, found);
   }
-  // A link to it is as good.
-  std::error_code ignored;
-  if (!std::filesystem::is_directory(recorder_folder / share_folder, ignored)) return found;
-  add_strangers(folder(recorder_folder / share_folder), std::string(share_folder) + "/", volumes,
-                found);
+  if (auto const share = folder::find(folder(recorder_folder), share_folder)) {
+    add_strangers(*share, std::string(share_folder) + "/", volumes, found);
+  }
   return found;
 }
 

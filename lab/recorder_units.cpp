@@ -1,9 +1,11 @@
 // The operations that move units: recording, recycling, retention.
 #include <algorithm>
 #include <limits>
+#include <set>
 #include <utility>
 
 #include "lab/catalogue_journal.h"
+#include "lab/catalogue_values.h"
 #include "lab/layout.h"
 #include "lab/recorder_state.h"
 #include "lab/unit_moves.h"
@@ -37,11 +39,16 @@ constexpr char const* recording_query =
     "                 ORDER BY id LIMIT ?6)"
     "  RETURNING id, name";
 
+// No unit is begun twice: one that is belongs to a catalogue that answers
+// otherwise than it was told.
+void require_consistent(bool holds) {
+  if (!holds) throw error("catalogue: its indexes contradict its tables");
+}
+
 // Throws unless units can be moved between preallocate and their hours: what
 // cannot be finished must not be begun.
 void require_movable(volume_place const& place) {
-  folder const storage(storage_folder(place.path.string(), place.sid_text));
-  folder const home(storage.path() / preallocate_folder);
+  folder const home(open_storage(place), preallocate_folder);
 }
 
 std::int64_t begin_recycling(database& catalogue, volume_place const& place, stream const& of,
@@ -68,7 +75,7 @@ std::vector<moving_unit> begin_recording(database& catalogue, volume_place const
   statement update(catalogue, recording_query);
   update.with(place.id, of.channel_id, of.recording_type, of.number, hour_ms, count);
   std::vector<moving_unit> units;
-  while (update.next()) units.push_back({update.integer(0), update.text(1), folder_name});
+  while (update.next()) units.push_back({update.integer(0), unit_name_in(update, 1), folder_name});
   intent.commit();
   std::sort(units.begin(), units.end(),
             [](auto const& left, auto const& right) { return left.id < right.id; });
@@ -113,10 +120,12 @@ void finish_recording(database& catalogue, volume_place const& place, stream con
 void move_into_hour(database& catalogue, volume_place const& place, stream const& of,
                     std::int64_t hour_ms, std::int64_t count) {
   require_movable(place);
-  folder const storage(storage_folder(place.path.string(), place.sid_text));
+  folder const storage = open_storage(place);
+  std::set<std::int64_t> begun;
   for (std::int64_t left = count; left > 0;) {
     auto const units = begin_recording(catalogue, place, of, hour_ms, std::min(left, move_batch));
     if (units.empty()) fail_as_full(place, count, count - left);
+    for (auto const& unit : units) require_consistent(begun.insert(unit.id).second);
     auto const missing = take_out(storage, units);
     note_missing(catalogue, missing);
     left -= static_cast<std::int64_t>(units.size() - missing.size());
@@ -235,8 +244,12 @@ std::int64_t recorder::recycle(std::int64_t volume_id, stream const& of, span co
   if (within.end_ms < std::numeric_limits<std::int64_t>::min() + rest_of_hour) return 0;
   span const hours{within.start_ms, within.end_ms - rest_of_hour};
   std::int64_t came_back = 0;
-  while (begin_recycling(catalogue, place, of, hours) > 0) {
+  std::int64_t begun = 0;
+  std::int64_t const most = account(volume_id).total;
+  while (std::int64_t const now = begin_recycling(catalogue, place, of, hours)) {
+    begun += now;
     came_back += finish_moves(catalogue, place);
+    require_consistent(begun <= most);
   }
   return came_back;
 }

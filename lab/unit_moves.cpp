@@ -1,11 +1,13 @@
 #include "lab/unit_moves.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <optional>
 #include <set>
 #include <utility>
 
+#include "lab/catalogue_values.h"
 #include "lab/file_steps.h"
 #include "lab/layout.h"
 
@@ -90,7 +92,7 @@ std::vector<moving_unit> units_on_their_way(database const& catalogue, volume_pl
   query.with(place.id, move_batch);
   std::vector<moving_unit> units;
   while (query.next()) {
-    units.push_back({query.integer(0), query.text(1),
+    units.push_back({query.integer(0), unit_name_in(query, 1),
                      hour_folder_name(query.integer32(2), query.integer32(3), query.integer32(4),
                                       query.integer(5))});
   }
@@ -117,15 +119,17 @@ std::string recording_head(std::string const& hour_folder, std::string const& un
 
 std::vector<moving_unit> take_out(folder const& storage, std::vector<moving_unit> const& units) {
   if (units.empty()) return {};
-  folder const home(storage.path() / preallocate_folder);
+  folder const home(storage, preallocate_folder);
   std::string const& hour_name = units.front().hour_folder;
   if (steps::make_folder(storage, hour_name)) steps::sync_folder(storage);
-  folder const hour(storage.path() / hour_name);
+  folder const hour(storage, hour_name);
   std::vector<moving_unit> missing;
   std::vector<std::string> linked;
   for (auto const& unit : units) {
     if (!holds_file(home, unit.name)) {
       missing.push_back(unit);
+    } else if (home.status(unit.name)->st_nlink > 1) {
+      throw error((home.path() / unit.name).string() + ": unit has a second name elsewhere");
     } else if (steps::link_file(home, hour, unit.name)) {
       linked.push_back(unit.name);
       steps::write_head(hour, unit.name, recording_head(hour_name, unit.name));
@@ -141,7 +145,7 @@ std::vector<moving_unit> take_out(folder const& storage, std::vector<moving_unit
 }
 
 std::vector<moving_unit> bring_home(folder const& storage, std::vector<moving_unit> const& units) {
-  folder const home(storage.path() / preallocate_folder);
+  folder const home(storage, preallocate_folder);
   std::vector<moving_unit> nowhere;
   std::map<std::string, emptied_folder> emptied;
   for (auto const& [name, in_folder] : by_folder(units)) {
@@ -161,10 +165,14 @@ std::vector<moving_unit> bring_home(folder const& storage, std::vector<moving_un
 
 std::int64_t finish_moves(database& catalogue, volume_place const& place) {
   std::int64_t came_back = 0;
+  std::int64_t last_id = std::numeric_limits<std::int64_t>::min();
   for (;;) {
     auto const units = units_on_their_way(catalogue, place);
     if (units.empty()) return came_back;
-    folder const storage(storage_folder(place.path.string(), place.sid_text));
+    // Units come in the order of their ids, and none that has arrived again.
+    if (units.front().id <= last_id) throw error("catalogue: its indexes contradict its tables");
+    last_id = units.back().id;
+    folder const storage = open_storage(place);
     auto const nowhere = bring_home(storage, units);
     note_arrival(catalogue, units, nowhere);
     came_back += static_cast<std::int64_t>(units.size() - nowhere.size());

@@ -16,12 +16,11 @@
 #include <vector>
 
 #include "lab/folder.h"
+#include "lab/layout.h"
 #include "lab/sqlite.h"
 #include "lab/volume_lock.h"
 
 namespace lab {
-
-inline constexpr char const* preallocate_folder = "preallocate";
 
 // How many units a step of a move takes at most.
 inline constexpr std::int64_t move_batch = 256;

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "lab/error.h"
+#include "lab/layout.h"
 
 namespace lab {
 
@@ -18,21 +19,63 @@ namespace {
 
 constexpr std::chrono::milliseconds pause{10};
 
-descriptor open_identity(volume_place const& place) {
-  auto const file = place.path / identity_file;
-  // Opening a pipe would wait for its other end.
-  struct stat found {};
-  if (lstat(file.c_str(), &found) != 0 || !S_ISREG(found.st_mode)) return descriptor(-1);
-  return descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+// A volume as it is found: how, and its open identity if it has one.
+struct sighting {
+  mount how;
+  descriptor identity;
+};
+
+bool is_in_the_way(folder const& parent, std::string const& name) {
+  auto const status = parent.status(name);
+  return status && !S_ISDIR(status->st_mode);
 }
 
-mount mount_by(descriptor const& identity, volume_place const& place) {
-  if (identity.number() < 0) return mount::identity_missing;
+bool is_storage_in_the_way(folder const& volume, volume_place const& place) {
+  if (is_in_the_way(volume, storage_name(place))) return true;
+  try {
+    auto const storage = folder::find(volume, storage_name(place));
+    return storage && is_in_the_way(*storage, preallocate_folder);
+  } catch (error const&) {
+    return false;  // whoever looks into it is told why that cannot be done
+  }
+}
+
+bool is_identity(descriptor const& file, volume_place const& place) {
   std::array<char, 64> text{};
-  ssize_t const size = pread(identity.number(), text.data(), text.size(), 0);
-  if (size < 0) return mount::identity_missing;
-  std::string_view const found(text.data(), static_cast<std::size_t>(size));
-  return found == identity_text(place.sid_text) ? mount::present : mount::identity_foreign;
+  ssize_t const size = pread(file.number(), text.data(), text.size(), 0);
+  return size >= 0 && std::string_view(text.data(), static_cast<std::size_t>(size)) ==
+                          identity_text(place.sid_text);
+}
+
+// Opening a pipe would wait for its other end.
+descriptor open_identity(folder const& volume) {
+  auto const status = volume.status(identity_file);
+  if (!status || !S_ISREG(status->st_mode)) return descriptor(-1);
+  return descriptor(openat(volume.number(), identity_file, O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+}
+
+sighting look_at(volume_place const& place) {
+  auto const share_path = place.path.parent_path();
+  folder const recorder(share_path.parent_path());
+  if (is_in_the_way(recorder, share_path.filename())) return {mount::not_a_folder, descriptor(-1)};
+  auto const share = folder::find(recorder, share_path.filename());
+  if (!share) return {mount::identity_missing, descriptor(-1)};
+  if (is_in_the_way(*share, place.folder_name)) return {mount::not_a_folder, descriptor(-1)};
+  auto const volume = folder::find(*share, place.folder_name);
+  if (!volume) return {mount::identity_missing, descriptor(-1)};
+  auto identity = open_identity(*volume);
+  if (identity.number() < 0) return {mount::identity_missing, descriptor(-1)};
+  if (!is_identity(identity, place)) return {mount::identity_foreign, std::move(identity)};
+  if (is_storage_in_the_way(*volume, place)) return {mount::not_a_folder, std::move(identity)};
+  return {mount::present, std::move(identity)};
+}
+
+sighting look_without_failing(volume_place const& place) {
+  try {
+    return look_at(place);
+  } catch (error const&) {
+    return {mount::identity_missing, descriptor(-1)};
+  }
 }
 
 bool try_lock(descriptor const& identity, volume_lock::kind which) {
@@ -50,11 +93,12 @@ bool try_lock(descriptor const& identity, volume_lock::kind which) {
 // file, and that is still the volume's identity. It can have been replaced
 // between its opening and its locking.
 bool is_in_place(descriptor const& identity, volume_place const& place) {
+  auto const now = look_without_failing(place);
   struct stat held {};
   struct stat found {};
-  return fstat(identity.number(), &held) == 0 &&
-         lstat((place.path / identity_file).c_str(), &found) == 0 && held.st_dev == found.st_dev &&
-         held.st_ino == found.st_ino && mount_by(identity, place) == mount::present;
+  return now.how == mount::present && fstat(identity.number(), &held) == 0 &&
+         fstat(now.identity.number(), &found) == 0 && held.st_dev == found.st_dev &&
+         held.st_ino == found.st_ino;
 }
 
 void rest() {
@@ -70,32 +114,42 @@ void rest() {
 
 std::string identity_text(std::string const& sid_text) { return sid_text + "\n"; }
 
-mount mount_of(volume_place const& place) { return mount_by(open_identity(place), place); }
+mount mount_of(volume_place const& place) { return look_without_failing(place).how; }
 
 void require_mounted(volume_place const& place) {
   if (mount_of(place) != mount::present) fail_as_not_mounted(place);
 }
 
+folder open_volume(volume_place const& place) {
+  auto const share = place.path.parent_path();
+  return {folder(folder(share.parent_path()), share.filename()), place.folder_name};
+}
+
+folder open_storage(volume_place const& place) { return {open_volume(place), storage_name(place)}; }
+
+std::string storage_name(volume_place const& place) { return storage_folder_name(place.sid_text); }
+
 volume_lock::volume_lock(volume_place const& place, kind which, std::chrono::milliseconds patience)
-    : identity_(open_identity(place)) {
+    : identity_(-1) {
   // Rests are counted instead of asking a clock, which may be held.
   for (auto left = patience;; left -= pause) {
-    if (mount_by(identity_, place) != mount::present) fail_as_not_mounted(place);
+    auto found = look_without_failing(place);
+    if (found.how != mount::present) fail_as_not_mounted(place);
+    identity_ = std::move(found.identity);
     if (try_lock(identity_, which) && is_in_place(identity_, place)) return;
     if (left <= std::chrono::milliseconds::zero()) {
       throw busy_error("volume " + place.folder_name + " is being written by somebody else");
     }
     rest();
-    identity_ = open_identity(place);
   }
 }
 
 std::optional<volume_lock> volume_lock::try_take(volume_place const& place) {
-  descriptor identity = open_identity(place);
-  if (mount_by(identity, place) != mount::present) return std::nullopt;
-  if (!try_lock(identity, kind::exclusive)) return std::nullopt;
-  if (!is_in_place(identity, place)) return std::nullopt;
-  return volume_lock(std::move(identity));
+  auto found = look_without_failing(place);
+  if (found.how != mount::present) return std::nullopt;
+  if (!try_lock(found.identity, kind::exclusive)) return std::nullopt;
+  if (!is_in_place(found.identity, place)) return std::nullopt;
+  return volume_lock(std::move(found.identity));
 }
 
 }  // namespace lab

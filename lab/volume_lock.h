@@ -22,18 +22,28 @@ struct volume_place {
   std::int64_t id;
   std::string folder_name;
   std::string sid_text;
-  std::filesystem::path path;
+  std::filesystem::path path;  // RECORDER/share/<folder name>
 };
 
 // What the identity file of a volume holds.
 std::string identity_text(std::string const& sid_text);
 
-enum class mount { present, identity_missing, identity_foreign };
+// A volume whose folder, storage folder or preallocate is a link or a file is
+// none to be worked on: what lies behind it may be anybody's.
+enum class mount { present, identity_missing, identity_foreign, not_a_folder };
 
 mount mount_of(volume_place const& place);
 
 // Throws lab::error when the volume is not mounted.
 void require_mounted(volume_place const& place);
+
+// The volume's folder, and the storage folder in it. They throw lab::error when
+// there is none, or something else in its place.
+folder open_volume(volume_place const& place);
+folder open_storage(volume_place const& place);
+
+// The name of the storage folder in the volume's folder.
+std::string storage_name(volume_place const& place);
 
 class volume_lock {
  public:

@@ -72,7 +72,9 @@ void volume_repair::left(std::string const& text) {
   lines_.push_back("left: volume " + place_.folder_name + ": " + text);
 }
 
-std::filesystem::path volume_repair::storage() const { return place_.path / storage_name(place_); }
+folder volume_repair::storage() const { return open_storage(place_); }
+
+folder volume_repair::in_storage(std::string const& name) const { return {storage(), name}; }
 
 bool volume_repair::is_left_alone(unit_row const& unit) const {
   return left_alone_.count(unit.name) > 0;
@@ -85,7 +87,7 @@ bool volume_repair::finish_moves() {
     return false;
   }
   if (!found.has_preallocate) {
-    made_folder(folder(storage()), preallocate_folder);
+    made_folder(storage(), preallocate_folder);
     mended("made preallocate");
   }
   auto const moving = std::count_if(found.units.begin(), found.units.end(), is_on_its_way);
@@ -106,15 +108,15 @@ void volume_repair::part(shared_unit const& which, volume_repair& other) {
     left(text_of(which) + ": which of them it is cannot be told");
     return;
   }
-  drop_name(folder(storage() / which.folder_name), which.unit->name,
-            folder(other.storage() / which.other_folder_name), which.other->name);
+  drop_name(in_storage(which.folder_name), which.unit->name,
+            other.in_storage(which.other_folder_name), which.other->name);
   mended(text_of(which) + ": loses that name");
 }
 
 void volume_repair::bring_back(unit_row const& unit, volume_repair& host) {
   try {
-    folder const from(host.storage() / unit.folder_name);
-    folder const to = made_folder(folder(storage()), unit.folder_name);
+    folder const from = host.in_storage(unit.folder_name);
+    folder const to = made_folder(storage(), unit.folder_name);
     if (!link_durably(from, to, unit.name)) throw error("its place is taken");
     drop_name(from, unit.name, to, unit.name);
     mended("unit " + unit.name + " is back in " + unit.folder_name + " from volume " +
@@ -259,7 +261,7 @@ bool volume_repair::leave_leak_of_another(unit_row const& unit, unit_file const&
 bool volume_repair::leave_what_cannot_be_read(unit_row const& unit,
                                               std::vector<unit_file> const& files) {
   for (auto const& file : files) {
-    if (beginning_of(folder(storage() / file.folder_name), unit.name, 1)) continue;
+    if (beginning_of(in_storage(file.folder_name), unit.name, 1)) continue;
     leave_alone(unit.name);
     left("unit " + unit.name + ": " + file.folder_name + "/" + unit.name + " cannot be read");
     return true;
@@ -268,14 +270,14 @@ bool volume_repair::leave_what_cannot_be_read(unit_row const& unit,
 }
 
 bool volume_repair::is_unused(unit_file const& file, std::string const& name) const {
-  auto const text = beginning_of(folder(storage() / file.folder_name), name, 1);
+  auto const text = beginning_of(in_storage(file.folder_name), name, 1);
   return text && (text->empty() || text->front() == '\0');
 }
 
 bool volume_repair::begins_with(unit_file const& file, std::string const& hour_folder,
                                 std::string const& name) const {
   auto const head = recording_head(hour_folder, name);
-  return beginning_of(folder(storage() / file.folder_name), name, head.size()) == head;
+  return beginning_of(in_storage(file.folder_name), name, head.size()) == head;
 }
 
 // A recording begins with its head. What else is in preallocate under the name
@@ -319,8 +321,7 @@ void volume_repair::keep_one(unit_row const& unit, std::vector<unit_file> const&
     if (file.folder_name == kept.folder_name) continue;
     auto const shown = file.folder_name + "/" + unit.name;
     if (is_same_file(file, kept)) {
-      drop_name(folder(storage() / file.folder_name), unit.name,
-                folder(storage() / kept.folder_name), unit.name);
+      drop_name(in_storage(file.folder_name), unit.name, in_storage(kept.folder_name), unit.name);
       mended("removed " + shown + ", a second name of the file in " + kept.folder_name);
     } else {
       auto const where = set_aside(file, unit.name);
@@ -331,9 +332,8 @@ void volume_repair::keep_one(unit_row const& unit, std::vector<unit_file> const&
 
 void volume_repair::move_file(std::string const& name, std::string const& from,
                               std::string const& to) {
-  folder const storage_folder(storage());
-  folder const target = made_folder(storage_folder, to);
-  folder const source(storage() / from);
+  folder const target = made_folder(storage(), to);
+  folder const source = in_storage(from);
   if (!link_durably(source, target, name)) throw error(name + ": its place is taken");
   drop_name(source, name, target, name);
 }
@@ -352,7 +352,7 @@ void volume_repair::mend_size(unit_row const& unit, unit_file const& file) {
   }
   if (file.size == unit_bytes_ && file.allocated >= unit_bytes_) return;
   try {
-    folder const in(storage() / file.folder_name);
+    folder const in = in_storage(file.folder_name);
     steps::allocate_blocks(in, unit.name, unit_bytes_);
     steps::sync_file(in, unit.name);
     mended(shown + " has all its blocks again" +
@@ -365,7 +365,7 @@ void volume_repair::mend_size(unit_row const& unit, unit_file const& file) {
 }
 
 void volume_repair::mend_stranger(stranger const& what, elsewhere others) {
-  folder const in(place_.path / what.folder_path);
+  folder const in = open_volume(place_).below(what.folder_path);
   if (what.what == stranger::kind::empty_folder) {
     if (!steps::remove_empty_folder(in, what.name)) return;
     steps::sync_folder(in);
@@ -391,7 +391,7 @@ void volume_repair::mend_stranger(stranger const& what, elsewhere others) {
 }
 
 void volume_repair::preallocate_anew(unit_row const& unit, std::vector<unit_file> const& files) {
-  folder const home(storage() / preallocate_folder);
+  folder const home = in_storage(preallocate_folder);
   bool const has_file = find_in(files, preallocate_folder) != files.end();
   if (!has_file && !files.empty()) return;
   if (has_file && files.front().size > unit_bytes_) {
@@ -433,8 +433,8 @@ std::string volume_repair::set_aside(unit_file const& file, std::string const& n
 }
 
 std::string volume_repair::set_aside(std::string const& folder_path, std::string const& name) {
-  folder const from(place_.path / folder_path);
-  folder const lost = made_folder(folder(place_.path), lost_folder);
+  folder const from = open_volume(place_).below(folder_path);
+  folder const lost = made_folder(open_volume(place_), lost_folder);
   auto const origin = std::filesystem::path(folder_path).filename().string();
   auto const base = origin.empty() ? std::string("volume") : origin;
   for (int count = 1;; ++count) {

@@ -85,7 +85,8 @@ class volume_repair {
   std::string set_aside(std::string const& folder_path, std::string const& name);
   std::string set_aside(unit_file const& file, std::string const& name);
 
-  std::filesystem::path storage() const;
+  folder storage() const;
+  folder in_storage(std::string const& name) const;
   bool is_unused(unit_file const& file, std::string const& name) const;
   bool begins_with(unit_file const& file, std::string const& hour_folder,
                    std::string const& name) const;

@@ -4,10 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <set>
 #include <utility>
 
+#include "lab/catalogue_values.h"
 #include "lab/error.h"
 #include "lab/layout.h"
 #include "lab/unit_moves.h"
@@ -29,7 +29,7 @@ class surveyor {
   }
 
   volume_survey look() {
-    folder const volume(place_.path);
+    folder const volume = open_volume(place_);
     std::string const storage = storage_name(place_);
     for (auto const& name : volume.names()) {
       if (name == identity_file || name == storage || name == lost_folder) continue;
@@ -106,7 +106,8 @@ std::vector<unit_row> units_of(database const& catalogue, volume_place const& pl
   query.with(place.id);
   std::vector<unit_row> units;
   while (query.next()) {
-    unit_row unit{query.integer(0), query.text(1), query.text(2), "", query.integer(3) != 0};
+    unit_row unit{query.integer(0), unit_name_in(query, 1), query.text(2), "",
+                  query.integer(3) != 0};
     if (unit.state == "free") {
       unit.folder_name = preallocate_folder;
     } else if (unit.state != "bad") {
@@ -134,10 +135,6 @@ volume_survey survey_storage(database const& catalogue, volume_place const& plac
   auto found = survey(catalogue, place);
   if (!found.has_storage) throw error(place.path.string() + ": its storage folder is missing");
   return found;
-}
-
-std::string storage_name(volume_place const& place) {
-  return std::filesystem::path(storage_folder("", place.sid_text)).filename().string();
 }
 
 std::optional<std::string> beginning_of(folder const& in, std::string const& name,

@@ -72,9 +72,6 @@ volume_survey survey(database const& catalogue, volume_place const& place);
 // As survey(); throws lab::error for a volume without its storage folder, too.
 volume_survey survey_storage(database const& catalogue, volume_place const& place);
 
-// The name of the storage folder in the volume's folder.
-std::string storage_name(volume_place const& place);
-
 // The first bytes of a file, fewer when it is shorter; none when it cannot be
 // read.
 std::optional<std::string> beginning_of(folder const& in, std::string const& name,

@@ -10,9 +10,6 @@ namespace lab::client {
 
 namespace {
 
-constexpr std::int32_t state_not_mounted = 2;
-constexpr std::int32_t state_standby_not_mounted = 3;
-
 template <typename Record, typename Matches>
 Record find(std::vector<Record> const& all, Matches const& matches, std::string const& what) {
   auto const found = std::find_if(all.begin(), all.end(), matches);
@@ -45,7 +42,7 @@ stream find_stream(recorder const& in, stream_info const& of) {
 }
 
 bool is_mounted(volume const& which) {
-  return which.state != state_not_mounted && which.state != state_standby_not_mounted;
+  return which.state != not_mounted_state && which.state != standby_not_mounted_state;
 }
 
 }  // namespace lab::client

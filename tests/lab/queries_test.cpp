@@ -232,6 +232,20 @@ TEST_F(queries, days_are_local_dates_and_every_touched_one_counts) {
   EXPECT_EQ((strings{"2026-11-21", "2026-11-22", "2026-11-23"}), recorder.days(1, 4, ids));
 }
 
+TEST_F(queries, a_day_that_the_time_zone_left_out_has_no_date) {
+  make();
+  auto recorder = open();
+  auto const samoa = std::int64_t{1'325'152'800'000};  // 2011-12-29 10:00 UTC
+  recorder.record(first_volume, main_stream, samoa - 2 * hour, 1);
+  tamper("UPDATE period SET end_ms = end_ms + 2 * 86400000");
+  setenv("TZ", "Pacific/Apia", 1);
+  tzset();
+  EXPECT_EQ((strings{"2011-12-28", "2011-12-29", "2011-12-31"}),
+            recorder.days(1, 4, {recorder.volumes()[0].sid_text}));
+  setenv("TZ", "UTC", 1);
+  tzset();
+}
+
 TEST_F(queries, channels_of_a_volume_are_those_assigned_to_it) {
   make();
   auto recorder = open();

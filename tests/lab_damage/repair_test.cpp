@@ -457,7 +457,8 @@ TEST_F(repair_of, a_preallocate_that_is_a_link_is_not_followed) {
   auto const before = shares();
   auto const lines = repair();
   EXPECT_EQ(1, std::count(lines.begin(), lines.end(),
-                          "left: volume vol1: " + home().string() + ": is no folder"));
+                          "left: volume vol1: a link or a file is in the place of its folder: "
+                          "nothing on it is touched"));
   EXPECT_EQ(strings(), world::differences(before, shares()));
 }
 
@@ -590,37 +591,6 @@ class somebody {
 
  private:
   static constexpr uid_t nobody = 65534;
-};
-
-// A folder on another file system than the given one; empty when none is found.
-class folder_elsewhere {
- public:
-  explicit folder_elsewhere(fs::path const& than) {
-    for (fs::path const& each :
-         {fs::current_path(), fs::path("/tmp"), fs::path("/var/tmp"), fs::path("/dev/shm")}) {
-      if (device_of(each) == device_of(than)) continue;
-      auto text = (each / "lab-elsewhere-XXXXXX").string();
-      if (mkdtemp(text.data()) == nullptr) continue;
-      path_ = text;
-      return;
-    }
-  }
-  ~folder_elsewhere() {
-    std::error_code ignored;
-    if (!path_.empty()) fs::remove_all(path_, ignored);
-  }
-  folder_elsewhere(folder_elsewhere const&) = delete;
-  folder_elsewhere& operator=(folder_elsewhere const&) = delete;
-
-  fs::path const& path() const { return path_; }
-
- private:
-  static dev_t device_of(fs::path const& folder) {
-    struct stat status {};
-    return stat(folder.c_str(), &status) == 0 ? status.st_dev : 0;
-  }
-
-  fs::path path_;
 };
 
 // Three volumes, of which the first has one recording, in one unit.
@@ -839,27 +809,6 @@ TEST_F(repair_of_three, a_period_without_units_stays_while_a_volume_is_not_mount
   damage({"unmounted", 1, "vol3", {}, {}, {}, {}, {}});
   repair();
   EXPECT_EQ(1U, open().periods().size());
-}
-
-TEST_F(repair_of_three, a_recording_on_another_file_system_leaves_it_there) {
-  folder_elsewhere const elsewhere(root());
-  if (elsewhere.path().empty()) GTEST_SKIP() << "there is no second file system to write to";
-  auto const volume = root() / "share" / "vol2";
-  fs::copy(volume, elsewhere.path() / "vol2", fs::copy_options::recursive);
-  fs::remove_all(volume);
-  fs::create_directory_symlink(elsewhere.path() / "vol2", volume);
-  put(place(first_volume), second_volume);
-  fs::remove(place(first_volume));
-  auto const kept = shares();
-  auto const on_volume = world::tree_of(volume);
-  strings const wanted{"left: volume vol1: unit " + unit + " stays on volume vol2: " +
-                       place(first_volume).string() + ": cannot link: Invalid cross-device link"};
-  for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ(wanted, repair());
-    EXPECT_EQ(strings(), world::differences(kept, shares()));
-    EXPECT_EQ(strings(), world::differences(on_volume, world::tree_of(volume)));
-    EXPECT_EQ(1U, open().periods().size());
-  }
 }
 
 // Whether it is the recording is not known as long as it cannot be read.

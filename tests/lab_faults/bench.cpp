@@ -257,7 +257,7 @@ temporary_folder::~temporary_folder() {
   fs::remove_all(path_, ignored);
 }
 
-void copy_tree(fs::path const& from, fs::path const& to, units how) {
+void copy_tree(fs::path const& from, fs::path const& to) {
   fs::create_directory(to);
   std::map<ino_t, fs::path> copies;
   for (auto const& path : all_below(from)) {
@@ -267,9 +267,7 @@ void copy_tree(fs::path const& from, fs::path const& to, units how) {
       continue;
     }
     auto const [first, is_new] = copies.emplace(status_of(path).st_ino, copy);
-    if (is_new && how == units::shared && is_unit(path)) {
-      fs::create_hard_link(path, copy);
-    } else if (is_new) {
+    if (is_new) {
       clone_file(path, copy);
     } else {
       fs::create_hard_link(first->second, copy);

@@ -40,10 +40,8 @@ class temporary_folder {
 };
 
 // Copies a recorder as it lies on disk: hard links stay links among the copies.
-// Units have blocks of their own, or are shared with what they are copies of:
-// that is quicker, and what is written to them is seen in all copies.
-enum class units { copied, shared };
-void copy_tree(fs::path const& from, fs::path const& to, units how);
+// Units have blocks of their own.
+void copy_tree(fs::path const& from, fs::path const& to);
 
 // The same for two folders that hold the same, as far as a recorder can tell:
 // what a cold journal was used for last makes no difference.

@@ -124,7 +124,7 @@ class loop {
   explicit loop(scenario const& what) : what_(what) {
     what_.prepare(start());
     before_ = bench::summary_of(start());
-    bench::copy_tree(start(), after_path(), bench::units::shared);
+    bench::copy_tree(start(), after_path());
     auto const clean = run(what_.run, after_path(), {});
     if (clean.how != ending::done) complain({}, "without a fault: " + clean.text);
     after_ = bench::summary_of(after_path());
@@ -161,7 +161,7 @@ class loop {
 
   void fresh_copy(path const& of) const {
     fs::remove_all(scratch());
-    bench::copy_tree(of, scratch(), bench::units::shared);
+    bench::copy_tree(of, scratch());
   }
 
   // True when the run met the fault at all.
@@ -197,7 +197,7 @@ class loop {
     seen_.insert(verdict + digest);
     path const kept = temporary_.path() / ("state" + std::to_string(left_.size()));
     if (new_state) {
-      bench::copy_tree(scratch(), kept, bench::units::shared);
+      bench::copy_tree(scratch(), kept);
       kept_.emplace(digest, kept);
     }
     check_and_mend(injected, ran.how);

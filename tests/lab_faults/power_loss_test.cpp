@@ -120,7 +120,7 @@ class moving {
   moving(std::string name, std::function<void(lab::recorder&)> const& operation)
       : name_(std::move(name)) {
     bench::make_leaking(start());
-    bench::copy_tree(start(), after(), bench::units::copied);
+    bench::copy_tree(start(), after());
     fs::create_directory(catalogues());
     recording recorded(after(), catalogues());
     recorded.of(operation);
@@ -156,7 +156,7 @@ class moving {
 
   void lay_out(state const& wanted) const {
     fs::remove_all(scratch());
-    bench::copy_tree(start(), scratch(), bench::units::copied);
+    bench::copy_tree(start(), scratch());
     fs::remove(scratch() / "catalogue.db");
     fs::remove(scratch() / "catalogue.db-journal");
     fs::copy_file(catalogues() / std::to_string(wanted.commits), scratch() / "catalogue.db");
@@ -317,7 +317,7 @@ class journal_put_back {
     bench::make_leaking(start());
     whole_ = fs::file_size(journal());
     lay_out(before);
-    bench::copy_tree(start(), kept(), bench::units::copied);
+    bench::copy_tree(start(), kept());
     points::watch const watching([this](points::point const& at) {
       steps_.push_back(at.what);
       return 0;
@@ -344,7 +344,7 @@ class journal_put_back {
   // What is wrong with a recorder whose journal was left so long.
   strings problems(journal_length left) {
     fs::remove_all(start());
-    bench::copy_tree(kept(), start(), bench::units::copied);
+    bench::copy_tree(kept(), start());
     lay_out(left);
     bench::origin const origin(start());
     auto const before = bench::summary_of(start());

@@ -147,7 +147,7 @@ class programs : public testing::Test {
     int points = 0;
     for (int status = 128 + SIGKILL; status != 0; ++points) {
       fs::remove_all(recorder());
-      bench::copy_tree(full, recorder(), bench::units::shared);
+      bench::copy_tree(full, recorder());
       status = run({ST_FAULTS_PROGRAM, "autoclean"}, "kill@" + std::to_string(points + 1)).status;
       if (status != 0) {
         EXPECT_EQ(128 + SIGKILL, status);

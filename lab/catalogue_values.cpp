@@ -1,0 +1,42 @@
+#include "lab/catalogue_values.h"
+
+#include "lab/layout.h"
+
+namespace lab {
+
+namespace {
+
+bool is_time(std::int64_t time_ms) { return time_ms >= first_time_ms && time_ms <= last_time_ms; }
+
+}  // namespace
+
+std::string unit_name_in(statement const& row, int column) {
+  auto name = row.text(column);
+  if (!is_unit_name(name)) throw error("catalogue: a unit has a name that is no unit's");
+  return name;
+}
+
+std::string volume_folder_in(statement const& row, int column) {
+  auto name = row.text(column);
+  if (!is_volume_folder_name(name)) throw error("catalogue: a volume's folder is no volume's");
+  return name;
+}
+
+std::string storage_id_in(statement const& row, int column) {
+  auto text = row.text(column);
+  if (!is_storage_id(text)) throw error("catalogue: a volume's storage id is none");
+  return text;
+}
+
+std::int64_t time_in(statement const& row, int column) {
+  std::int64_t const time_ms = row.integer(column);
+  if (!is_time(time_ms)) throw error("catalogue: a time is out of range");
+  return time_ms;
+}
+
+bool is_plausible_period(std::int64_t start_ms, std::int64_t end_ms) {
+  return is_time(start_ms) && is_time(end_ms) && end_ms >= start_ms &&
+         end_ms - start_ms <= longest_period_ms;
+}
+
+}  // namespace lab

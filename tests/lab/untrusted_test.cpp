@@ -1,0 +1,212 @@
+// Recorders that say what no recorder of the lab's says.
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <fstream>
+
+#include "lab/layout.h"
+#include "lab/sqlite.h"
+#include "lab/volume_lock.h"
+#include "world.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using strings = std::vector<std::string>;
+
+class untrusted : public world::recorder_test {
+ protected:
+  untrusted() {
+    make();
+    fs::create_directory(outside());
+    world::write_file(outside() / "somebodys", "kept");
+  }
+
+  fs::path outside() const { return root().parent_path() / "outside"; }
+
+  std::string refusal(lab::access mode = lab::access::read_only) const {
+    return world::failure_of([&] { open(mode); });
+  }
+
+  void expect_refused_as(std::string const& text) const {
+    EXPECT_EQ(root().string() + text, refusal());
+    EXPECT_EQ(root().string() + text, refusal(lab::access::read_write));
+  }
+
+  std::int32_t state_of_first() const { return open(lab::access::read_only).volumes()[0].state; }
+
+  // The first volume's folder is away and a link leads to it.
+  void replace_by_link(fs::path const& which) const {
+    fs::rename(which, outside() / "moved");
+    fs::create_directory_symlink(outside() / "moved", which);
+  }
+};
+
+constexpr char other_tables[] = ": not a recorder: its catalogue has other tables than the lab's";
+
+TEST_F(untrusted, a_trigger_in_the_catalogue_is_refused) {
+  tamper("CREATE TRIGGER emptied AFTER UPDATE ON volume BEGIN DELETE FROM unit; END");
+  expect_refused_as(other_tables);
+}
+
+TEST_F(untrusted, a_view_in_the_place_of_a_table_is_refused) {
+  tamper("ALTER TABLE assignment RENAME TO kept");
+  tamper(
+      "CREATE VIEW assignment AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i FROM n)"
+      "  SELECT i FROM n");
+  expect_refused_as(other_tables);
+}
+
+TEST_F(untrusted, a_table_more_or_an_index_less_is_refused) {
+  tamper("CREATE TABLE more (id)");
+  expect_refused_as(other_tables);
+  tamper("DROP TABLE more");
+  EXPECT_EQ("", refusal());
+  tamper("DROP INDEX unit_by_period");
+  expect_refused_as(other_tables);
+}
+
+TEST_F(untrusted, a_vacuumed_catalogue_is_as_good) {
+  tamper("VACUUM");
+  EXPECT_EQ("", refusal());
+}
+
+TEST_F(untrusted, a_pipe_beside_the_catalogue_keeps_nobody_waiting) {
+  for (std::string const end : {"-journal", "-wal", "-shm", ""}) {
+    auto const file = root() / ("catalogue.db" + end);
+    fs::remove(file);
+    ASSERT_EQ(0, mkfifo(file.c_str(), 0600));
+    expect_refused_as(": not a recorder: catalogue.db" + end + " is not a file");
+    if (!end.empty()) fs::remove(file);
+  }
+}
+
+TEST_F(untrusted, a_journal_with_a_second_name_is_not_written) {
+  fs::remove(root() / "catalogue.db-journal");
+  fs::create_hard_link(outside() / "somebodys", root() / "catalogue.db-journal");
+  expect_refused_as(": not a recorder: catalogue.db-journal has a second name elsewhere");
+}
+
+TEST_F(untrusted, a_catalogue_that_is_a_link_is_refused) {
+  fs::rename(root() / "catalogue.db", outside() / "catalogue.db");
+  fs::create_symlink(outside() / "catalogue.db", root() / "catalogue.db");
+  expect_refused_as(": not a recorder: catalogue.db is not a file");
+}
+
+// SQLite removes the journal that a journal names, once it has undone its own.
+TEST_F(untrusted, a_journal_that_names_another_one_is_refused) {
+  std::ofstream journal(root() / "catalogue.db-journal", std::ios::app | std::ios::binary);
+  journal << (outside() / "somebodys").string() << "lengthsums"
+          << "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+  journal.close();
+  auto const text = (root() / "catalogue.db-journal").string() + ": names another journal";
+  EXPECT_EQ(text, refusal());
+  EXPECT_EQ(text, refusal(lab::access::read_write));
+}
+
+TEST_F(untrusted, units_larger_than_any_are_refused) {
+  tamper("UPDATE recorder SET unit_mb = 9007199254740992");
+  expect_refused_as(": not a recorder: its units are too large");
+}
+
+TEST_F(untrusted, a_unit_that_names_a_file_elsewhere_is_not_moved) {
+  tamper("UPDATE unit SET name = '../../../../../outside/somebodys' WHERE id = 1");
+  auto recorder = open();
+  EXPECT_EQ("catalogue: a unit has a name that is no unit's",
+            world::failure_of([&] { recorder.record(first_volume, main_stream, world::now, 1); }));
+  EXPECT_TRUE(fs::exists(outside() / "somebodys"));
+  EXPECT_EQ(0, ask("SELECT count(*) FROM unit WHERE state <> 'free'"));
+}
+
+TEST_F(untrusted, a_volume_that_names_a_folder_elsewhere_is_refused) {
+  tamper("UPDATE volume SET folder = '../../outside' WHERE id = 1");
+  auto const recorder = open(lab::access::read_only);
+  EXPECT_EQ("catalogue: a volume's folder is no volume's",
+            world::failure_of([&] { recorder.volumes(); }));
+}
+
+TEST_F(untrusted, a_storage_id_that_is_a_path_is_refused) {
+  tamper("UPDATE volume SET sid_text = '../../../../../../../../outsides' WHERE id = 1");
+  auto const recorder = open(lab::access::read_only);
+  EXPECT_EQ("catalogue: a volume's storage id is none",
+            world::failure_of([&] { recorder.volumes(); }));
+}
+
+TEST_F(untrusted, a_period_longer_than_a_year_is_refused_where_it_is_read) {
+  open().record(first_volume, main_stream, world::now, 1);
+  tamper("UPDATE period SET start_ms = 0, end_ms = 9223372036854775807");
+  auto const recorder = open(lab::access::read_only);
+  auto const id = recorder.volumes()[0].sid_text;
+  std::string const text = "catalogue: a period has times that no period has";
+  EXPECT_EQ(text, world::failure_of([&] { recorder.periods(); }));
+  EXPECT_EQ(text, world::failure_of([&] { recorder.days(1, 4, {id}); }));
+}
+
+TEST_F(untrusted, a_number_of_too_many_bits_is_refused) {
+  tamper("UPDATE space SET status = 4294967296");
+  EXPECT_EQ("catalogue: a number is out of range",
+            world::failure_of([this] { open(lab::access::read_only).spaces(); }));
+}
+
+TEST_F(untrusted, a_volume_behind_a_link_is_not_mounted) {
+  for (auto const& which : {preallocate(1), storage(1), root() / "share" / "vol1"}) {
+    replace_by_link(which);
+    auto const before = world::tree_of(outside());
+    auto recorder = open();
+    auto const volume = recorder.volumes()[0];
+    EXPECT_EQ(lab::not_mounted_state, volume.state) << which;
+    EXPECT_EQ("/dev/null/share/vol1", volume.path.string());
+    EXPECT_EQ(
+        "volume vol1 is not mounted: " + (root() / "share" / "vol1").string(),
+        world::failure_of([&] { recorder.record(first_volume, main_stream, world::now, 1); }));
+    auto const findings = recorder.check();
+    ASSERT_FALSE(findings.empty());
+    EXPECT_EQ(1, std::count(findings.begin(), findings.end(),
+                            "not-mounted: volume vol1: a link or a file is in the place of its "
+                            "folder"));
+    EXPECT_EQ(strings(), world::differences(before, world::tree_of(outside())));
+    fs::remove(which);
+    fs::rename(outside() / "moved", which);
+  }
+  EXPECT_EQ(0, state_of_first());
+}
+
+TEST_F(untrusted, an_hour_folder_that_is_a_link_is_not_followed) {
+  auto const hour = storage(1) / lab::hour_folder_name(0, 4, 0, world::now);
+  fs::create_directory_symlink(outside(), hour);
+  auto recorder = open();
+  EXPECT_EQ(hour.string() + ": cannot open folder: Not a directory",
+            world::failure_of([&] { recorder.record(first_volume, main_stream, world::now, 1); }));
+  EXPECT_EQ(1U, world::tree_of(outside()).size());
+  EXPECT_EQ(0, ask("SELECT count(*) FROM unit WHERE state <> 'free'"));
+}
+
+TEST_F(untrusted, a_unit_with_a_second_name_is_not_recorded_into) {
+  auto const unit = preallocate(1) / lab::unit_name(0);
+  fs::create_hard_link(unit, outside() / "second");
+  auto recorder = open();
+  EXPECT_EQ(unit.string() + ": unit has a second name elsewhere",
+            world::failure_of([&] { recorder.record(first_volume, main_stream, world::now, 1); }));
+  EXPECT_EQ(0, ask("SELECT count(*) FROM unit WHERE state <> 'free'"));
+}
+
+TEST_F(untrusted, a_volume_that_stands_by_says_so_while_it_is_away) {
+  fs::rename(root() / "share" / "vol1", outside() / "moved");
+  EXPECT_EQ(lab::not_mounted_state, state_of_first());
+  open().change_volumes({{first_volume, "vol1", 0, lab::standby_state}});
+  EXPECT_EQ(lab::standby_not_mounted_state, state_of_first());
+  open().change_volumes({{first_volume, "vol1", 0, 0}});
+  EXPECT_EQ(lab::not_mounted_state, state_of_first());
+}
+
+TEST_F(untrusted, what_a_make_left_is_told_by_any_of_its_files) {
+  auto const left = root().parent_path() / "left";
+  fs::create_directory(left);
+  world::write_file(left / "catalogue.new-journal", "");
+  EXPECT_EQ(left.string() +
+                ": folder is not empty: it looks as a stopped make leaves it "
+                "(catalogue.new-journal); remove that first",
+            world::failure_of([&] { lab::recorder::make(left, world::small(), {}); }));
+}
+
+}  // namespace
