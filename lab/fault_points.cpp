@@ -114,4 +114,8 @@ bool refused_link(folder const& from, folder const& to, std::string const& name)
   return refused(call::link, to.path() / name, from.path() / name);
 }
 
+bool refused_move(folder const& from, folder const& to, std::string const& name) {
+  return refused(call::rename, to.path() / name, from.path() / name);
+}
+
 }  // namespace lab::fault_points

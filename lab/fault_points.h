@@ -22,6 +22,7 @@ enum class call {
   allocate,
   open_to_write,
   write,
+  truncate,
   sync_file,
   link,
   unlink,
@@ -89,6 +90,7 @@ observer injector(fault const& what, int& points);
 bool refused(call what, std::filesystem::path const& path, std::filesystem::path const& other = {});
 bool refused(call what, folder const& in, std::string const& name);
 bool refused_link(folder const& from, folder const& to, std::string const& name);
+bool refused_move(folder const& from, folder const& to, std::string const& name);
 
 // The VFS through which SQLite asks too.
 char const* database_vfs();
@@ -100,6 +102,10 @@ constexpr bool refused(call /*what*/, folder const& /*in*/, std::string const& /
   return false;
 }
 constexpr bool refused_link(folder const& /*from*/, folder const& /*to*/,
+                            std::string const& /*name*/) {
+  return false;
+}
+constexpr bool refused_move(folder const& /*from*/, folder const& /*to*/,
                             std::string const& /*name*/) {
   return false;
 }

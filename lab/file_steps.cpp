@@ -7,7 +7,9 @@
 
 #include <cerrno>
 #include <exception>
+#include <string_view>
 #include <system_error>
+#include <vector>
 
 #include "lab/error.h"
 #include "lab/fault_points.h"
@@ -31,10 +33,26 @@ descriptor create(folder const& in, std::string const& name) {
   return created;
 }
 
-struct stat status_of(descriptor const& file, folder const& in, std::string const& name) {
+// Of what else can be opened by a file's name nothing is read or written.
+struct stat status_of_file(descriptor const& file, folder const& in, std::string const& name) {
   struct stat found {};
   if (fstat(file.number(), &found) != 0) fail_with_errno(in.path() / name, "cannot look at");
+  if (!S_ISREG(found.st_mode)) throw error((in.path() / name).string() + ": is no file");
   return found;
+}
+
+// What has a second name may be somebody's elsewhere.
+void require_one_name(descriptor const& file, folder const& in, std::string const& name) {
+  if (status_of_file(file, in, name).st_nlink > 1) {
+    throw error((in.path() / name).string() + ": has a second name elsewhere");
+  }
+}
+
+descriptor open_to_read(folder const& in, std::string const& name) {
+  int const flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+  descriptor opened(openat(in.number(), entry_name(name).c_str(), flags));
+  if (opened.number() < 0) fail_with_errno(in.path() / name, "cannot open");
+  return opened;
 }
 
 // To read, too: where the file system cannot allocate blocks, the C library reads
@@ -45,9 +63,7 @@ descriptor open_to_write(folder const& in, std::string const& name) {
                         ? -1
                         : openat(in.number(), entry_name(name).c_str(), flags));
   if (opened.number() < 0) fail_with_errno(in.path() / name, "cannot open");
-  if (!S_ISREG(status_of(opened, in, name).st_mode)) {
-    throw error((in.path() / name).string() + ": is no file");
-  }
+  status_of_file(opened, in, name);
   return opened;
 }
 
@@ -63,16 +79,31 @@ void allocate(descriptor const& file, folder const& in, std::string const& name,
   if (result != 0) fail_with_errno(in.path() / name, "cannot allocate");
 }
 
-void write_at_start(descriptor const& file, folder const& in, std::string const& name,
-                    std::string const& content) {
-  std::size_t written = 0;
-  while (written < content.size()) {
-    ssize_t const more = refused(call::write, in, name)
-                             ? -1
-                             : pwrite(file.number(), content.data() + written,
-                                      content.size() - written, static_cast<off_t>(written));
+void write_at(std::int64_t offset, descriptor const& file, folder const& in,
+              std::string const& name, std::string_view content) {
+  while (!content.empty()) {
+    ssize_t const more =
+        refused(call::write, in, name)
+            ? -1
+            : pwrite(file.number(), content.data(), content.size(), static_cast<off_t>(offset));
     if (more < 0 && errno != EINTR) fail_with_errno(in.path() / name, "cannot write");
-    if (more > 0) written += static_cast<std::size_t>(more);
+    if (more <= 0) continue;
+    offset += more;
+    content.remove_prefix(static_cast<std::size_t>(more));
+  }
+}
+
+void copy_content(descriptor const& source, folder const& from, descriptor const& made,
+                  folder const& to, std::string const& name) {
+  std::vector<char> buffer(std::size_t{1} << 20U);
+  for (std::int64_t offset = 0;;) {
+    ssize_t const more =
+        pread(source.number(), buffer.data(), buffer.size(), static_cast<off_t>(offset));
+    if (more == 0) return;
+    if (more < 0 && errno != EINTR) fail_with_errno(from.path() / name, "cannot read");
+    if (more < 0) continue;
+    write_at(offset, made, to, name, {buffer.data(), static_cast<std::size_t>(more)});
+    offset += more;
   }
 }
 
@@ -131,7 +162,7 @@ bool remove_empty_folder(folder const& in, std::string const& name) {
 }
 
 void make_file(folder const& in, std::string const& name, std::string const& content) {
-  write_at_start(create(in, name), in, name, content);
+  write_at(0, create(in, name), in, name, content);
 }
 
 void make_file_like(folder const& in, std::string const& other, std::string const& name) {
@@ -156,14 +187,12 @@ void preallocate_file(folder const& in, std::string const& name, std::int64_t by
 
 void allocate_blocks(folder const& in, std::string const& name, std::int64_t bytes) {
   descriptor const file = open_to_write(in, name);
-  if (status_of(file, in, name).st_nlink > 1) {
-    throw error((in.path() / name).string() + ": has a second name");
-  }
+  require_one_name(file, in, name);
   allocate(file, in, name, bytes);
 }
 
 void write_head(folder const& in, std::string const& name, std::string const& head) {
-  write_at_start(open_to_write(in, name), in, name, head);
+  write_at(0, open_to_write(in, name), in, name, head);
 }
 
 void sync_file(folder const& in, std::string const& name) {
@@ -180,6 +209,36 @@ bool link_file(folder const& from, folder const& to, std::string const& name) {
   }
   if (errno == EEXIST) return false;
   fail_with_errno(to.path() / name, "cannot link");
+}
+
+void copy_file(folder const& from, folder const& to, std::string const& name) {
+  descriptor const source = open_to_read(from, name);
+  auto const model = status_of_file(source, from, name);
+  descriptor const made = create(to, name);
+  try {
+    copy_content(source, from, made, to, name);
+    if (fchmod(made.number(), model.st_mode & 0777U) != 0) {
+      fail_with_errno(to.path() / name, "cannot give it its permissions");
+    }
+  } catch (error const&) {
+    remove_tree(to, name);
+    throw;
+  }
+}
+
+void cut_file(folder const& in, std::string const& name, std::int64_t bytes) {
+  descriptor const file = open_to_write(in, name);
+  if (refused(call::truncate, in, name) ||
+      ftruncate(file.number(), static_cast<off_t>(bytes)) != 0) {
+    fail_with_errno(in.path() / name, "cannot cut");
+  }
+}
+
+void move_file(folder const& from, folder const& to, std::string const& name) {
+  if (fault_points::refused_move(from, to, name) ||
+      renameat(from.number(), name.c_str(), to.number(), name.c_str()) != 0) {
+    fail_with_errno(from.path() / name, "cannot move");
+  }
 }
 
 void remove_file(folder const& in, std::string const& name) {

@@ -52,6 +52,18 @@ void sync_file(folder const& in, std::string const& name);
 // there.
 bool link_file(folder const& from, folder const& to, std::string const& name);
 
+// Makes a file that is not there yet with what the one by its name in another
+// folder holds, and with its permissions. Nothing of it stays on failure, as far
+// as it can be removed.
+void copy_file(folder const& from, folder const& to, std::string const& name);
+
+// Cuts an existing file, or makes it longer by what reads as zeros.
+void cut_file(folder const& in, std::string const& name, std::int64_t bytes);
+
+// Moves a file or a folder into another folder of the same file system. There it
+// replaces a file by its name, and a folder an empty one.
+void move_file(folder const& from, folder const& to, std::string const& name);
+
 void remove_file(folder const& in, std::string const& name);
 void rename_file(folder const& in, std::string const& from, std::string const& to);
 

@@ -69,4 +69,28 @@ TEST(injected_fault, keeps_a_step_from_being_taken) {
   lab::steps::make_file(folder, "file", "text");
 }
 
+TEST(injected_fault, leaves_a_file_that_was_to_be_copied_cut_or_moved) {
+  bench::temporary_folder const temporary;
+  lab::folder const folder(temporary.path());
+  lab::steps::make_folder(folder, "other");
+  auto const other = lab::folder::find(folder, "other");
+  ASSERT_TRUE(other);
+  lab::steps::make_file(folder, "file", "text");
+  std::vector<call> asked;
+  points::watch const failing([&](points::point const& at) {
+    asked.push_back(at.what);
+    bool const fails =
+        at.what == call::write || at.what == call::truncate || at.what == call::rename;
+    return fails ? EIO : 0;
+  });
+  EXPECT_THROW(lab::steps::copy_file(folder, *other, "file"), lab::error);
+  EXPECT_THROW(lab::steps::cut_file(folder, "file", 1), lab::error);
+  EXPECT_THROW(lab::steps::move_file(folder, *other, "file"), lab::error);
+  EXPECT_EQ((std::vector<call>{call::create, call::write, call::unlink, call::open_to_write,
+                               call::truncate, call::rename}),
+            asked);
+  EXPECT_EQ(std::vector<std::string>(), other->names());
+  EXPECT_EQ(4, folder.status("file")->st_size);
+}
+
 }  // namespace
