@@ -1,9 +1,12 @@
 #include "lab/damager.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
-#include <fstream>
+#include <cerrno>
 #include <utility>
 
+#include "lab/file_steps.h"
 #include "lab/recorder_state.h"
 #include "lab/unit_moves.h"
 
@@ -13,14 +16,40 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void write_file(fs::path const& file, std::string const& content) {
-  std::ofstream stream(file, std::ios::binary);
-  stream << content;
-  stream.close();
-  if (!stream) throw error(file.string() + ": cannot write");
+bool is_name(std::string const& text) {
+  return !text.empty() && text != "." && text != ".." && text.find('/') == std::string::npos;
+}
+
+// None when there is nothing by that name. Names come from a catalogue that may
+// say anything.
+std::optional<struct stat> entry_of(folder const& in, std::string const& name) {
+  if (!is_name(name)) throw error(in.path().string() + ": the catalogue names no file in it");
+  auto const status = in.status(name);
+  if (status && S_ISLNK(status->st_mode)) {
+    throw error((in.path() / name).string() + ": is a symbolic link");
+  }
+  return status;
 }
 
 }  // namespace
+
+std::optional<folder> found_folder(folder const& in, std::string const& name) {
+  entry_of(in, name);
+  return folder::find(in, name);
+}
+
+folder opened_folder(folder const& in, std::string const& name) {
+  auto found = found_folder(in, name);
+  if (found) return std::move(*found);
+  errno = in.status(name) ? ENOTDIR : ENOENT;
+  fail_with_errno(in.path() / name, "cannot open folder");
+}
+
+void require_only_name(folder const& in, std::string const& name) {
+  auto const status = entry_of(in, name);
+  if (!status || status->st_nlink <= 1) return;
+  throw error((in.path() / name).string() + ": has a second name");
+}
 
 std::string counted(std::int64_t count, std::string const& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
@@ -36,7 +65,12 @@ damager::damager(fs::path const& recorder_folder, database& catalogue,
       random_(options.seed),
       place_(chosen_place()),
       lock_(place_, volume_lock::kind::exclusive, options_.patience),
-      storage_(place_.path / storage_name(place_)) {}
+      recorder_(folder_),
+      share_(opened_folder(recorder_, share_folder)),
+      volume_(opened_folder(share_, place_.folder_name)) {
+  // A link is refused whatever is to be damaged.
+  found_folder(volume_, storage_name(place_));
+}
 
 volume_place damager::chosen_place() {
   if (options_.volume.empty()) {
@@ -53,8 +87,7 @@ std::vector<unit_row> damager::sound_units(std::string const& state) const {
   std::vector<unit_row> found;
   for (auto const& unit : units_of(catalogue_, place_)) {
     if (unit.state != state || (state == "recorded" && !unit.has_period)) continue;
-    std::error_code ignored;
-    if (fs::is_regular_file(file_of(unit), ignored)) found.push_back(unit);
+    if (is_in_place(unit)) found.push_back(unit);
   }
   return found;
 }
@@ -64,8 +97,17 @@ unit_row damager::chosen_unit() {
                 "volume " + place_.folder_name + " has no " + wanted_state() + " unit");
 }
 
-fs::path damager::file_of(unit_row const& unit) const {
-  return storage_ / unit.folder_name / unit.name;
+bool damager::is_in_place(unit_row const& unit) const {
+  auto const within = found_folder(volume_, storage_name(place_));
+  auto const inside = within ? found_folder(*within, unit.folder_name) : std::nullopt;
+  auto const status = inside ? entry_of(*inside, unit.name) : std::nullopt;
+  return status && S_ISREG(status->st_mode);
+}
+
+folder damager::storage() const { return opened_folder(volume_, storage_name(place_)); }
+
+folder damager::folder_of(unit_row const& unit) const {
+  return opened_folder(storage(), unit.folder_name);
 }
 
 std::string damager::on_volume() const { return " on volume " + place_.folder_name; }
@@ -127,18 +169,26 @@ std::string damager::leak() {
 
 std::string damager::lose_unit() {
   auto const unit = chosen_unit();
-  fs::remove(file_of(unit));
+  steps::remove_file(folder_of(unit), unit.name);
   return "lost-unit: removed " + shown(unit) + on_volume();
 }
 
 std::string damager::add_unknown_file() {
-  std::vector<fs::path> folders{place_.path, storage_};
-  for (auto const& name : folder(storage_).names()) folders.push_back(storage_ / name);
+  auto const within = storage();
+  fs::path const below = storage_name(place_);
+  std::vector<fs::path> folders{"", below};
+  for (auto const& name : within.names()) folders.push_back(below / name);
   auto const where = one_of(folders, "");
   auto const name = "stranger-" + random_.digits(8);
-  write_file(where / name, random_.digits(1000) + "\n");
-  return "unknown-file: made " + (where / name).lexically_relative(place_.path).string() +
-         on_volume();
+  auto const content = random_.digits(1000) + "\n";
+  if (where.empty()) {
+    steps::make_file(volume_, name, content);
+  } else if (where == below) {
+    steps::make_file(within, name, content);
+  } else {
+    steps::make_file(opened_folder(within, where.filename()), name, content);
+  }
+  return "unknown-file: made " + (where / name).string() + on_volume();
 }
 
 std::string damager::duplicate_unit() {
@@ -148,17 +198,20 @@ std::string damager::duplicate_unit() {
     where = one_of(sound_units("recorded"), "volume " + place_.folder_name + " has no hour folder")
                 .folder_name;
   }
-  fs::copy_file(file_of(unit), storage_ / where / unit.name);
+  steps::copy_file(folder_of(unit), opened_folder(storage(), where), unit.name);
   return "duplicate-unit: copied " + shown(unit) + " into " + where + on_volume();
 }
 
 std::string damager::shorten_unit() {
   auto const unit = chosen_unit();
   constexpr std::int64_t page = 4096;
-  auto const pages = static_cast<std::int64_t>(fs::file_size(file_of(unit))) / page;
+  auto const inside = folder_of(unit);
+  auto const status = entry_of(inside, unit.name);
+  std::int64_t const pages = status ? status->st_size / page : 0;
   if (pages < 2) throw error(shown(unit) + on_volume() + " is too short already");
   auto const bytes = (1 + random_.below(pages - 1)) * page;
-  fs::resize_file(file_of(unit), static_cast<std::uintmax_t>(bytes));
+  require_only_name(inside, unit.name);
+  steps::cut_file(inside, unit.name, bytes);
   return "short-unit: cut " + shown(unit) + on_volume() + " to " + std::to_string(bytes) + " bytes";
 }
 
@@ -194,40 +247,41 @@ std::string damager::misplace_on_other_volume() {
   std::vector<move> moves;
   for (auto const& host : places_of(catalogue_, folder_)) {
     if (host.id == place_.id || mount_of(host) != mount::present) continue;
+    auto const within = found_folder(opened_folder(share_, host.folder_name), storage_name(host));
+    if (!within) continue;
     for (auto const& unit : sound_units(wanted_state())) {
-      if (!fs::exists(host.path / storage_name(host) / unit.folder_name / unit.name)) {
-        moves.push_back({unit, host});
-      }
+      auto const inside = found_folder(*within, unit.folder_name);
+      if (!inside || !inside->status(unit.name)) moves.push_back({unit, host});
     }
   }
   auto const chosen =
       one_of(moves, "no " + wanted_state() + " unit of volume " + place_.folder_name +
                         " has a name that is free on another mounted volume");
   volume_lock const other(chosen.host, volume_lock::kind::exclusive, options_.patience);
-  auto const target = chosen.host.path / storage_name(chosen.host) / chosen.unit.folder_name;
-  fs::create_directory(target);
-  fs::rename(file_of(chosen.unit), target / chosen.unit.name);
+  auto const within =
+      opened_folder(opened_folder(share_, chosen.host.folder_name), storage_name(chosen.host));
+  steps::make_folder(within, chosen.unit.folder_name);
+  steps::move_file(folder_of(chosen.unit), opened_folder(within, chosen.unit.folder_name),
+                   chosen.unit.name);
   return "wrong-volume: moved " + shown(chosen.unit) + " from volume " + place_.folder_name +
          " to volume " + chosen.host.folder_name;
 }
 
 std::string damager::unmount() {
   auto const how = options_.mount.value_or("missing");
-  auto const identity = place_.path / identity_file;
   auto const did = "unmounted: volume " + place_.folder_name;
   if (how == "missing") {
-    fs::remove(identity);
+    steps::remove_file(volume_, identity_file);
     return did + " has no identity";
   }
   if (how == "absent") {
-    auto const aside = folder_ / unmounted_folder;
-    fs::create_directory(aside);
-    fs::rename(place_.path, aside / place_.folder_name);
+    steps::make_folder(recorder_, unmounted_folder);
+    steps::move_file(share_, opened_folder(recorder_, unmounted_folder), place_.folder_name);
     return did + " lies in " + unmounted_folder + "/" + place_.folder_name;
   }
   // The file is replaced, not written over, as one volume is by another.
-  fs::remove(identity);
-  write_file(identity, identity_text(random_.digits(32)));
+  steps::remove_file(volume_, identity_file);
+  steps::make_file(volume_, identity_file, identity_text(random_.digits(32)));
   return did + " has another's identity";
 }
 

@@ -1,13 +1,16 @@
 // One damage of one volume, whose lock is held. What it does is done behind the
-// recorder's back: no step of it is watched, and no file of it is synced.
+// recorder's back, and nothing of it is synced. From the recorder's folder on
+// no link is followed: what lies behind one is nobody's to damage.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "lab/error.h"
+#include "lab/folder.h"
 #include "lab/generator.h"
 #include "lab/recorder_damage.h"
 #include "lab/volume_survey.h"
@@ -44,11 +47,17 @@ class damager {
   // "recorded" or "free".
   std::string wanted_state() const;
 
-  // Units in their place that are free or held by a period.
+  // Units in their place that are free or held by a period. Throws lab::error
+  // when one of them is a link or lies behind one.
   std::vector<unit_row> sound_units(std::string const& state) const;
   unit_row chosen_unit();
 
-  std::filesystem::path file_of(unit_row const& unit) const;
+  bool is_in_place(unit_row const& unit) const;
+
+  // Each throws lab::error when there is no such folder.
+  folder storage() const;
+  folder folder_of(unit_row const& unit) const;
+
   std::string on_volume() const;
 
   std::vector<std::int64_t> periods_to_forget(std::int64_t wanted_units);
@@ -57,7 +66,7 @@ class damager {
   std::vector<unit_row> units_to_record(int count);
   void stop_recycling(std::vector<unit_row> const& moving, int step);
   void stop_recording(std::vector<unit_row> moving, int step);
-  std::vector<unit_row> begin_recording(std::vector<unit_row> const& moving);
+  std::vector<unit_row> begin_recording(std::vector<unit_row> moving, int step);
 
   std::filesystem::path const& folder_;
   database& catalogue_;
@@ -65,8 +74,21 @@ class damager {
   generator random_;
   volume_place place_;
   volume_lock lock_;
-  std::filesystem::path storage_;
+  folder recorder_;
+  folder share_;
+  folder volume_;
 };
+
+// The folder `name` in `in`, none when there is none. Throws lab::error for a
+// link and for a name that is none.
+std::optional<folder> found_folder(folder const& in, std::string const& name);
+
+// As found_folder(); throws lab::error when there is none, too.
+folder opened_folder(folder const& in, std::string const& name);
+
+// Before a file is written: throws lab::error for one with a second name, which
+// may be anywhere.
+void require_only_name(folder const& in, std::string const& name);
 
 // "1 unit", "2 units".
 std::string counted(std::int64_t count, std::string const& what);

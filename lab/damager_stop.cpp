@@ -1,15 +1,15 @@
 // Laying out what a stop leaves of moves, see lab/unit_moves.h.
 #include <algorithm>
-#include <fstream>
+#include <utility>
 
 #include "lab/damager.h"
+#include "lab/file_steps.h"
+#include "lab/layout.h"
 #include "lab/unit_moves.h"
 
 namespace lab {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char const* recording_hour_query =
     "SELECT coalesce(min(hour_ms), (SELECT made_ms / 3600000 * 3600000 FROM recorder)) - 3600000"
@@ -30,10 +30,21 @@ void require(std::size_t found, int wanted, std::string const& what, std::string
   throw error("there are only " + counted(static_cast<std::int64_t>(found), what) + where);
 }
 
-void write_beginning(fs::path const& file, std::string const& head) {
-  std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
-  stream << head;
-  if (!stream.flush()) throw error(file.string() + ": cannot write");
+[[noreturn]] void fail_as_taken(folder const& in, unit_row const& unit) {
+  throw error((in.path() / unit.name).string() + ": is there already");
+}
+
+// Before anything is changed: the first units have to find room in a folder.
+void require_room(folder const& in, std::vector<unit_row> const& moving, int first_units) {
+  int left = first_units;
+  for (auto const& unit : moving) {
+    if (left-- <= 0) return;
+    if (in.status(unit.name)) fail_as_taken(in, unit);
+  }
+}
+
+void link_unit(folder const& from, folder const& to, unit_row const& unit) {
+  if (!steps::link_file(from, to, unit.name)) fail_as_taken(to, unit);
 }
 
 }  // namespace
@@ -63,6 +74,8 @@ std::vector<unit_row> damager::units_to_record(int count) {
 // one is unlinked, and the emptied folders go.
 void damager::stop_recycling(std::vector<unit_row> const& moving, int step) {
   steps_left left(step - 1);
+  auto const within = storage();
+  if (step > 1) require_room(opened_folder(within, preallocate_folder), moving, step - 1);
   transaction intent(catalogue_, transaction_kind::writing);
   statement drop(catalogue_,
                  "DELETE FROM period WHERE id = (SELECT period_id FROM unit WHERE id = ?)");
@@ -72,29 +85,34 @@ void damager::stop_recycling(std::vector<unit_row> const& moving, int step) {
   intent.commit();
   for (auto const& unit : moving) {
     if (!left.next()) return;
-    fs::create_hard_link(file_of(unit), storage_ / preallocate_folder / unit.name);
+    link_unit(folder_of(unit), opened_folder(within, preallocate_folder), unit);
   }
   for (auto const& unit : moving) {
     if (!left.next()) return;
-    fs::remove(file_of(unit));
+    steps::remove_file(folder_of(unit), unit.name);
   }
   if (!left.next()) return;
-  for (auto const& unit : moving) {
-    std::error_code not_empty;
-    fs::remove(storage_ / unit.folder_name, not_empty);
-  }
+  for (auto const& unit : moving) steps::remove_empty_folder(within, unit.folder_name);
 }
 
 // The hour before everything that the main stream of the first channel has that
 // records into the volume, or of the first one.
-std::vector<unit_row> damager::begin_recording(std::vector<unit_row> const& moving) {
+std::vector<unit_row> damager::begin_recording(std::vector<unit_row> moving, int step) {
   statement channel(catalogue_,
-                    "SELECT c.id FROM channel c"
+                    "SELECT c.id, c.number FROM channel c"
                     "  LEFT JOIN assignment a ON a.channel_id = c.id AND a.volume_id = ?"
                     "  ORDER BY a.id IS NULL, a.id, c.id");
   if (!channel.with(place_.id).next()) throw error("the recorder has no channel");
   statement hour(catalogue_, recording_hour_query);
   hour.with(channel.integer(0)).next();
+  auto const hour_name = hour_folder_name(channel.integer32(1), 4, 0, hour.integer(0));
+  for (auto& unit : moving) unit.folder_name = hour_name;
+  auto const within = storage();
+  auto const home = opened_folder(within, preallocate_folder);
+  for (auto const& unit : moving) require_only_name(home, unit.name);
+  if (within.status(hour_name)) {
+    require_room(opened_folder(within, hour_name), moving, (step - 1) / 2);
+  }
   transaction intent(catalogue_, transaction_kind::writing);
   statement go(catalogue_,
                "UPDATE unit SET state = 'recording', channel_id = ?, recording_type = 4,"
@@ -103,32 +121,29 @@ std::vector<unit_row> damager::begin_recording(std::vector<unit_row> const& movi
     go.with(channel.integer(0), hour.integer(0), unit.id).run();
   }
   intent.commit();
-  std::vector<unit_row> begun;
-  for (auto const& unit : units_of(catalogue_, place_)) {
-    bool const moves = std::any_of(moving.begin(), moving.end(),
-                                   [&](unit_row const& each) { return each.id == unit.id; });
-    if (moves) begun.push_back(unit);
-  }
-  return begun;
+  return moving;
 }
 
 // Step 1 is the intent, step 2 the hour folder; then every unit is linked and
 // gets its beginning, and every one is unlinked.
 void damager::stop_recording(std::vector<unit_row> moving, int step) {
   steps_left left(step - 1);
-  moving = begin_recording(moving);
-  auto const home = storage_ / preallocate_folder;
+  moving = begin_recording(std::move(moving), step);
+  auto const within = storage();
+  auto const& hour_name = moving.front().folder_name;
   if (!left.next()) return;
-  fs::create_directory(storage_ / moving.front().folder_name);
+  steps::make_folder(within, hour_name);
+  auto const home = opened_folder(within, preallocate_folder);
+  auto const hour = opened_folder(within, hour_name);
   for (auto const& unit : moving) {
     if (!left.next()) return;
-    fs::create_hard_link(home / unit.name, file_of(unit));
+    link_unit(home, hour, unit);
     if (!left.next()) return;
-    write_beginning(file_of(unit), recording_head(unit.folder_name, unit.name));
+    steps::write_head(hour, unit.name, recording_head(hour_name, unit.name));
   }
   for (auto const& unit : moving) {
     if (!left.next()) return;
-    fs::remove(home / unit.name);
+    steps::remove_file(home, unit.name);
   }
 }
 

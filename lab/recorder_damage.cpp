@@ -71,12 +71,8 @@ std::string damage(std::filesystem::path const& recorder_folder, damage_options 
   require_options_of(*chosen, options);
   auto const where = resolved(recorder_folder);
   auto catalogue = open_catalogue(where, access::read_write);
-  try {
-    damager one(where, catalogue, options);
-    return (one.*chosen->run)();
-  } catch (std::filesystem::filesystem_error const& problem) {
-    throw error(problem.what());
-  }
+  damager one(where, catalogue, options);
+  return (one.*chosen->run)();
 }
 
 }  // namespace lab
