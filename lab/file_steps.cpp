@@ -228,6 +228,7 @@ void copy_file(folder const& from, folder const& to, std::string const& name) {
 
 void cut_file(folder const& in, std::string const& name, std::int64_t bytes) {
   descriptor const file = open_to_write(in, name);
+  require_one_name(file, in, name);
   if (refused(call::truncate, in, name) ||
       ftruncate(file.number(), static_cast<off_t>(bytes)) != 0) {
     fail_with_errno(in.path() / name, "cannot cut");
@@ -236,7 +237,7 @@ void cut_file(folder const& in, std::string const& name, std::int64_t bytes) {
 
 void move_file(folder const& from, folder const& to, std::string const& name) {
   if (fault_points::refused_move(from, to, name) ||
-      renameat(from.number(), name.c_str(), to.number(), name.c_str()) != 0) {
+      renameat(from.number(), entry_name(name).c_str(), to.number(), name.c_str()) != 0) {
     fail_with_errno(from.path() / name, "cannot move");
   }
 }
