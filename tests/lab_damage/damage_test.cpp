@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <algorithm>
 
 #include "damaged_recorder.h"
@@ -377,6 +379,19 @@ TEST_F(damage_that_leads_outside, is_refused_when_the_units_name_is_taken_where_
     auto const text = expect_refused(stopped("recycling", step));
     EXPECT_NE(std::string::npos, text.find(": is there already")) << text;
   }
+}
+
+TEST_F(damage_that_leads_outside, takes_no_pipe_for_a_unit) {
+  for (auto const& unit : recorded_units()) {
+    fs::remove(unit);
+    ASSERT_EQ(0, mkfifo(unit.c_str(), 0600));
+  }
+  auto const kept = recorded_units();
+  for (auto const* const kind : {"lost-unit", "duplicate-unit", "short-unit"}) {
+    EXPECT_EQ("volume vol1 has no recorded unit",
+              world::failure_of([&] { damaged_recorder::damage(of(kind)); }));
+  }
+  EXPECT_EQ(kept, recorded_units());
 }
 
 TEST_F(damage_that_leads_outside, writes_into_no_unit_that_has_a_second_name) {
