@@ -1,6 +1,7 @@
 #include "lab/client/trace.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -59,10 +60,26 @@ std::string quoted(std::string_view text) {
   return written + '"';
 }
 
+// Asked before anything is opened, as opening a device can do something, and
+// again of what was opened.
+bool may_be_written(std::filesystem::path const& file) {
+  struct stat status {};
+  return ::stat(file.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+}
+
+bool is_regular(int descriptor) {
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
 void append(std::filesystem::path const& file, std::string const& line) {
-  int const descriptor = ::open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+  if (!may_be_written(file)) return;
+  int const descriptor =
+      ::open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0644);
   if (descriptor < 0) return;
-  [[maybe_unused]] ssize_t const written = ::write(descriptor, line.data(), line.size());
+  if (is_regular(descriptor)) {
+    [[maybe_unused]] ssize_t const written = ::write(descriptor, line.data(), line.size());
+  }
   ::close(descriptor);
 }
 

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include "recorder_test.h"
 
 namespace end_to_end {
@@ -10,6 +12,18 @@ TEST_F(environment_of_st, says_that_there_is_no_recorder) {
        {std::vector<std::string>{"spacelist"}, {"bogus", "x"}, {"vollist"}}) {
     EXPECT_EQ(st(words), "Query storage settings faiure.\n");
   }
+}
+
+// Nobody reads the pipe, and nobody ever will.
+TEST_F(environment_of_st, waits_for_no_reader_of_a_pipe_named_as_its_trace) {
+  stlab("make", {"--spaces", "1", "--volumes", "1", "--days", "0"});
+  std::filesystem::path const pipe = folder / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  std::vector<std::string> const words{"/usr/bin/timeout", "20", ST_PROGRAM, "spacelist"};
+  outcome const result = run(words, {{"STLAB_RECORDER", recorder}, {"STLAB_TRACE", pipe}}, folder);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output.rfind("Space count: 1\n", 0), 0U) << result.output;
+  EXPECT_EQ(result.errors, "");
 }
 
 TEST_F(environment_of_st, shows_times_in_the_local_time_zone) {

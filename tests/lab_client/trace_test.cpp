@@ -1,6 +1,10 @@
 // The trace of library calls, line by line.
 #include "lab/client/trace.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <fstream>
 
 #include "bench.h"
@@ -86,6 +90,25 @@ TEST_F(tracing, a_trace_that_cannot_be_written_changes_nothing) {
   ::setenv("STLAB_TRACE", "/nonexistent/trace", 1);
   char buffer[4];
   EXPECT_STREQ("abc", nstrcpy(buffer, "abc", sizeof buffer));
+}
+
+TEST_F(tracing, only_a_regular_file_is_written) {
+  std::filesystem::path const pipe = folder / "pipe";
+  ASSERT_EQ(0, ::mkfifo(pipe.c_str(), 0600));
+  int const reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  ASSERT_GE(reader, 0);
+  ::setenv("STLAB_TRACE", pipe.c_str(), 1);
+  log_Debug("one");
+  char byte = 0;
+  EXPECT_EQ(0, ::read(reader, &byte, 1)) << "the pipe was written";
+  ::close(reader);
+}
+
+TEST_F(tracing, a_link_to_a_regular_file_is_followed) {
+  std::filesystem::create_symlink(trace, folder / "link");
+  ::setenv("STLAB_TRACE", (folder / "link").c_str(), 1);
+  log_Debug("one");
+  EXPECT_EQ(1U, traced().size());
 }
 
 TEST(json_text, quotes_backslashes_and_control_characters_are_escaped) {
