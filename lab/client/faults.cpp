@@ -7,6 +7,8 @@
 #include <mutex>
 #include <new>
 
+#include "lab/client/notice.h"
+
 namespace lab::client {
 
 namespace {
@@ -100,13 +102,22 @@ class environment_plan {
     char const* const set = std::getenv("STLAB_SERVICE_FAULT");
     std::string_view const text = set == nullptr ? "" : set;
     if (text != text_) {
-      plan_ = fault_plan(text);
+      plan_ = plan_of(text);
       text_ = text;
     }
     return plan_.next(operation);
   }
 
  private:
+  static fault_plan plan_of(std::string_view text) {
+    try {
+      return fault_plan(text);
+    } catch (error const& problem) {
+      tell_once(problem.what());
+      throw;
+    }
+  }
+
   std::mutex guard_;
   std::string text_;
   fault_plan plan_{""};

@@ -27,8 +27,9 @@
 //         velt_popen            the program prints nothing
 //
 // Of two faults for one call the first holds. With a text that says anything
-// else every operation fails, and the log says why: going on without the fault
-// that was asked for could recycle what it was meant to protect.
+// else every operation fails, and the log and standard error say why: going on
+// without the fault that was asked for could recycle what it was meant to
+// protect.
 #pragma once
 
 #include <cstdint>
@@ -75,7 +76,7 @@ class fault_plan {
 };
 
 // The next call's fault by STLAB_SERVICE_FAULT. Another text than at the last
-// call starts anew. Throws lab::error when it is no plan.
+// call starts anew. Throws lab::error when it is no plan, and tells the user.
 due_fault next_fault(char const* operation);
 
 // Stands for the answer of an operation that has none.

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "lab/client/notice.h"
 #include "storage/logging.h"
 
 namespace lab::client {
@@ -44,10 +45,14 @@ std::chrono::milliseconds patience() {
   std::string_view const text = set == nullptr ? "" : set;
   if (text.empty()) return default_patience;
   int number = -1;
-  auto const [stopped, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
-  bool const whole = problem == std::errc() && stopped == text.data() + text.size();
+  auto const [stopped, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+  bool const whole = failure == std::errc() && stopped == text.data() + text.size();
   if (!whole || number < 0 || number > longest_patience_ms) {
-    throw error("STLAB_PATIENCE_MS: \"" + std::string(text) + "\" is no patience");
+    std::string const problem = "STLAB_PATIENCE_MS: \"" + std::string(text) +
+                                "\": not a whole number of milliseconds from 0 to " +
+                                std::to_string(longest_patience_ms);
+    tell_once(problem);
+    throw error(problem);
   }
   return std::chrono::milliseconds(number);
 }

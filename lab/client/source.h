@@ -21,8 +21,8 @@ std::filesystem::path const& starting_folder();
 std::filesystem::path recorder_folder();
 
 // How long to wait for others: what STLAB_PATIENCE_MS says (ms, 0 to 3600000), or
-// the recorder's own patience when it is unset or empty. Throws lab::error when
-// the variable holds anything else.
+// the recorder's own patience when it is unset or empty. When the variable holds
+// anything else, tells the user and throws lab::error.
 std::chrono::milliseconds patience();
 
 // Opens the recorder, with that patience. Throws lab::error.

@@ -259,7 +259,26 @@ TEST_F(failing, an_absent_recorder) {
 }
 
 TEST_F(failing, a_fault_that_does_not_exist_keeps_st_from_doing_anything) {
-  EXPECT_EQ(st({"volclean", "-1"}, "CFSTier::init=fails"), "Query storage settings faiure.\n");
+  environment const extra{{"STLAB_RECORDER", recorder},
+                          {"STLAB_SERVICE_FAULT", "CFSTier::init=fails"}};
+  auto const result = end_to_end::run({ST_PROGRAM, "volclean", "-1"}, extra, folder);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "Query storage settings faiure.\n");
+  EXPECT_EQ(result.errors,
+            "lab client library: STLAB_SERVICE_FAULT: \"CFSTier::init=fails\": there is no such "
+            "fault of this operation\n");
+  EXPECT_EQ(account().lost, 2);
+}
+
+TEST_F(failing, a_patience_that_is_none_keeps_st_from_doing_anything) {
+  environment const extra{{"STLAB_RECORDER", recorder}, {"STLAB_PATIENCE_MS", "5s"}};
+  auto const result = end_to_end::run({ST_PROGRAM, "volclean", "-1"}, extra, folder);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "Query storage settings faiure.\n");
+  EXPECT_EQ(
+      result.errors,
+      "lab client library: STLAB_PATIENCE_MS: \"5s\": not a whole number of milliseconds from "
+      "0 to 3600000\n");
   EXPECT_EQ(account().lost, 2);
 }
 

@@ -248,11 +248,33 @@ TEST_F(faults, an_odd_program_prints_nothing) {
   EXPECT_EQ(0, velt_pclose(stream));
 }
 
-TEST_F(faults, a_patience_that_is_none_is_refused) {
+TEST_F(faults, a_malformed_text_is_told_on_standard_error_once) {
+  testing::internal::CaptureStderr();
+  testing::internal::CaptureStdout();
+  for (char const* const text : {"velt_popen=\033[2J", "velt_pclose=odd"}) {
+    ask(text);
+    for (int call = 0; call < 3; ++call) CFSUnit().init(kivsid());
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(
+      testing::internal::GetCapturedStderr(),
+      "lab client library: STLAB_SERVICE_FAULT: \"velt_popen=?[2J\": there is no such fault of "
+      "this operation\n"
+      "lab client library: STLAB_SERVICE_FAULT: \"velt_pclose=odd\": there is no such fault of "
+      "this operation\n");
+}
+
+TEST_F(faults, a_patience_that_is_none_is_refused_and_told_on_standard_error_once) {
   for (char const* const text : {"x", "-1", "5s", "3600001", "99999999999999999999"}) {
     ::setenv("STLAB_PATIENCE_MS", text, 1);
-    CFSTier tier;
-    EXPECT_NE(0, tier.init(bench::space_id(space(0).sid))) << text;
+    testing::internal::CaptureStderr();
+    for (int call = 0; call < 2; ++call) {
+      CFSTier tier;
+      EXPECT_NE(0, tier.init(bench::space_id(space(0).sid))) << text;
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "lab client library: STLAB_PATIENCE_MS: \"" + std::string(text) +
+                  "\": not a whole number of milliseconds from 0 to 3600000\n");
   }
   ::unsetenv("STLAB_PATIENCE_MS");
 }
