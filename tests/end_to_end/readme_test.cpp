@@ -1,48 +1,83 @@
-// The sessions that README.md shows are what st and stlab print. The test runs
-// each "$ " line of its console blocks, one after the other, on one recorder.
-#include <sstream>
+// The sessions that README.md shows work as printed: the test types the "$ "
+// lines of all its console blocks into one shell. The shell stands in a folder
+// where the programs lie as ./try leaves them, and knows nothing but what
+// README.md has told it by then. What comes back, on standard error too, has to
+// be what is shown. A command that fails is not shown as one that works: its
+// status comes back as a line of its own.
+#include <algorithm>
+#include <fstream>
 
 #include "recorder_test.h"
 
 namespace end_to_end {
 namespace {
 
-class readme : public recorder_test {
- protected:
-  std::string output_of(std::string const& command_line) {
-    std::istringstream stream(command_line);
-    std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
-    environment settings = {{"STLAB_RECORDER", "recorder"}};
-    if (auto const equals = words.front().find('='); equals != std::string::npos) {
-      settings[words.front().substr(0, equals)] = words.front().substr(equals + 1);
-      words.erase(words.begin());
-    }
-    words.front() = words.front() == "stlab" ? STLAB_PROGRAM : ST_PROGRAM;
-    outcome const result = run_here(words, settings);
-    EXPECT_EQ(result.status, 0) << command_line << "\n" << result.errors;
-    return result.output;
-  }
-};
+namespace fs = std::filesystem;
 
-TEST_F(readme, shows_what_the_programs_print) {
-  hold_clock("2026-11-21 07:30:00");
-  std::string shown;
-  std::string printed;
+using readme = recorder_test;
+
+std::vector<std::string> shown_lines() {
+  std::vector<std::string> shown;
   bool in_session = false;
-  int commands = 0;
   for (std::string const& line : lines_of(content_of(README))) {
     if (line.rfind("```", 0) == 0) {
       in_session = line == "```console";
-      continue;
+    } else if (in_session) {
+      shown.push_back(line);
     }
-    if (!in_session) continue;
-    shown += line + "\n";
-    if (line.rfind("$ ", 0) != 0) continue;
-    printed += line + "\n" + output_of(line.substr(2));
-    ++commands;
   }
-  EXPECT_GE(commands, 10);
-  EXPECT_EQ(shown, printed);
+  return shown;
+}
+
+std::string quoted(std::string const& text) {
+  std::string result = "'";
+  for (char const each : text) result += each == '\'' ? "'\\''" : std::string(1, each);
+  return result + '\'';
+}
+
+void write_session(fs::path const& file, std::vector<std::string> const& shown) {
+  std::ofstream script(file);
+  script << "exec 2>&1\n";
+  for (std::string const& line : shown) {
+    if (line.rfind("$ ", 0) != 0) continue;
+    script << "printf '%s\\n' " << quoted(line) << '\n'
+           << line.substr(2) << "\nended=$?; ((ended == 0)) || echo \"[status $ended]\"\n";
+  }
+}
+
+// Where README.md shows the form of a moment, the moment that was printed.
+std::string with_moment_of(std::string const& printed, std::string shown) {
+  std::string const form = "YYYY-MM-DD HH:00";
+  std::size_t const at = shown.find(form);
+  if (at == std::string::npos || printed.size() < at + form.size()) return shown;
+  std::string const moment = printed.substr(at, form.size());
+  bool const fits =
+      std::equal(form.begin(), form.end(), moment.begin(), [](char letter, char sign) {
+        bool const is_letter = letter >= 'A' && letter <= 'Z';
+        return is_letter ? sign >= '0' && sign <= '9' : sign == letter;
+      });
+  return fits ? shown.replace(at, form.size(), moment) : shown;
+}
+
+std::string joined(std::vector<std::string> const& lines) {
+  std::string text;
+  for (std::string const& line : lines) text += line + '\n';
+  return text;
+}
+
+TEST_F(readme, works_as_printed) {
+  fs::create_directories(folder / "build/release");
+  fs::create_directory_symlink(fs::path(ST_PROGRAM).parent_path(), folder / "build/release/bin");
+  std::vector<std::string> shown = shown_lines();
+  write_session(folder / "session", shown);
+  outcome const result = run(
+      {"/usr/bin/env", "-u", "LC_ALL", "-u", "TZ", "/bin/bash", folder / "session"}, {}, folder);
+  std::vector<std::string> const printed = lines_of(result.output);
+  for (std::size_t i = 0; i < std::min(shown.size(), printed.size()); ++i) {
+    shown[i] = with_moment_of(printed[i], shown[i]);
+  }
+  EXPECT_GE(shown.size(), 100U);
+  EXPECT_EQ(joined(shown), joined(printed));
 }
 
 }  // namespace
