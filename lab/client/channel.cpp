@@ -5,6 +5,7 @@
 #include "lab/client/handed_out.h"
 #include "lab/client/lookup.h"
 #include "lab/client/records.h"
+#include "lab/client/room.h"
 #include "lab/client/source.h"
 #include "storage/service.h"
 
@@ -54,6 +55,11 @@ class frame_session final : public IFrameChannelSession {
   channel_sid channel_;
 };
 
+struct channel_state {
+  client::source source;
+  handed_out<frame_session, IFrameChannelSession> sessions;
+};
+
 }  // namespace
 
 }  // namespace lab::client
@@ -61,25 +67,25 @@ class frame_session final : public IFrameChannelSession {
 using lab::client::attempt;
 using lab::client::json;
 using lab::client::trace;
+using state = lab::client::kept<lab::client::channel_state>;
 
-struct CKivChannel::Impl {
-  lab::client::source source;
-  lab::client::handed_out<lab::client::frame_session, IFrameChannelSession> sessions;
-};
-
-CKivChannel::CKivChannel() : impl_(std::make_unique<Impl>()) {
+CKivChannel::CKivChannel() {
   trace("CKivChannel::CKivChannel", json::object({}), nullptr);
+  state::make(room_);
 }
 
-CKivChannel::~CKivChannel() { trace("CKivChannel::~CKivChannel", json::object({}), nullptr); }
+CKivChannel::~CKivChannel() {
+  trace("CKivChannel::~CKivChannel", json::object({}), nullptr);
+  state::drop(room_);
+}
 
 int CKivChannel::create_channel_session(channel_sid channel, IFrameChannelSession** session) {
   constexpr char operation[] = "CKivChannel::create_channel_session";
   *session = nullptr;
   int const result = attempt(operation, session, [&] {
-    auto from = impl_->source.reader();
+    auto from = state::in(room_).source.reader();
     lab::client::find_channel(*from, channel);
-    *session = impl_->sessions.add(std::move(from), channel);
+    *session = state::in(room_).sessions.add(std::move(from), channel);
   });
   trace(operation, json::object({{"channel", lab::client::describe_channel(channel)}}),
         lab::client::describe_obtained(result, *session != nullptr));
@@ -90,7 +96,7 @@ int CKivChannel::destroy_channel_session(IFrameChannelSession** session) {
   constexpr char operation[] = "CKivChannel::destroy_channel_session";
   bool const given = session != nullptr && *session != nullptr;
   int result = lab::client::failed;
-  attempt(operation, [&] { result = impl_->sessions.take_back(session); });
+  attempt(operation, [&] { result = state::in(room_).sessions.take_back(session); });
   trace(operation, json::object({{"given", json::boolean(given)}}), result);
   return result;
 }

@@ -7,6 +7,7 @@
 #include "lab/client/attempt.h"
 #include "lab/client/describe.h"
 #include "lab/client/lookup.h"
+#include "lab/client/room.h"
 #include "lab/client/source.h"
 #include "lab/volume_lock.h"
 #include "storage/service.h"
@@ -85,6 +86,14 @@ std::int64_t recycle_space(recorder& in, std::int64_t space_id, stream const& of
   return units;
 }
 
+struct tier_state {
+  std::optional<kivsid> space;  // selected by init()
+};
+
+struct unit_state {
+  std::optional<kivsid> volume;  // selected by init()
+};
+
 }  // namespace
 
 }  // namespace lab::client
@@ -92,24 +101,26 @@ std::int64_t recycle_space(recorder& in, std::int64_t space_id, stream const& of
 using lab::client::attempt;
 using lab::client::json;
 using lab::client::trace;
+using of_tier = lab::client::kept<lab::client::tier_state>;
+using of_unit = lab::client::kept<lab::client::unit_state>;
 
-struct CFSTier::Impl {
-  std::optional<kivsid> space;  // selected by init()
-};
-
-CFSTier::CFSTier() : impl_(std::make_unique<Impl>()) {
+CFSTier::CFSTier() {
   trace("CFSTier::CFSTier", json::object({}), nullptr);
+  of_tier::make(room_);
 }
 
-CFSTier::~CFSTier() { trace("CFSTier::~CFSTier", json::object({}), nullptr); }
+CFSTier::~CFSTier() {
+  trace("CFSTier::~CFSTier", json::object({}), nullptr);
+  of_tier::drop(room_);
+}
 
 int CFSTier::init(kivsid const& space) {
   constexpr char operation[] = "CFSTier::init";
-  impl_->space.reset();
+  of_tier::in(room_).space.reset();
   int const result = attempt(operation, [&] {
     lab::recorder const writer = lab::client::open_recorder(lab::access::read_write);
     lab::client::wait_for_space(writer, lab::client::find_space(writer, space).id);
-    impl_->space = space;
+    of_tier::in(room_).space = space;
   });
   trace(operation, json::object({{"space", lab::client::describe_space(space)}}), result);
   return result;
@@ -120,10 +131,11 @@ int CFSTier::recycle_stream_data(stream_info const& stream, std::int64_t start, 
   constexpr char operation[] = "CFSTier::recycle_stream_data";
   std::int64_t units = 0;
   int const result = attempt(operation, [&] {
-    if (!impl_->space) throw lab::error("no space is selected");
+    if (!of_tier::in(room_).space) throw lab::error("no space is selected");
     lab::recorder writer = lab::client::open_recorder(lab::access::read_write);
-    units = lab::client::recycle_space(writer, lab::client::find_space(writer, *impl_->space).id,
-                                       lab::client::find_stream(writer, stream), {start, end});
+    units = lab::client::recycle_space(
+        writer, lab::client::find_space(writer, *of_tier::in(room_).space).id,
+        lab::client::find_stream(writer, stream), {start, end});
   });
   trace(operation, lab::client::describe_recycling(stream, start, end, option),
         lab::client::describe_recycled(result, units));
@@ -132,30 +144,30 @@ int CFSTier::recycle_stream_data(stream_info const& stream, std::int64_t start, 
 
 int CFSTier::uninit() {
   constexpr char operation[] = "CFSTier::uninit";
-  int const result = attempt(operation, [&] { impl_->space.reset(); });
+  int const result = attempt(operation, [&] { of_tier::in(room_).space.reset(); });
   trace(operation, json::object({}), result);
   return result;
 }
 
-struct CFSUnit::Impl {
-  std::optional<kivsid> volume;  // selected by init()
-};
-
-CFSUnit::CFSUnit() : impl_(std::make_unique<Impl>()) {
+CFSUnit::CFSUnit() {
   trace("CFSUnit::CFSUnit", json::object({}), nullptr);
+  of_unit::make(room_);
 }
 
-CFSUnit::~CFSUnit() { trace("CFSUnit::~CFSUnit", json::object({}), nullptr); }
+CFSUnit::~CFSUnit() {
+  trace("CFSUnit::~CFSUnit", json::object({}), nullptr);
+  of_unit::drop(room_);
+}
 
 int CFSUnit::init(kivsid const& volume) {
   constexpr char operation[] = "CFSUnit::init";
-  impl_->volume.reset();
+  of_unit::in(room_).volume.reset();
   int const result = attempt(operation, [&] {
     lab::recorder const writer = lab::client::open_recorder(lab::access::read_write);
     lab::volume const found = lab::client::find_volume(writer, volume);
     lab::client::require_mounted(found);
     lab::client::turns::instance().wait_for(found);
-    impl_->volume = volume;
+    of_unit::in(room_).volume = volume;
   });
   trace(operation, json::object({{"volume", lab::client::describe_volume(volume)}}), result);
   return result;
@@ -166,9 +178,9 @@ int CFSUnit::recycle_stream_data(stream_info const& stream, std::int64_t start, 
   constexpr char operation[] = "CFSUnit::recycle_stream_data";
   std::int64_t units = 0;
   int const result = attempt(operation, [&] {
-    if (!impl_->volume) throw lab::error("no volume is selected");
+    if (!of_unit::in(room_).volume) throw lab::error("no volume is selected");
     lab::recorder writer = lab::client::open_recorder(lab::access::read_write);
-    lab::volume const on = lab::client::find_volume(writer, *impl_->volume);
+    lab::volume const on = lab::client::find_volume(writer, *of_unit::in(room_).volume);
     lab::client::require_mounted(on);
     units = writer.recycle(on.id, lab::client::find_stream(writer, stream), {start, end});
   });
@@ -179,7 +191,7 @@ int CFSUnit::recycle_stream_data(stream_info const& stream, std::int64_t start, 
 
 int CFSUnit::uninit() {
   constexpr char operation[] = "CFSUnit::uninit";
-  int const result = attempt(operation, [&] { impl_->volume.reset(); });
+  int const result = attempt(operation, [&] { of_unit::in(room_).volume.reset(); });
   trace(operation, json::object({}), result);
   return result;
 }

@@ -4,6 +4,7 @@
 #include "lab/client/attempt.h"
 #include "lab/client/describe.h"
 #include "lab/client/handed_out.h"
+#include "lab/client/room.h"
 #include "lab/client/source.h"
 #include "storage/service.h"
 
@@ -46,6 +47,11 @@ class plug_play final : public IPlugPlayService {
   std::shared_ptr<recorder const> recorder_;
 };
 
+struct daemon_state {
+  client::source source;
+  handed_out<plug_play, IPlugPlayService> services;
+};
+
 }  // namespace
 
 }  // namespace lab::client
@@ -53,25 +59,24 @@ class plug_play final : public IPlugPlayService {
 using lab::client::attempt;
 using lab::client::json;
 using lab::client::trace;
+using state = lab::client::kept<lab::client::daemon_state>;
 
-struct CKivStorageDaemon::Impl {
-  lab::client::source source;
-  lab::client::handed_out<lab::client::plug_play, IPlugPlayService> services;
-};
-
-CKivStorageDaemon::CKivStorageDaemon() : impl_(std::make_unique<Impl>()) {
+CKivStorageDaemon::CKivStorageDaemon() {
   trace("CKivStorageDaemon::CKivStorageDaemon", json::object({}), nullptr);
+  state::make(room_);
 }
 
 CKivStorageDaemon::~CKivStorageDaemon() {
   trace("CKivStorageDaemon::~CKivStorageDaemon", json::object({}), nullptr);
+  state::drop(room_);
 }
 
 int CKivStorageDaemon::create_plug_play_service(IPlugPlayService** service) {
   constexpr char operation[] = "CKivStorageDaemon::create_plug_play_service";
   *service = nullptr;
-  int const result =
-      attempt(operation, service, [&] { *service = impl_->services.add(impl_->source.reader()); });
+  int const result = attempt(operation, service, [&] {
+    *service = state::in(room_).services.add(state::in(room_).source.reader());
+  });
   trace(operation, json::object({}), lab::client::describe_obtained(result, *service != nullptr));
   return result;
 }
@@ -80,7 +85,7 @@ int CKivStorageDaemon::destroy_plug_play_service(IPlugPlayService** service) {
   constexpr char operation[] = "CKivStorageDaemon::destroy_plug_play_service";
   bool const given = service != nullptr && *service != nullptr;
   int result = lab::client::failed;
-  attempt(operation, [&] { result = impl_->services.take_back(service); });
+  attempt(operation, [&] { result = state::in(room_).services.take_back(service); });
   trace(operation, json::object({{"given", json::boolean(given)}}), result);
   return result;
 }

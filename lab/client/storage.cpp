@@ -4,6 +4,7 @@
 #include "lab/client/describe.h"
 #include "lab/client/handed_out.h"
 #include "lab/client/lookup.h"
+#include "lab/client/room.h"
 #include "lab/client/setting.h"
 #include "lab/client/source.h"
 #include "storage/service.h"
@@ -31,6 +32,12 @@ class configuration final : public IChannelStorageConfiguration {
   channel_sid channel_;
 };
 
+struct storage_state {
+  client::source source;
+  handed_out<setting, IStorageSetting> settings;
+  handed_out<configuration, IChannelStorageConfiguration> configurations;
+};
+
 }  // namespace
 
 }  // namespace lab::client
@@ -38,26 +45,25 @@ class configuration final : public IChannelStorageConfiguration {
 using lab::client::attempt;
 using lab::client::json;
 using lab::client::trace;
+using state = lab::client::kept<lab::client::storage_state>;
 
-struct CKivStorage::Impl {
-  lab::client::source source;
-  lab::client::handed_out<lab::client::setting, IStorageSetting> settings;
-  lab::client::handed_out<lab::client::configuration, IChannelStorageConfiguration> configurations;
-};
-
-CKivStorage::CKivStorage() : impl_(std::make_unique<Impl>()) {
+CKivStorage::CKivStorage() {
   trace("CKivStorage::CKivStorage", json::object({}), nullptr);
+  state::make(room_);
 }
 
-CKivStorage::~CKivStorage() { trace("CKivStorage::~CKivStorage", json::object({}), nullptr); }
+CKivStorage::~CKivStorage() {
+  trace("CKivStorage::~CKivStorage", json::object({}), nullptr);
+  state::drop(room_);
+}
 
 int CKivStorage::create_storage_setting(IStorageSetting** setting) {
   constexpr char operation[] = "CKivStorage::create_storage_setting";
   *setting = nullptr;
   int const result = attempt(operation, setting, [&] {
-    auto from = impl_->source.reader();
+    auto from = state::in(room_).source.reader();
     lab::client::finish_stopped_moves(*from);
-    *setting = impl_->settings.add(std::move(from));
+    *setting = state::in(room_).settings.add(std::move(from));
   });
   trace(operation, json::object({}), lab::client::describe_obtained(result, *setting != nullptr));
   return result;
@@ -67,7 +73,7 @@ int CKivStorage::destroy_storage_setting(IStorageSetting** setting) {
   constexpr char operation[] = "CKivStorage::destroy_storage_setting";
   bool const given = setting != nullptr && *setting != nullptr;
   int result = lab::client::failed;
-  attempt(operation, [&] { result = impl_->settings.take_back(setting); });
+  attempt(operation, [&] { result = state::in(room_).settings.take_back(setting); });
   trace(operation, json::object({{"given", json::boolean(given)}}), result);
   return result;
 }
@@ -77,9 +83,9 @@ int CKivStorage::create_channel_configuration(channel_sid channel,
   constexpr char operation[] = "CKivStorage::create_channel_configuration";
   *configuration = nullptr;
   int const result = attempt(operation, configuration, [&] {
-    auto from = impl_->source.reader();
+    auto from = state::in(room_).source.reader();
     lab::client::find_channel(*from, channel);
-    *configuration = impl_->configurations.add(std::move(from), channel);
+    *configuration = state::in(room_).configurations.add(std::move(from), channel);
   });
   trace(operation, json::object({{"channel", lab::client::describe_channel(channel)}}),
         lab::client::describe_obtained(result, *configuration != nullptr));
@@ -91,7 +97,7 @@ int CKivStorage::destroy_channel_configuration(int channel_number,
   constexpr char operation[] = "CKivStorage::destroy_channel_configuration";
   bool const given = configuration != nullptr && *configuration != nullptr;
   int result = lab::client::failed;
-  attempt(operation, [&] { result = impl_->configurations.take_back(configuration); });
+  attempt(operation, [&] { result = state::in(room_).configurations.take_back(configuration); });
   trace(operation,
         json::object({{"channel_number", channel_number}, {"given", json::boolean(given)}}),
         result);

@@ -21,7 +21,8 @@ void cmd_volset(IStorageSetting* setting, char const* volume_name, std::uint32_t
     return;
   }
 
-  volume_body body;
+  with_room<volume_body> filled;
+  volume_body& body = filled.record;
   setting->get_volume_info(volume, body);
   body.type = type_code(type);
   body.state = state_code(state);

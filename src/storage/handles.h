@@ -94,24 +94,26 @@ class recording_days {
  public:
   recording_days() = default;
   ~recording_days() {
-    for (std::int32_t i = 0; i < size(); ++i) std::free(list_.days[i]);
-    std::free(list_.days);
+    for (std::int32_t i = 0; i < size(); ++i) std::free(list().days[i]);
+    std::free(list().days);
   }
   recording_days(recording_days const&) = delete;
   recording_days& operator=(recording_days const&) = delete;
 
   // For the query to fill.
-  day_list* out() noexcept { return &list_; }
+  day_list* out() noexcept { return &filled_.record; }
 
   // The count as answered, and how many texts that really makes.
-  std::int32_t count() const noexcept { return list_.count; }
-  std::int32_t size() const noexcept { return list_.days == nullptr ? 0 : list_.count; }
+  std::int32_t count() const noexcept { return list().count; }
+  std::int32_t size() const noexcept { return list().days == nullptr ? 0 : list().count; }
   char const* operator[](std::int32_t i) const noexcept {
-    return list_.days[i] == nullptr ? "" : list_.days[i];
+    return list().days[i] == nullptr ? "" : list().days[i];
   }
 
  private:
-  day_list list_;
+  day_list const& list() const noexcept { return filled_.record; }
+
+  with_room<day_list> filled_;
 };
 
 // The owner of a CFSTier or CFSUnit: uninit() and deletion follow even after a

@@ -125,7 +125,8 @@ TEST_F(contract_test, every_volume_belongs_to_a_listed_space) {
 
 TEST_F(contract_test, a_volume_is_read_as_it_is_listed) {
   volume_info const volume = first_volume();
-  volume_body body;
+  st::with_room<volume_body> filled;
+  volume_body& body = filled.record;
   EXPECT_EQ(settings->get_volume_info(volume.sid, body), 0);
   EXPECT_EQ(body.share.volume_no, volume.body.share.volume_no);
   EXPECT_EQ(body.type, volume.body.type);

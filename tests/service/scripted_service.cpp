@@ -2,6 +2,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string_view>
 
 #include "scripted.h"
@@ -291,10 +292,17 @@ int take_back_own(std::string const& object, std::string const& what, std::strin
                                                       (own ? own->name : "null") + ")"));
 }
 
-std::string construct(std::string const& kind) {
-  std::string name = kind + "#" + std::to_string(log().number(kind));
-  log().enter(kind, name + "()");
-  return name;
+// An object's name. Its room holds its number.
+std::string named(std::string const& kind, unsigned char const* room) {
+  int number = 0;
+  std::memcpy(&number, room, sizeof number);
+  return kind + "#" + std::to_string(number);
+}
+
+void construct(std::string const& kind, unsigned char* room) {
+  int const number = log().number(kind);
+  std::memcpy(room, &number, sizeof number);
+  log().enter(kind, named(kind, room) + "()");
 }
 
 int recycle(std::string const& object, stream_info const& stream, std::int64_t start,
@@ -332,86 +340,77 @@ void fill_days(day_list* days, std::vector<std::string> const& texts) {
 
 using scripted::log;
 
-struct CKivStorage::Impl {
-  std::string name = scripted::construct("CKivStorage");
-};
-CKivStorage::CKivStorage() : impl_(std::make_unique<Impl>()) {}
-CKivStorage::~CKivStorage() { log().note("~" + impl_->name); }
+CKivStorage::CKivStorage() { scripted::construct("CKivStorage", room_); }
+CKivStorage::~CKivStorage() { log().note("~" + scripted::named("CKivStorage", room_)); }
 
 int CKivStorage::create_storage_setting(IStorageSetting** setting) {
-  return scripted::hand_out(impl_->name, "storage_setting", scripted::setting(), setting);
+  return scripted::hand_out(scripted::named("CKivStorage", room_), "storage_setting",
+                            scripted::setting(), setting);
 }
 int CKivStorage::destroy_storage_setting(IStorageSetting** setting) {
-  return scripted::take_back(impl_->name, "storage_setting", setting);
+  return scripted::take_back(scripted::named("CKivStorage", room_), "storage_setting", setting);
 }
 int CKivStorage::create_channel_configuration(channel_sid channel,
                                               IChannelStorageConfiguration** configuration) {
-  return scripted::hand_out_own<scripted::configuration>(impl_->name, "channel_configuration",
-                                                         channel, configuration);
+  return scripted::hand_out_own<scripted::configuration>(
+      scripted::named("CKivStorage", room_), "channel_configuration", channel, configuration);
 }
 int CKivStorage::destroy_channel_configuration(int channel_number,
                                                IChannelStorageConfiguration** configuration) {
   return scripted::take_back_own<scripted::configuration>(
-      impl_->name, "channel_configuration", std::to_string(channel_number) + ", ", configuration);
+      scripted::named("CKivStorage", room_), "channel_configuration",
+      std::to_string(channel_number) + ", ", configuration);
 }
 
-struct CKivStorageDaemon::Impl {
-  std::string name = scripted::construct("CKivStorageDaemon");
-};
-CKivStorageDaemon::CKivStorageDaemon() : impl_(std::make_unique<Impl>()) {}
-CKivStorageDaemon::~CKivStorageDaemon() { log().note("~" + impl_->name); }
+CKivStorageDaemon::CKivStorageDaemon() { scripted::construct("CKivStorageDaemon", room_); }
+CKivStorageDaemon::~CKivStorageDaemon() {
+  log().note("~" + scripted::named("CKivStorageDaemon", room_));
+}
 
 int CKivStorageDaemon::create_plug_play_service(IPlugPlayService** service) {
-  return scripted::hand_out(impl_->name, "plug_play_service", scripted::plug_play_service(),
-                            service);
+  return scripted::hand_out(scripted::named("CKivStorageDaemon", room_), "plug_play_service",
+                            scripted::plug_play_service(), service);
 }
 int CKivStorageDaemon::destroy_plug_play_service(IPlugPlayService** service) {
-  return scripted::take_back(impl_->name, "plug_play_service", service);
+  return scripted::take_back(scripted::named("CKivStorageDaemon", room_), "plug_play_service",
+                             service);
 }
 
-struct CKivChannel::Impl {
-  std::string name = scripted::construct("CKivChannel");
-};
-CKivChannel::CKivChannel() : impl_(std::make_unique<Impl>()) {}
-CKivChannel::~CKivChannel() { log().note("~" + impl_->name); }
+CKivChannel::CKivChannel() { scripted::construct("CKivChannel", room_); }
+CKivChannel::~CKivChannel() { log().note("~" + scripted::named("CKivChannel", room_)); }
 
 int CKivChannel::create_channel_session(channel_sid channel, IFrameChannelSession** session) {
-  return scripted::hand_out_own<scripted::session>(impl_->name, "channel_session", channel,
-                                                   session);
+  return scripted::hand_out_own<scripted::session>(scripted::named("CKivChannel", room_),
+                                                   "channel_session", channel, session);
 }
 int CKivChannel::destroy_channel_session(IFrameChannelSession** session) {
-  return scripted::take_back_own<scripted::session>(impl_->name, "channel_session", "", session);
+  return scripted::take_back_own<scripted::session>(scripted::named("CKivChannel", room_),
+                                                    "channel_session", "", session);
 }
 
-struct CFSTier::Impl {
-  std::string name = scripted::construct("CFSTier");
-};
-CFSTier::CFSTier() : impl_(std::make_unique<Impl>()) {}
-CFSTier::~CFSTier() { log().note("~" + impl_->name); }
+CFSTier::CFSTier() { scripted::construct("CFSTier", room_); }
+CFSTier::~CFSTier() { log().note("~" + scripted::named("CFSTier", room_)); }
 
 int CFSTier::init(kivsid const& space) {
-  return scripted::call(impl_->name, "init", scripted::shown(space));
+  return scripted::call(scripted::named("CFSTier", room_), "init", scripted::shown(space));
 }
 int CFSTier::recycle_stream_data(stream_info const& stream, std::int64_t start, std::int64_t end,
                                  int option) {
-  return scripted::recycle(impl_->name, stream, start, end, option);
+  return scripted::recycle(scripted::named("CFSTier", room_), stream, start, end, option);
 }
-int CFSTier::uninit() { return scripted::call(impl_->name, "uninit", ""); }
+int CFSTier::uninit() { return scripted::call(scripted::named("CFSTier", room_), "uninit", ""); }
 
-struct CFSUnit::Impl {
-  std::string name = scripted::construct("CFSUnit");
-};
-CFSUnit::CFSUnit() : impl_(std::make_unique<Impl>()) {}
-CFSUnit::~CFSUnit() { log().note("~" + impl_->name); }
+CFSUnit::CFSUnit() { scripted::construct("CFSUnit", room_); }
+CFSUnit::~CFSUnit() { log().note("~" + scripted::named("CFSUnit", room_)); }
 
 int CFSUnit::init(kivsid const& volume) {
-  return scripted::call(impl_->name, "init", scripted::shown(volume));
+  return scripted::call(scripted::named("CFSUnit", room_), "init", scripted::shown(volume));
 }
 int CFSUnit::recycle_stream_data(stream_info const& stream, std::int64_t start, std::int64_t end,
                                  int option) {
-  return scripted::recycle(impl_->name, stream, start, end, option);
+  return scripted::recycle(scripted::named("CFSUnit", room_), stream, start, end, option);
 }
-int CFSUnit::uninit() { return scripted::call(impl_->name, "uninit", ""); }
+int CFSUnit::uninit() { return scripted::call(scripted::named("CFSUnit", room_), "uninit", ""); }
 
 void make_hour_folder_full_path(char* path, char const* storage_folder, stream_info stream,
                                 long long time) {
