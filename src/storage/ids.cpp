@@ -18,9 +18,7 @@ channel_sid identity_of(channel_sid const& channel) noexcept {
 
 bool is_max_id(channel_sid const& channel) noexcept {
   // The text alone counts: channels have numbers of their own.
-  constexpr char max_text[] = "99999999999999999999999999999999";
-  static_assert(sizeof max_text == sizeof channel.id + 1);
-  return std::memcmp(channel.id, max_text, sizeof channel.id) == 0;
+  return same_id(channel.id, max_kivsid.text);
 }
 
 }  // namespace st
