@@ -6,8 +6,7 @@
 namespace st {
 
 // What a volume's total holds beyond its used and its preallocated space, in
-// MB. Numbers too great to be reckoned with prove no loss: the result is the
-// least value then.
+// MB; the least value when 64 bits cannot tell.
 std::int64_t lost_size(std::int64_t total, std::int64_t used,
                        std::int64_t preallocate_remain) noexcept;
 

@@ -1,8 +1,7 @@
-#include <limits>
-
 #include "commands/recycling.h"
 #include "storage/clock.h"
 #include "storage/codes.h"
+#include "storage/number.h"
 
 namespace st {
 
@@ -10,16 +9,6 @@ std::int64_t recycle_span_start() noexcept {
   constexpr std::int64_t thirty_days = std::int64_t{30} * 86400;
   return (now_seconds() - thirty_days) * 1000;
 }
-
-namespace {
-
-// Stays at the least time rather than wrapping to the greatest: a span must
-// never reach into what is still known.
-constexpr std::int64_t just_before(std::int64_t time_ms) noexcept {
-  return time_ms == std::numeric_limits<std::int64_t>::min() ? time_ms : time_ms - 1;
-}
-
-}  // namespace
 
 int span_end_before(std::list<time_period> const& periods, std::size_t count,
                     std::int64_t* span_end_ms) {
@@ -29,7 +18,7 @@ int span_end_before(std::list<time_period> const& periods, std::size_t count,
   for (time_period const& period : periods) {
     if (position == 0 || period.start_time < earliest) earliest = period.start_time;
     if (position + 1 == count) {
-      *span_end_ms = just_before(earliest);
+      *span_end_ms = saturating_difference(earliest, 1);
       result = 0;
     }
     ++position;

@@ -83,7 +83,27 @@ TEST(use_percentage, is_single_precision_all_the_way) {
   EXPECT_EQ(st::use_percentage(16777216, 16777217), 100.0F);
 }
 
-// Reckoned by the compiler, to which a signed overflow is an error.
+// Both reckoned by the compiler, to which a signed overflow is an error.
+TEST(saturating_difference, is_the_least_value_where_a_step_does_not_fit) {
+  using limits = std::numeric_limits<std::int64_t>;
+  constexpr std::int64_t below = st::saturating_difference(limits::min(), 1);
+  constexpr std::int64_t above = st::saturating_difference(limits::max(), -1);
+  constexpr std::int64_t sum_above = st::saturating_difference(-1000, limits::max(), 1);
+  constexpr std::int64_t sum_below = st::saturating_difference(-1000, limits::min(), -1);
+  EXPECT_EQ(below, limits::min());
+  EXPECT_EQ(above, limits::min());
+  EXPECT_EQ(sum_above, limits::min());
+  EXPECT_EQ(sum_below, limits::min());
+}
+
+TEST(saturating_difference, takes_the_sum_of_both_and_not_one_after_the_other) {
+  using limits = std::numeric_limits<std::int64_t>;
+  EXPECT_EQ(st::saturating_difference(1000, 900, 49), 51);
+  EXPECT_EQ(st::saturating_difference(5, 1), 4);
+  EXPECT_EQ(st::saturating_difference(limits::max(), -5, 10), limits::max() - 5);
+  EXPECT_EQ(st::saturating_difference(limits::min() + 1, 1), limits::min());
+}
+
 TEST(wrapping_sum, passes_from_either_limit_to_the_other) {
   using limits = std::numeric_limits<std::int64_t>;
   constexpr std::int64_t above = st::wrapping_sum(limits::max(), 1);
