@@ -39,8 +39,11 @@ void recorder::start(scripted::script const& lines, std::string const& log_file)
   log_.open(log_file, std::ios::app);
 }
 
+void recorder::measure_output(std::string const& file) { output_sizes_.open(file); }
+
 void recorder::note(std::string const& line) {
   if (log_.is_open()) log_ << line << '\n' << std::flush;
+  if (output_sizes_.is_open()) output_sizes_ << std::ftell(stdout) << '\n' << std::flush;
 }
 
 fault const* recorder::fault_of(std::string const& operation) {

@@ -6,6 +6,7 @@
 // destructors "~Class#1"; objects are numbered from 1 in each class. What a
 // create call hands out follows as " = session#1", a call that is made to
 // throw ends in " throws". Lists that arrive filled are told from fresh ones.
+// A line that begins with "= " is no call.
 #pragma once
 
 #include <cstdint>
@@ -66,6 +67,10 @@ struct script {
   // Seconds since the epoch; by default the real clock.
   std::function<std::int64_t()> clock;
 
+  // Notes before each call that replaces a list what it held: "= held 31 0",
+  // channels as they are, periods by their start.
+  bool tells_lists = false;
+
   std::vector<fault> faults;
   int throw_at = 0;  // makes the n-th call throw, whichever it is
 };
@@ -85,6 +90,10 @@ class recorder {
   static recorder& instance();
 
   void start(script const& lines, std::string const& log_file);
+
+  // From now on, writes into that file how much standard output had been
+  // given, in bytes, whenever a line was noted.
+  void measure_output(std::string const& file);
 
   scripted::script const& script() const { return script_; }
 
@@ -106,6 +115,7 @@ class recorder {
 
   scripted::script script_;
   std::ofstream log_;
+  std::ofstream output_sizes_;
   std::map<std::string, int> numbers_;
   std::map<std::string, int> occurrences_;
   int calls_ = 0;

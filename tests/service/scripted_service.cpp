@@ -90,6 +90,17 @@ int append(fault const* found, std::list<Record> const& answer, std::list<Record
 recorder& log() { return recorder::instance(); }
 script const& lines() { return log().script(); }
 
+std::string held(std::uint32_t channel) { return std::to_string(channel); }
+std::string held(time_period const& period) { return std::to_string(period.start_time); }
+
+template <typename Record>
+void tell_list(std::list<Record> const& list) {
+  if (!lines().tells_lists) return;
+  std::string line = "= held";
+  for (Record const& each : list) line += " " + held(each);
+  log().note(line);
+}
+
 struct storage_setting final : IStorageSetting {
   int set_volume_info(kivsid const& volume, volume_body const& body) override {
     fault const* const found = log().enter(
@@ -178,6 +189,7 @@ struct storage_setting final : IStorageSetting {
 struct plug_play final : IPlugPlayService {
   int get_volume_channels(volume_share_info const& query, char const* first_id,
                           char const* second_id, std::list<std::uint32_t>& channels) override {
+    tell_list(channels);
     fault const* const found =
         log().enter("get_volume_channels", "plug_play_service.get_volume_channels(" + shown(query) +
                                                ", " + first_id + ", " + second_id + ")");
@@ -215,6 +227,7 @@ struct session final : IFrameChannelSession {
           std::int64_t{second}, std::int64_t{third}}) {
       arguments += (arguments.empty() ? "" : ", ") + std::to_string(number);
     }
+    tell_list(periods);
     fault const* const found =
         log().enter("get_time_period_list", name + ".get_time_period_list(" + arguments + ")");
     if (answers(found)) {

@@ -43,6 +43,22 @@ TEST(scripted_service, appends_and_tells_a_filled_list_from_a_fresh_one) {
   EXPECT_EQ(result.calls, lines{"setting.get_space_list( already filled)"});
 }
 
+TEST(scripted_service, tells_what_a_list_held_when_asked_to) {
+  scripted::script script;
+  script.volume_channels = [](volume_share_info const&) { return std::list<std::uint32_t>{7, 1}; };
+  auto const ask_twice = [] {
+    std::list<std::uint32_t> channels;
+    volume_share_info const query;
+    scripted::plug_play_service()->get_volume_channels(query, "a", "b", channels);
+    scripted::plug_play_service()->get_volume_channels(query, "a", "b", channels);
+  };
+  std::string const call = "plug_play_service.get_volume_channels(-1 -1 -1 -1 -1, a, b)";
+  EXPECT_EQ(support::in_child(script, ask_twice).calls, (lines{call, call}));
+  script.tells_lists = true;
+  EXPECT_EQ(support::in_child(script, ask_twice).calls,
+            (lines{"= held", call, "= held 7 1", call}));
+}
+
 TEST(scripted_service, refuses_the_told_occurrence_only) {
   auto script = one_space();
   script.faults = {{"get_space_list", scripted::effect::refuse, 2, 7}};
@@ -100,6 +116,19 @@ TEST(in_child, keeps_the_log_and_tells_the_signal_of_a_crash) {
   });
   EXPECT_EQ(result.status, 128 + SIGABRT);
   EXPECT_EQ(result.calls, lines{"setting.get_space_list()"});
+}
+
+TEST(in_child, tells_calls_and_prints_in_their_order) {
+  auto const result = support::in_child(one_space(), [] {
+    std::list<space_info> spaces;
+    std::printf("one\n\ntwo");
+    scripted::setting()->get_space_list(spaces);
+    scripted::setting()->get_space_list(spaces);
+    std::printf(" more\nthree");
+  });
+  EXPECT_EQ(support::story(result),
+            (lines{"one\n", "\n", "two", "setting.get_space_list()",
+                   "setting.get_space_list( already filled)", " more\n", "three"}));
 }
 
 TEST(in_child, follows_the_scripted_clock_and_the_scrubbed_environment) {

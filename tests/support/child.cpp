@@ -54,6 +54,7 @@ void write_to(std::string const& file, std::string const& text) {
   close(out);
   scrub_environment();
   scripted::recorder::instance().start(script, folder + "/calls");
+  scripted::recorder::instance().measure_output(folder + "/sizes");
   try {
     body();
   } catch (std::exception const& error) {
@@ -83,8 +84,16 @@ outcome in_child(scripted::script const& script, std::function<void()> const& bo
   }
   result.status = status_of(wait_status);
   result.output = content_of(folder.path() + "/output");
+  std::istringstream sizes(content_of(folder.path() + "/sizes"));
   for (std::string const& line : lines_of(content_of(folder.path() + "/calls"))) {
-    (line.rfind("nstrcpy(", 0) == 0 ? result.copies : result.calls).push_back(line);
+    std::size_t printed = 0;
+    sizes >> printed;
+    if (line.rfind("nstrcpy(", 0) == 0) {
+      result.copies.push_back(line);
+    } else {
+      result.calls.push_back(line);
+      result.printed.push_back(printed);
+    }
   }
   if (std::filesystem::exists(folder.path() + "/escaped")) {
     result.escaped = content_of(folder.path() + "/escaped");
@@ -107,6 +116,25 @@ std::function<void()> st_command(std::vector<std::string> const& words) {
 
 outcome run_st(scripted::script const& script, std::vector<std::string> const& words) {
   return in_child(script, st_command(words));
+}
+
+std::vector<std::string> story(outcome const& run) {
+  std::vector<std::string> all;
+  std::size_t told = 0;
+  auto const tell_until = [&](std::size_t end) {
+    while (told < end) {
+      std::size_t const newline = run.output.find('\n', told);
+      std::size_t const next = std::min(newline == std::string::npos ? end : newline + 1, end);
+      all.push_back(run.output.substr(told, next - told));
+      told = next;
+    }
+  };
+  for (std::size_t i = 0; i < run.calls.size(); ++i) {
+    tell_until(std::min(run.printed[i], run.output.size()));
+    all.push_back(run.calls[i]);
+  }
+  tell_until(run.output.size());
+  return all;
 }
 
 temporary_folder::temporary_folder()

@@ -3,6 +3,7 @@
 // leak sanitizer makes the child's status other than 0.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -15,6 +16,7 @@ namespace support {
 struct outcome {
   std::string output;
   std::vector<std::string> calls;      // the log without text copies
+  std::vector<std::size_t> printed;    // bytes of the output before each of them
   std::vector<std::string> copies;     // the log's nstrcpy lines
   int status = -1;                     // 128 + n after signal n
   std::optional<std::string> escaped;  // what() of the exception that came out
@@ -27,6 +29,10 @@ outcome in_child(scripted::script const& script, std::function<void()> const& bo
 // The whole program: `st` with these words after its name.
 std::function<void()> st_command(std::vector<std::string> const& words);
 outcome run_st(scripted::script const& script, std::vector<std::string> const& words);
+
+// Calls and prints in their order: each call as it is, each printed line with
+// its end; a line that a call interrupts is two.
+std::vector<std::string> story(outcome const& run);
 
 // A folder of its own that goes with it.
 class temporary_folder {
