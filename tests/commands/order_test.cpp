@@ -1,0 +1,421 @@
+// The order of prints and calls in whole runs: what has been printed when a call
+// is made. Readings of the clock and the freeing of days are told as well.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "call_lines.h"
+#include "child.h"
+#include "commands/commands.h"
+#include "records.h"
+
+// Every free() of this program, by the linker's doing.
+void watched_free(void* block) noexcept __asm__("__wrap_free");
+void real_free(void* block) noexcept __asm__("__real_free");
+
+namespace {
+
+using support::chain;
+using support::dispatched;
+using support::dispatched_with_service;
+using support::lines;
+using support::now;
+using support::now_ms;
+using support::period;
+using support::span_start;
+using support::story;
+
+std::string const normal_status = "[Normal                   ]\n";
+std::string const clock_read = "= clock";
+std::string const days_freed = "= days freed";
+std::string const channel_c = support::channel_text(0, 'c');
+std::string const channel_d = support::channel_text(1, 'd');
+std::string const space_a = support::filled(36, 'a');
+std::string const space_b = support::filled(36, 'b');
+std::string const zero_ids = support::filled(36, '0') + ", " + support::filled(36, '0');
+std::int64_t const earliest = now_ms - 86400000;
+
+// The days that are handed out and not yet freed.
+std::array<void*, 8>& watched_days() {
+  static std::array<void*, 8> blocks{};
+  return blocks;
+}
+
+// Hands out a day, and notes when it is freed.
+void one_day(channel_sid const& /*channel*/, int /*recording_type*/, day_list* days) {
+  scripted::fill_days(days, {"2026-11-20"});
+  *std::find(watched_days().begin(), watched_days().end(), nullptr) = days->days;
+}
+
+// Two spaces with a volume each, two channels; stream 1 of normal recording has
+// a period without a storage id.
+scripted::script recorder() {
+  scripted::script script;
+  script.clock = [] {
+    scripted::recorder::instance().note(clock_read);
+    return now;
+  };
+  script.spaces = {support::space("Storage1", 2048, 512, 'a'),
+                   support::space("Storage2", 4096, 1024, 'b')};
+  script.volumes = {support::volume("/nowhere/share/Vol1", 1, 'v', 'a'),
+                    support::volume("/nowhere/share/Vol2", 2, 'w', 'b')};
+  for (volume_info& volume : script.volumes) volume.body.total_size = 1024;
+  script.channels = {support::channel(0, 'c'), support::channel(1, 'd')};
+  script.space_channels = {support::channel_id(0, 'c'), support::channel_id(1, 'd')};
+  script.pairings = {support::pairing(support::channel_id(0, 'c'), "v1"),
+                     support::pairing(support::channel_id(0, 'c'), "v2"),
+                     support::pairing(support::channel_id(1, 'd'), "w1")};
+  script.volume_channels = [](volume_share_info const& query) {
+    return std::list<std::uint32_t>{static_cast<std::uint32_t>(query.volume_no)};
+  };
+  script.periods = [](channel_sid const&, int type, int stream) {
+    return type == 4 && stream == 1 ? std::list<time_period>{period(earliest, earliest, 1)}
+                                    : std::list<time_period>{};
+  };
+  script.days = one_day;
+  return script;
+}
+
+lines run(std::vector<std::string> const& words, scripted::script const& script = recorder()) {
+  auto const result = support::run_st(script, words);
+  EXPECT_EQ(result.status, 0);
+  return story(result);
+}
+
+lines usage() {
+  lines all = support::lines_of(support::content_of(USAGE_TEXT_FILE));
+  for (std::string& line : all) line += '\n';
+  return all;
+}
+
+std::string question(int volume_no) {
+  return "plug_play_service.get_volume_channels(-1 0 " + std::to_string(volume_no) + " -1 -1, " +
+         zero_ids + ")";
+}
+
+// A span's lookup and the clock that it reads, twice when it finds nothing.
+lines lookup(int n, std::string const& channel, int type, int stream) {
+  lines calls = support::span_lookup(n, channel, type, stream, span_start, now_ms);
+  bool const found = type == 4 && stream == 1;
+  if (!found) calls.insert(calls.end() - 1, clock_read);
+  calls.insert(calls.begin() + 2, clock_read);
+  return calls;
+}
+
+std::string stream_line(int type, int stream) {
+  return std::string("\t[") + (type == 4 ? "NR" : "AR") + " S0" + std::to_string(stream) +
+         (type == 4 && stream == 1 ? "] Success.\n" : "] Can not find time period.\n");
+}
+
+TEST(order, usage_is_printed_behind_the_last_call) {
+  lines const entered = {"CKivStorage#1()", "CKivStorageDaemon#1()"};
+  EXPECT_EQ(run({}), chain({entered, usage()}));
+  lines const released = {"CKivStorage#1.create_storage_setting(null) = storage_setting",
+                          "CKivStorage#1.destroy_storage_setting(storage_setting)"};
+  EXPECT_EQ(run({"vollist"}), chain({entered, released, usage()}));
+  EXPECT_EQ(run({"volset", "Vol1", "2", "0"}), chain({entered, released, usage()}));
+}
+
+TEST(order, a_setting_that_is_not_obtained_is_told_before_the_entry_objects_go) {
+  auto script = recorder();
+  script.faults = {{"create_storage_setting", scripted::effect::refuse}};
+  EXPECT_EQ(run({"spacelist"}, script),
+            (lines{"CKivStorage#1()", "CKivStorageDaemon#1()",
+                   "CKivStorage#1.create_storage_setting(null)", "Query storage settings faiure.\n",
+                   "~CKivStorageDaemon#1", "~CKivStorage#1"}));
+}
+
+TEST(order, spacelist) {
+  EXPECT_EQ(
+      run({"spacelist"}),
+      dispatched({"setting.get_space_list()", "Space count: 2\n",
+                  "[01] [Storage1], total size: 2 GB, used: 512 MB, use 25.00% " + normal_status,
+                  "[02] [Storage2], total size: 4 GB, used: 1024 MB, use 25.00% " + normal_status,
+                  "\n"}));
+}
+
+TEST(order, vollist) {
+  lines const header = {"setting.get_space_list()", "Space: Storage1\n",
+                        "[Storage1], total size: 2 GB, used: 512 MB, use 25.00% " + normal_status,
+                        "\n", "setting.get_volume_list()"};
+  EXPECT_EQ(run({"vollist", "Storage1"}),
+            dispatched(chain({header,
+                              {"[01] [Vol1], [NORMAL] [ACTIVE             ], total size 1 GB, "
+                               "used 0 MB, use 0.00%\n"}})));
+  auto script = recorder();
+  script.volumes.clear();
+  EXPECT_EQ(run({"vollist", "Storage1"}, script),
+            dispatched(chain({header, {"no find volume at space [Storage1]\n"}})));
+  EXPECT_EQ(run({"vollist", "Other"}),
+            dispatched({"setting.get_space_list()", "\n", "no space [Other] info\n"}));
+}
+
+TEST(order, volset) {
+  EXPECT_EQ(run({"volset", "Other", "1", "1"}),
+            dispatched({"setting.get_volume_list()", "Cannot fine volume [Other]\n"}));
+  EXPECT_EQ(support::run_st(recorder(), {"volset", "Vol1", "1", "1"}).output, "");
+}
+
+TEST(order, volchn) {
+  EXPECT_EQ(run({"volchn", "Vol2"}),
+            dispatched_with_service(
+                {"setting.get_volume_list()", question(2), "[01] uses channel[03]\n"}));
+  EXPECT_EQ(run({"volchn", "Other"}),
+            dispatched_with_service({"setting.get_volume_list()", "Cannot fine volume [Other]\n"}));
+}
+
+TEST(order, voluse) {
+  lines handler = {"setting.get_volume_list()", question(1), question(2)};
+  for (int channel = 1; channel <= 32; ++channel) {
+    handler.push_back((channel < 10 ? "ch0" : "ch") + std::to_string(channel) + " volume=[" +
+                      (channel == 2   ? "Vol1"
+                       : channel == 3 ? "Vol2"
+                                      : "") +
+                      "]\n");
+  }
+  EXPECT_EQ(run({"voluse", "-1"}), dispatched_with_service(handler));
+}
+
+TEST(order, volclean) {
+  auto script = recorder();
+  script.faults = {{"init", scripted::effect::refuse, 2}};
+  lines handler = {"setting.get_space_list()", "setting.get_channel_list(1)", clock_read};
+  int n = 0;
+  for (auto const& [channel, header] : {std::pair(channel_c, "Recycle --ch01-- data ...\n"),
+                                        std::pair(channel_d, "Recycle --ch02-- data ...\n")}) {
+    handler.emplace_back(header);
+    for (int const type : {4, 1}) {
+      for (int stream = 0; stream < 5; ++stream) {
+        ++n;
+        std::int64_t const end = type == 4 && stream == 1 ? earliest - 1 : now_ms;
+        lines second =
+            support::recycling("CFSTier", 2 * n, space_b, channel, type, stream, span_start, end);
+        if (n == 1) second[2] = "Initial Tier to process failure.\n";
+        handler = chain({handler,
+                         lookup(n, channel, type, stream),
+                         support::recycling("CFSTier", 2 * n - 1, space_a, channel, type, stream,
+                                            span_start, end),
+                         second,
+                         {stream_line(type, stream)}});
+      }
+    }
+  }
+  handler.emplace_back("Recycle process done.\n");
+  EXPECT_EQ(run({"volclean", "-1"}, script), dispatched(handler));
+
+  script.channels.clear();
+  EXPECT_EQ(run({"volclean", "-1"}, script),
+            dispatched({"setting.get_space_list()", "setting.get_channel_list(1)",
+                        "No space or channel found.\n"}));
+}
+
+TEST(order, autoclean) {
+  support::temporary_folder const base;
+  auto script = recorder();
+  script.channels.pop_back();
+  script.volumes.clear();
+  auto const folder_of = [&](std::string const& name) {
+    return base.path() + "/share/" + name + "/FSU_" + support::filled(32, 'v') + "/preallocate";
+  };
+  for (std::string const name : {"gone", "mute", "sound", "leaking", "failing"}) {
+    auto const number = static_cast<std::int32_t>(script.volumes.size());
+    script.volumes.push_back(support::volume(base.path() + "/share/" + name, number, 'v'));
+    script.volumes.back().body.total_size = 2000;
+    if (name != "gone") {
+      base.make("share/" + name + "/FSU_" + support::filled(32, 'v') + "/preallocate");
+    }
+  }
+  script.program = [&](std::vector<std::string> const& arguments) -> std::optional<std::string> {
+    if (arguments.at(0) == folder_of("mute")) return std::nullopt;
+    return arguments.at(0) == folder_of("sound") ? "2048000\tx\n" : "0\tx\n";
+  };
+  script.faults = {{"init", scripted::effect::refuse, 2}};
+
+  auto const probe = [&](std::string const& name) {
+    return "velt_popen(r, /usr/bin/du, " + folder_of(name) + ")";
+  };
+  std::string const recycling_announced =
+      "Size lost 2000 MB over 100 MB(%5) is not resonable. Start to recycle volume using space "
+      "...\n";
+  // A leaking volume, the n-th.
+  auto const leaking = [&](int n, std::string const& name) {
+    lines all = {
+        probe(name),
+        "velt_pclose()",
+        "Volume [" + name + "] total size 1 GB(2000 MB), used 0 MB(preallocate_remain 0 MB).\n",
+        recycling_announced,
+        "setting.get_channel_list(1)",
+        clock_read};
+    int asked = (n - 1) * 10;
+    for (int const type : {4, 1}) {
+      for (int stream = 0; stream < 5; ++stream) {
+        all = chain({all, lookup(++asked, channel_c, type, stream)});
+        if (type != 4 || stream != 1) continue;
+        lines unit =
+            support::recycling("CFSUnit", n, std::to_string(n + 2) + ":" + support::filled(32, 'v'),
+                               channel_c, type, stream, span_start, earliest - 1);
+        if (n == 2) unit[2] = "Initial Unit to process failure.\n";
+        all = chain({all, unit});
+      }
+    }
+    return all;
+  };
+  EXPECT_EQ(run({"autoclean"}, script),
+            dispatched(chain(
+                {{"setting.get_volume_list()",
+                  "Volume [" + base.path() + "/share/gone] path does not exist\n", probe("mute"),
+                  "Can not get preallocate remain size info.\n", probe("sound"), "velt_pclose()"},
+                 leaking(1, "leaking"),
+                 leaking(2, "failing"),
+                 {"Volume space leak detected count: 2\n", "recycle check process done.\n"}})));
+
+  script.volumes.clear();
+  EXPECT_EQ(run({"autoclean"}, script),
+            dispatched({"setting.get_volume_list()", "no volume found\n",
+                        "recycle check process done.\n"}));
+}
+
+TEST(order, autoclean_tells_that_there_are_no_channels_behind_the_leak) {
+  support::temporary_folder const base;
+  base.make("share/vol1/FSU_" + support::filled(32, 'v') + "/preallocate");
+  auto script = recorder();
+  script.channels.clear();
+  script.volumes = {support::volume(base.path() + "/share/vol1", 1)};
+  script.volumes.front().body.total_size = 2000;
+  script.program = [](std::vector<std::string> const&) { return "0\n"; };
+  lines const all = run({"autoclean"}, script);
+  auto const asked = std::find(all.begin(), all.end(), "setting.get_channel_list(1)");
+  ASSERT_NE(asked, all.end());
+  EXPECT_EQ(lines(asked + 1, all.end() - 3),
+            (lines{"No channel settings found.\n", "Volume space leak detected count: 1\n",
+                   "recycle check process done.\n"}));
+}
+
+TEST(order, nullid) {
+  auto script = recorder();
+  script.faults = {{"get_time_period_list", scripted::effect::refuse, 3}};
+  lines handler = {"CKivChannel#1()", "setting.get_channel_list(1)", clock_read};
+  int n = 0;
+  for (auto const& [channel, shown] :
+       {std::pair(channel_c, "ch01"), std::pair(channel_d, "ch02")}) {
+    std::string const session = "session#" + std::to_string(++n);
+    handler.push_back("CKivChannel#1.create_channel_session(" + channel + ", null) = " + session);
+    for (int const type : {4, 1}) {
+      for (int stream = 1; stream < 5; ++stream) {
+        handler.push_back(session + ".get_time_period_list(" + std::to_string(type) + ", " +
+                          std::to_string(stream) + ", 0, " + std::to_string(now_ms) + ", 0, 1, 1)");
+        if (type == 4 && stream == 1) {
+          handler.push_back(std::string(shown) + " list:\n");
+          handler.emplace_back("\t[NR S01] [2026-11-20 00:00:00]-[2026-11-20 00:00:00]\n");
+        }
+        if (n == 1 && type == 4 && stream == 3) {
+          handler.emplace_back("ch01 [NR S03] retrieve time period fail\n");
+        }
+      }
+    }
+    handler.push_back("CKivChannel#1.destroy_channel_session(" + session + ")");
+  }
+  EXPECT_EQ(run({"nullid", "-1"}, script),
+            dispatched(chain({handler,
+                              {"\n", "Total have [2] time period data has null storage id.\n",
+                               "~CKivChannel#1"}})));
+
+  script.channels.clear();
+  EXPECT_EQ(run({"nullid", "-1"}, script),
+            dispatched({"CKivChannel#1()", "setting.get_channel_list(1)", "No channel found.\n",
+                        "~CKivChannel#1"}));
+}
+
+TEST(order, recoverid) { EXPECT_EQ(run({"recoverid", "-1"}), dispatched({})); }
+
+lines const spaceinfo_opened = {"setting.get_space_list()",
+                                "Space: Storage1 uuid: [" + space_a + "]\n",
+                                "\n",
+                                "setting.get_space_channel_storage_list(" + space_a + ")",
+                                "CKivStorage#2()",
+                                "channel: " + support::filled(32, 'c') + "\n",
+                                "    storage_id: v1\n",
+                                "    storage_id: v2\n"};
+
+// From the n-th configuration to the sizes.
+lines channel_report(int n, std::string const& channel, std::string const& number,
+                     std::string const& ids) {
+  std::string const configuration = "configuration#" + std::to_string(n);
+  return {"CKivStorage#2.create_channel_configuration(" + channel + ", null) = " + configuration,
+          configuration + ".get_recording_days(4, 255, " + ids + ", no days)",
+          "    Normal total days: 1\n",
+          "        day[0] = 2026-11-20\n",
+          days_freed,
+          configuration + ".get_recording_days(1, 255, " + ids + ", no days)",
+          "    Alarm total days: 1\n",
+          "        day[0] = 2026-11-20\n",
+          days_freed,
+          "CKivStorage#2.destroy_channel_configuration(" + number + ", " + configuration + ")",
+          "setting.get_channel_recording_size(" + space_a + ", " + channel + ", 4, 0)",
+          "setting.get_channel_recording_size(" + space_a + ", " + channel + ", 1, 0)",
+          "setting.get_channel_total_recording_size(" + space_a + ", " + channel + ", 0)",
+          "    Normal recording size: 0(MB)\n",
+          "    Alarm recording size: 0(MB)\n",
+          "    All recording size: 0(MB)\n",
+          "\n"};
+}
+
+TEST(order, spaceinfo_with_one_list_of_days_at_a_time) {
+  EXPECT_EQ(
+      run({"spaceinfo", "Storage1"}),
+      dispatched(chain({spaceinfo_opened,
+                        channel_report(1, channel_c, "0", "v1, v2"),
+                        {"channel: " + support::filled(32, 'd') + "\n", "    storage_id: w1\n"},
+                        channel_report(2, channel_d, "1", "w1"),
+                        {"Total recording size: 0(MB)  0.00(GB)\n", "~CKivStorage#2"}})));
+  EXPECT_EQ(run({"spaceinfo", "Other"}),
+            dispatched({"setting.get_space_list()", "\n", "no space [Other] info\n"}));
+}
+
+TEST(order, spaceinfo_prints_a_failure_before_it_is_logged) {
+  auto script = recorder();
+  std::string const asked = "CKivStorage#2.create_channel_configuration(" + channel_c + ", null)";
+  script.faults = {{"create_channel_configuration", scripted::effect::refuse, 1, -5}};
+  EXPECT_EQ(
+      run({"spaceinfo", "Storage1"}, script),
+      dispatched(chain({spaceinfo_opened,
+                        {asked, "Error TTimeLineInfo call create_channel_configuration ret=-5\n",
+                         "log_Debug(Error TTimeLineInfo call create_channel_configuration ret=-5)",
+                         "~CKivStorage#2"}})));
+  script.faults = {{"create_channel_configuration", scripted::effect::null, 1}};
+  EXPECT_EQ(run({"spaceinfo", "Storage1"}, script),
+            dispatched(chain(
+                {spaceinfo_opened,
+                 {asked, "storage_channel.create_channel_session fail!!\n", "~CKivStorage#2"}})));
+}
+
+TEST(order, list_space_channels) {
+  auto script = recorder();
+  script.faults = {{"create_channel_session", scripted::effect::null, 2}};
+  auto const result =
+      support::in_child(script, [] { st::list_space_channels(scripted::setting(), "Storage1"); });
+  EXPECT_EQ(story(result),
+            (lines{"setting.get_space_list()", "Space: Storage1 uuid: [" + space_a + "]\n", "\n",
+                   "setting.get_space_channel_list(" + space_a + ")", "CKivChannel#1()",
+                   "channel: " + support::filled(32, 'c') + "\n",
+                   "CKivChannel#1.create_channel_session(" + channel_c + ", null) = session#1",
+                   "session#1.get_recording_days(4, 0, no days)",
+                   "CKivChannel#1.destroy_channel_session(session#1)", days_freed,
+                   "channel: " + support::filled(32, 'd') + "\n",
+                   "CKivChannel#1.create_channel_session(" + channel_d + ", null)",
+                   "storage.cgi storage_channel.create_channel_session fail!!", "~CKivChannel#1"}));
+}
+
+}  // namespace
+
+void watched_free(void* block) noexcept {
+  auto& days = watched_days();
+  auto const found = std::find(days.begin(), days.end(), block);
+  if (block != nullptr && found != days.end()) {
+    *found = nullptr;
+    scripted::recorder::instance().note(days_freed);
+  }
+  real_free(block);
+}
