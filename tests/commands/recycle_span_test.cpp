@@ -4,6 +4,7 @@
 #include "child.h"
 #include "commands/recycling.h"
 #include "records.h"
+#include "storage/ids.h"
 #include "throw_loop.h"
 
 namespace {
@@ -67,6 +68,23 @@ TEST(recycle_span, asks_through_a_session_of_its_own) {
             support::span_lookup(1, channel_c, 1, 4, span_start, now_ms));
 }
 
+TEST(recycle_span, reads_the_clock_behind_the_opened_and_again_behind_the_closed_session) {
+  scripted::script script;
+  script.clock = [second = now]() mutable {
+    scripted::recorder::instance().note("= clock");
+    return second++;
+  };
+  lines expected = support::span_lookup(1, channel_c, 4, 0, span_start, now_ms);
+  expected.insert(expected.begin() + 2, "= clock");
+  script.periods = [](channel_sid const&, int, int) {
+    return std::list<time_period>{support::period(1000)};
+  };
+  EXPECT_EQ(support::in_child(script, [] { look_up(0, 0); }).calls, expected);
+  expected.insert(expected.begin() + 5, "= clock");
+  script.periods = nullptr;
+  EXPECT_EQ(support::in_child(script, [] { look_up(0, 0); }).calls, expected);
+}
+
 TEST(recycle_span, a_request_that_failed_is_taken_as_it_answered) {
   auto script = ticking();
   script.periods = [](channel_sid const&, int, int) {
@@ -108,6 +126,24 @@ TEST(recycle_span, a_second_exception_on_the_way_out_leaves_the_first) {
   expected[2] += " throws";
   expected[3] += " throws";
   EXPECT_EQ(result.calls, expected);
+}
+
+TEST(recycle_stream, hands_on_a_span_that_ends_before_or_at_its_start) {
+  stream_info stream;
+  stream.channel = st::identity_of(support::channel_id(3, 'c'));
+  stream.recording_type = 4;
+  for (std::int64_t const end : {std::int64_t{-9}, std::int64_t{4}, std::int64_t{5}}) {
+    auto const tier = support::in_child({}, [stream, end] {
+      st::recycle_stream<CFSTier>(support::id_of('a'), stream, 5, end, "no tier\n");
+    });
+    EXPECT_EQ(tier.calls,
+              support::recycling("CFSTier", 1, support::filled(36, 'a'), channel_c, 4, 0, 5, end));
+    auto const unit = support::in_child({}, [stream, end] {
+      st::recycle_stream<CFSUnit>(support::id_of('a'), stream, 5, end, "no unit\n");
+    });
+    EXPECT_EQ(unit.calls,
+              support::recycling("CFSUnit", 1, support::filled(36, 'a'), channel_c, 4, 0, 5, end));
+  }
 }
 
 TEST(recycle_span, releases_when_any_call_throws) {

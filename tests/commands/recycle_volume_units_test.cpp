@@ -86,6 +86,21 @@ TEST(recycle_volume_units, takes_up_to_ten_units_a_channel_normal_before_alarm) 
   EXPECT_EQ(recycle(script).calls, expected);
 }
 
+TEST(recycle_volume_units, a_span_that_ends_before_its_start_is_recycled_as_it_is) {
+  auto script = recorder();
+  script.channels.pop_back();
+  script.periods = [](channel_sid const&, int type, int stream) {
+    return type == 1 && stream == 4 ? std::list<time_period>{support::period(span_start - 5000)}
+                                    : std::list<time_period>{};
+  };
+  lines units;
+  for (std::string const& line : recycle(script).calls) {
+    if (line.find("CFSUnit") != std::string::npos) units.push_back(line);
+  }
+  EXPECT_EQ(units, support::recycling("CFSUnit", 1, volume_id, channel_c, 1, 4, span_start,
+                                      span_start - 5001));
+}
+
 TEST(recycle_volume_units, streams_without_recordings_are_left_alone) {
   auto script = recorder();
   script.periods = nullptr;

@@ -129,6 +129,34 @@ TEST(volclean, the_greatest_id_is_compared_over_32_bytes) {
             "Recycle --ch01-- data ...\n" + stream_lines + "Recycle process done.\n");
 }
 
+TEST(volclean, a_channel_number_below_0_is_padded_with_its_sign) {
+  auto script = recorder();
+  script.channels = {support::channel(-5, 'c')};
+  EXPECT_EQ(volclean(script, -5).output,
+            "Recycle --ch-4-- data ...\n" + stream_lines + "Recycle process done.\n");
+}
+
+TEST(volclean, a_span_that_ends_before_its_start_is_recycled_as_it_is) {
+  auto script = recorder();
+  script.spaces.pop_back();
+  script.periods = [](channel_sid const&, int, int) {
+    return std::list<time_period>{support::period(span_start - 5000)};
+  };
+  std::string const channel = support::channel_text(0, 'c');
+  lines expected = both_lists;
+  int n = 0;
+  for (int const type : {4, 1}) {
+    for (int stream = 0; stream < 5; ++stream) {
+      ++n;
+      expected =
+          chain({expected, support::span_lookup(n, channel, type, stream, span_start, now_ms),
+                 support::recycling("CFSTier", n, space_a, channel, type, stream, span_start,
+                                    span_start - 5001)});
+    }
+  }
+  EXPECT_EQ(volclean(script, 0).calls, expected);
+}
+
 TEST(volclean, no_space_or_no_channel_ends_at_once) {
   auto no_space = recorder();
   no_space.spaces.clear();
