@@ -159,6 +159,56 @@ TEST(nullid, sorts_by_start_and_keeps_the_order_of_equal_starts) {
                 total(4));
 }
 
+TEST(nullid, sorts_overlapping_and_adjacent_periods_by_start_and_keeps_them_apart) {
+  auto const around = period(noon, noon + 9000);
+  auto const within = period(noon + 1000, noon + 2000);
+  auto const next = period(noon + 2000, noon + 3000);
+  EXPECT_EQ(output_with({next, within, around}),
+            "ch01 list:\n"
+            "\t[NR S00] [2026-1-05 12:00:00]-[2026-1-05 12:00:09]\n"
+            "\t[NR S00] [2026-1-05 12:00:01]-[2026-1-05 12:00:02]\n"
+            "\t[NR S00] [2026-1-05 12:00:02]-[2026-1-05 12:00:03]\n" +
+                total(3));
+}
+
+TEST(nullid, hands_every_request_the_list_as_the_one_before_left_it) {
+  auto script = recorder();
+  script.tells_lists = true;
+  script.channels.push_back(support::channel(1, 'd'));
+  script.periods = [](channel_sid const& channel, int type, int stream) {
+    std::list<time_period> answer;
+    if (channel.number == 0 && type == 1 && stream >= 3) {
+      answer = {period(40 + stream), period(30 + stream)};
+    }
+    return answer;
+  };
+  // A request that fails leaves the list alone.
+  script.faults = {{"get_time_period_list", scripted::effect::refuse, 8}};
+  lines held;
+  for (std::string const& line : nullid(script, all).calls) {
+    if (line.rfind("= held", 0) == 0) held.push_back(line);
+  }
+  lines expected(16, "= held");
+  expected[7] = "= held 33 43";
+  expected[8] = "= held 33 43";
+  EXPECT_EQ(held, expected);
+}
+
+TEST(nullid, numbers_below_0_are_padded_behind_their_sign) {
+  auto script = recorder();
+  script.channels = {support::channel(-5, 'c')};
+  script.periods = [](channel_sid const&, int type, int stream) {
+    return type == 4 && stream == 1 ? std::list<time_period>{period(noon, noon, -3)}
+                                    : std::list<time_period>{};
+  };
+  script.faults = {{"get_time_period_list", scripted::effect::refuse, 8}};
+  EXPECT_EQ(nullid(script, -5).output,
+            "ch-04 list:\n"
+            "\t[NR S-03] [2026-1-05 12:00:00]-[2026-1-05 12:00:00]\n"
+            "ch-04 [AR S04] retrieve time period fail\n" +
+                total(1));
+}
+
 TEST(nullid, periods_with_a_storage_id_are_passed_over_zeros_included) {
   EXPECT_EQ(output_with({period(noon, noon, 1, support::filled(32, '0')),
                          period(noon + 1000, noon + 1000, 1, support::filled(32, 'v')),

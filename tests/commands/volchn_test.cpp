@@ -57,6 +57,19 @@ TEST(volchn, indexes_beyond_the_usual_are_printed_and_sorted_unsigned) {
             "[01] uses channel[33]\n[02] uses channel[100]\n[03] uses channel[-2147483647]\n");
 }
 
+TEST(volchn, numbers_below_0_are_padded_with_their_sign) {
+  EXPECT_EQ(volchn(two_volumes({0xFFFFFFFE, 0xFFFFFFFF, 0xFFFFFFF8}), "Vol1").output,
+            "[01] uses channel[-7]\n[02] uses channel[-1]\n[03] uses channel[00]\n");
+}
+
+TEST(volchn, a_refused_question_leaves_no_channel) {
+  auto script = two_volumes({1});
+  script.faults = {{"get_volume_channels", scripted::effect::refuse}};
+  auto const result = volchn(script, "Vol1");
+  EXPECT_EQ(result.output, "NO channel using volume [Vol1]\n");
+  EXPECT_EQ(result.calls, (lines{"setting.get_volume_list()", query(11)}));
+}
+
 TEST(volchn, no_channel) {
   auto const result = volchn(two_volumes({}), "Vol1");
   EXPECT_EQ(result.output, "NO channel using volume [Vol1]\n");

@@ -120,6 +120,25 @@ TEST(voluse, the_answer_to_one_volume_is_not_taken_for_the_next) {
   EXPECT_EQ(voluse(script, all).output, table({{4, "Vol1"}}));
 }
 
+TEST(voluse, hands_every_question_the_list_as_the_one_before_left_it) {
+  auto script = recorder({support::volume("/share/Vol1", 1), support::volume("/share/Vol2", 2),
+                          support::volume("/share/Vol3", 3)},
+                         {{1, {31, 0, 40}}, {2, {5}}});
+  script.tells_lists = true;
+  EXPECT_EQ(voluse(script, all).calls, (lines{"setting.get_volume_list()", "= held", query(1),
+                                              "= held 31 0 40", query(2), "= held 5", query(3)}));
+}
+
+TEST(voluse, a_refused_question_puts_the_channels_of_the_volume_before_under_the_next) {
+  auto script = two_volumes();
+  script.faults = {{"get_volume_channels", scripted::effect::refuse, 2}};
+  EXPECT_EQ(voluse(script, all).output, table({{0, "Vol2"}, {31, "Vol2"}}));
+  script.faults = {{"get_volume_channels", scripted::effect::refuse}};
+  auto const result = voluse(script, all);
+  EXPECT_EQ(result.output, table({}));
+  EXPECT_EQ(result.calls, (lines{"setting.get_volume_list()", query(11), query(22)}));
+}
+
 TEST(voluse, indexes_of_32_and_more_are_ignored) {
   auto const script =
       recorder({support::volume("/share/Vol1", 1)}, {{1, {32, 0xFFFFFFFF, 0x80000000, 100, 7}}});
