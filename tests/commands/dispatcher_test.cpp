@@ -190,6 +190,16 @@ TEST(volset, hands_on_name_type_and_state) {
                                  support::filled(36, 'A') + ")");
 }
 
+TEST(volset, hands_on_a_state_of_1_with_either_type) {
+  for (auto const& [type, codes] : std::vector<std::pair<std::string, std::string>>{
+           {"0", "type 0, state 0,"}, {"1", "type 2, state 0,"}}) {
+    auto const result = run_st(recorder(), {"volset", "Vol1", type, "1"});
+    EXPECT_EQ(result.output, "");
+    ASSERT_EQ(result.calls.size(), 10U);
+    EXPECT_NE(result.calls[5].find(codes), std::string::npos) << result.calls[5];
+  }
+}
+
 TEST(volset, reads_words_that_are_no_numbers_as_0) {
   auto const result = run_st(recorder(), {"volset", "Vol1", "x", ""});
   ASSERT_EQ(result.calls.size(), 10U);
@@ -218,6 +228,25 @@ TEST(name, reaches_the_handler_cut_to_511_characters) {
 TEST(name, of_511_characters_arrives_whole) {
   std::string const name = support::filled(511, 'n');
   EXPECT_EQ(run_st(recorder(), {"vollist", name}).output, "\nno space [" + name + "] info\n");
+}
+
+TEST(name, of_600_characters_finds_what_is_called_by_its_first_511) {
+  std::string const name = support::filled(600, 'n');
+  std::string const cut = support::filled(511, 'n');
+  auto script = recorder();
+  script.spaces.push_back(support::space(cut, 1024, 512, 'c'));
+  script.volumes.push_back(support::volume("/nowhere/share/" + cut, 3, 'x', 'c'));
+  EXPECT_EQ(run_st(script, {"vollist", name}).output,
+            "Space: " + cut + "\n[" + cut +
+                "], total size: 1 GB, used: 512 MB, use 50.00% [Normal                   ]\n\n"
+                "[01] [" +
+                support::filled(127, 'n') +
+                "], [NORMAL] [ACTIVE             ], total size 0 GB, used 0 MB, use nan%\n");
+  auto const info = run_st(script, {"spaceinfo", name}).output;
+  EXPECT_EQ(info.substr(0, info.find('\n') + 1),
+            "Space: " + cut + " uuid: [" + support::filled(36, 'c') + "]\n");
+  EXPECT_EQ(run_st(script, {"volchn", name}).output, "[01] uses channel[04]\n");
+  EXPECT_EQ(run_st(script, {"volset", name, "0", "0"}).output, "");
 }
 
 TEST(channel_id, text_that_is_no_number_is_channel_0) {

@@ -275,6 +275,37 @@ TEST(spaceinfo, sizes_that_cannot_be_asked_are_0) {
             "Total recording size: 0(MB)  0.00(GB)\n");
 }
 
+TEST(spaceinfo, a_third_size_that_cannot_be_asked_is_0_beside_the_other_two) {
+  auto script = recorder({support::pairing(channel_c, "v1"), support::pairing(channel_d, "w1")});
+  script.faults = {{"get_channel_total_recording_size", scripted::effect::refuse, 1}};
+  auto const result = spaceinfo(script);
+  EXPECT_EQ(result.output.substr(result.output.find("    Normal recording")),
+            "    Normal recording size: 100(MB)\n"
+            "    Alarm recording size: 20(MB)\n"
+            "    All recording size: 0(MB)\n"
+            "\n"
+            "channel: " +
+                id_d + "\n    storage_id: w1\n" + no_days_and_sizes +
+                "Total recording size: 1000(MB)  0.98(GB)\n");
+  EXPECT_EQ(result.calls, chain({opened, channel_calls(1, text_c, "0", "v1"),
+                                 channel_calls(2, text_d, "7", "w1"), closed}));
+}
+
+TEST(spaceinfo, sizes_below_0_are_shown_and_added_as_they_are) {
+  auto script = recorder({support::pairing(channel_c, "v1"), support::pairing(channel_d, "w1")});
+  script.recording_size = [](channel_sid const& channel, int type) {
+    if (channel.number == 7) return std::int64_t{1000};
+    return std::int64_t{type == 4 ? -100 : type == 1 ? -20 : -300};
+  };
+  auto const output = spaceinfo(script).output;
+  EXPECT_NE(output.find("    Normal recording size: -100(MB)\n"
+                        "    Alarm recording size: -20(MB)\n"
+                        "    All recording size: -300(MB)\n"),
+            std::string::npos)
+      << output;
+  EXPECT_EQ(output.substr(output.find("Total")), "Total recording size: 700(MB)  0.68(GB)\n");
+}
+
 TEST(spaceinfo, sizes_start_from_0_for_every_channel) {
   auto script = recorder({support::pairing(channel_c, "v1"), support::pairing(channel_d, "w1")});
   script.faults = {{"get_channel_total_recording_size", scripted::effect::refuse, 2}};
