@@ -3,9 +3,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
+#include <random>
+#include <stdexcept>
+#include <vector>
 
 #include "call_lines.h"
 #include "child.h"
@@ -141,6 +146,68 @@ TEST(preallocate_probe, leaves_the_working_directory_in_the_folder) {
     std::printf("%s\n", getcwd(where, sizeof where));
   });
   EXPECT_EQ(result.output, "0 1 900\n" + volume.folder() + "\n");
+}
+
+TEST(preallocate_probe, the_folder_stays_entered_when_the_program_cannot_be_run) {
+  probed_volume const volume;
+  auto const record = volume.record();
+  auto const result = support::in_child(du_prints(std::nullopt), [record] {
+    probe(record);
+    char where[PATH_MAX];
+    std::printf("%s\n", getcwd(where, sizeof where));
+  });
+  EXPECT_EQ(result.output,
+            "Can not get preallocate remain size info.\n-1 77 88\n" + volume.folder() + "\n");
+}
+
+void write_megabytes(std::string const& file, std::size_t count) {
+  std::FILE* const stream = std::fopen(file.c_str(), "w");
+  ASSERT_NE(stream, nullptr);
+  // Nothing that a file system could leave out or press together.
+  std::minstd_rand random;
+  std::vector<std::minstd_rand::result_type> megabyte(1048576 / sizeof(random()));
+  for (std::size_t i = 0; i < count; ++i) {
+    std::generate(megabyte.begin(), megabyte.end(), std::ref(random));
+    EXPECT_EQ(std::fwrite(megabyte.data(), sizeof(random()), megabyte.size(), stream),
+              megabyte.size());
+  }
+  EXPECT_EQ(std::fflush(stream), 0);
+  EXPECT_EQ(fsync(fileno(stream)), 0);
+  EXPECT_EQ(std::fclose(stream), 0);
+}
+
+std::string output_of_du(std::string const& folder) {
+  std::FILE* const pipe = popen(("/usr/bin/du '" + folder + "'").c_str(), "r");
+  if (pipe == nullptr) throw std::runtime_error("du cannot be run");
+  std::string text;
+  char buffer[256];
+  while (std::fgets(buffer, sizeof buffer, pipe) != nullptr) text += buffer;
+  EXPECT_EQ(pclose(pipe), 0);
+  return text;
+}
+
+TEST(preallocate_probe, of_a_folder_with_a_subfolder_takes_the_subfolder_s_size) {
+  probed_volume const volume;
+  std::string const below = volume.folder() + "/below";
+  ASSERT_TRUE(std::filesystem::create_directory(below));
+  write_megabytes(below + "/unit", 2);
+  write_megabytes(volume.folder() + "/unit", 4);
+
+  // du ends with the folder itself, the sum of all.
+  lines const du = support::lines_of(output_of_du(volume.folder()));
+  ASSERT_EQ(du.size(), 2U);
+  ASSERT_EQ(du[0].substr(du[0].find('\t') + 1), below);
+  long const first = std::strtol(du[0].c_str(), nullptr, 10) / 1024;
+  long const whole = std::strtol(du[1].c_str(), nullptr, 10) / 1024;
+  ASSERT_GE(first, 2);
+  ASSERT_GE(whole, first + 4);
+
+  scripted::script script;
+  script.program = [](std::vector<std::string> const& arguments) {
+    return output_of_du(arguments.at(0));
+  };
+  EXPECT_EQ(probe_in_child(script, volume.record()).output,
+            "0 " + std::to_string(first) + " 900\n");
 }
 
 TEST(preallocate_probe, uses_32_characters_of_an_id_without_terminator) {
