@@ -54,6 +54,14 @@ TEST_F(open_recorder, an_empty_catalogue_is_refused) {
             refusal());
 }
 
+TEST_F(open_recorder, a_catalogue_without_the_recorders_own_row_is_refused) {
+  make();
+  tamper("DELETE FROM recorder");
+  std::string const text = root().string() + ": not a recorder: its catalogue is empty";
+  EXPECT_EQ(text, refusal());
+  EXPECT_EQ(text, refusal(lab::access::read_write));
+}
+
 TEST_F(open_recorder, another_programs_database_is_refused) {
   make();
   tamper("PRAGMA application_id = 1");

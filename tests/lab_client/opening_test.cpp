@@ -58,6 +58,12 @@ TEST_F(opening, a_database_of_something_else_is_refused) {
   expect_refused("not a recorder");
 }
 
+TEST_F(opening, a_catalogue_without_the_recorder_s_own_row_is_refused) {
+  make();
+  alter_catalogue("DELETE FROM recorder");
+  expect_refused("not a recorder: its catalogue is empty");
+}
+
 TEST_F(opening, a_newer_format_is_refused) {
   make();
   alter_catalogue("PRAGMA user_version = 2");
