@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <string_view>
@@ -23,6 +24,10 @@ using fault_points::refused;
 
 constexpr mode_t folder_mode = 0755;
 constexpr mode_t file_mode = 0644;
+
+// What is allocated at once of a new file: a fraction of a second of writing where
+// the file system cannot allocate blocks without.
+constexpr std::int64_t piece = std::int64_t{32} * 1024 * 1024;
 
 descriptor create(folder const& in, std::string const& name) {
   int const flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
@@ -67,13 +72,14 @@ descriptor open_to_write(folder const& in, std::string const& name) {
   return opened;
 }
 
-void allocate(descriptor const& file, folder const& in, std::string const& name,
+void allocate(descriptor const& file, folder const& in, std::string const& name, std::int64_t from,
               std::int64_t bytes) {
   int result = EINTR;
   while (result == EINTR) {
-    result = refused(call::allocate, in, name)
-                 ? errno
-                 : posix_fallocate(file.number(), 0, static_cast<off_t>(bytes));
+    result =
+        refused(call::allocate, in, name)
+            ? errno
+            : posix_fallocate(file.number(), static_cast<off_t>(from), static_cast<off_t>(bytes));
   }
   errno = result;
   if (result != 0) fail_with_errno(in.path() / name, "cannot allocate");
@@ -175,11 +181,15 @@ void make_file_like(folder const& in, std::string const& other, std::string cons
   }
 }
 
-void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes) {
+void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes,
+                      std::function<void()> const& between) {
   descriptor const made = create(in, name);
   try {
-    allocate(made, in, name, bytes);
-  } catch (error const&) {
+    for (std::int64_t from = 0; from < bytes; from += piece) {
+      if (from > 0 && between) between();
+      allocate(made, in, name, from, std::min(piece, bytes - from));
+    }
+  } catch (...) {
     remove_tree(in, name);
     throw;
   }
@@ -188,7 +198,7 @@ void preallocate_file(folder const& in, std::string const& name, std::int64_t by
 void allocate_blocks(folder const& in, std::string const& name, std::int64_t bytes) {
   descriptor const file = open_to_write(in, name);
   require_one_name(file, in, name);
-  allocate(file, in, name, bytes);
+  allocate(file, in, name, 0, bytes);
 }
 
 void write_head(folder const& in, std::string const& name, std::string const& head) {
@@ -252,6 +262,13 @@ void rename_file(folder const& in, std::string const& from, std::string const& t
   if (refused(call::rename, in, to) ||
       renameat(in.number(), entry_name(from).c_str(), in.number(), entry_name(to).c_str()) != 0) {
     fail_with_errno(in.path() / from, "cannot rename");
+  }
+}
+
+void move_folder(folder const& from, folder const& to, std::string const& name) {
+  if (refused(call::rename, to, name) ||
+      renameat(from.number(), name.c_str(), to.number(), name.c_str()) != 0) {
+    fail_with_errno(from.path() / name, "cannot move");
   }
 }
 

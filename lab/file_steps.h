@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "lab/folder.h"
@@ -34,9 +35,11 @@ void make_file(folder const& in, std::string const& name, std::string const& con
 // the same folder and, as far as it may be given away, its owner.
 void make_file_like(folder const& in, std::string const& other, std::string const& name);
 
-// Makes a file that is not there yet, all its blocks allocated. Nothing of it
-// stays on failure, as far as it can be removed.
-void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes);
+// Makes a file that is not there yet, all its blocks allocated, piece by piece:
+// `between` is called between two pieces. Nothing of it stays on failure, or when
+// `between` throws, as far as it can be removed.
+void preallocate_file(folder const& in, std::string const& name, std::int64_t bytes,
+                      std::function<void()> const& between = {});
 
 // Gives an existing file all blocks up to `bytes` and at least that length. What
 // it holds stays. Refuses a file that has a second name, perhaps elsewhere.
@@ -66,6 +69,9 @@ void move_file(folder const& from, folder const& to, std::string const& name);
 
 void remove_file(folder const& in, std::string const& name);
 void rename_file(folder const& in, std::string const& from, std::string const& to);
+
+// Moves a folder into another one, where only an empty folder may have its name.
+void move_folder(folder const& from, folder const& to, std::string const& name);
 
 // Makes the names in a folder durable.
 void sync_folder(folder const& which);

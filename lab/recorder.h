@@ -110,7 +110,8 @@ struct volume_account {
   std::int64_t lost;          // recorded without a period, or bad
 };
 
-// Called with (done, total) while something long goes on.
+// Called with (done, total) while something long goes on, often more than once
+// with the same numbers. What it throws ends that.
 using progress = std::function<void(std::int64_t done, std::int64_t total)>;
 
 struct make_options {

@@ -155,10 +155,31 @@ std::string hour_folder_of(planned_recording const& recording) {
                           recording.hour_ms);
 }
 
+// Tells how many of all units are laid.
+class unit_count {
+ public:
+  unit_count(make_plan const& plan, progress const& report)
+      : total_(static_cast<std::int64_t>(plan.volumes.size()) * plan.units), report_(report) {}
+
+  void add_one() {
+    ++done_;
+    tell();
+  }
+
+  void tell() const {
+    if (report_) report_(done_, total_);
+  }
+
+ private:
+  std::int64_t total_;
+  std::int64_t done_ = 0;
+  progress const& report_;
+};
+
 class volume_layer {
  public:
-  volume_layer(make_plan const& plan, make_options const& options, progress const& report)
-      : plan_(plan), unit_bytes_(options.unit_mb * megabyte), report_(report) {}
+  volume_layer(make_plan const& plan, make_options const& options, unit_count& count)
+      : plan_(plan), unit_bytes_(options.unit_mb * megabyte), count_(count) {}
 
   void lay(folder const& share, int volume) {
     auto const& planned = plan_.volumes[static_cast<std::size_t>(volume)];
@@ -179,29 +200,26 @@ class volume_layer {
       if (uses[unit]) {
         lay_recorded(storage, hour_folder_of(plan_.recordings[*uses[unit]]), name);
       } else {
-        steps::preallocate_file(home, name, unit_bytes_);
+        preallocate(home, name);
       }
-      report_one();
+      count_.add_one();
     }
   }
 
   void lay_recorded(folder const& storage, std::string const& hour_name, std::string const& name) {
     steps::make_folder(storage, hour_name);
     folder const hour(storage, hour_name);
-    steps::preallocate_file(hour, name, unit_bytes_);
+    preallocate(hour, name);
     steps::write_head(hour, name, recording_head(hour_name, name));
   }
 
-  void report_one() {
-    ++done_;
-    auto const total = static_cast<std::int64_t>(plan_.volumes.size()) * plan_.units;
-    if (report_) report_(done_, total);
+  void preallocate(folder const& in, std::string const& name) {
+    steps::preallocate_file(in, name, unit_bytes_, [this] { count_.tell(); });
   }
 
   make_plan const& plan_;
   std::int64_t unit_bytes_;
-  progress const& report_;
-  std::int64_t done_ = 0;
+  unit_count& count_;
 };
 
 void insert_spaces_and_volumes(database& catalogue, make_plan const& plan) {
@@ -233,7 +251,10 @@ void insert_channels(database& catalogue, make_plan const& plan) {
   }
 }
 
-void insert_periods(database& catalogue, make_plan const& plan) {
+// So many rows are written in a small fraction of a second.
+constexpr std::size_t rows_at_once = 1000;
+
+void insert_periods(database& catalogue, make_plan const& plan, unit_count const& count) {
   statement period(catalogue,
                    "INSERT INTO period"
                    "  (id, channel_id, recording_type, stream, start_ms, end_ms, storage_id)"
@@ -246,10 +267,11 @@ void insert_periods(database& catalogue, make_plan const& plan) {
               recording.stream, recording.hour_ms, recording.hour_ms + hour_milliseconds,
               plan.volumes[static_cast<std::size_t>(channel.volume)].sid_text)
         .run();
+    if (index % rows_at_once == 0) count.tell();
   }
 }
 
-void insert_units(database& catalogue, make_plan const& plan, int volume) {
+void insert_units(database& catalogue, make_plan const& plan, int volume, unit_count const& count) {
   statement free_unit(catalogue, "INSERT INTO unit (volume_id, name) VALUES (?, ?)");
   statement recorded(catalogue,
                      "INSERT INTO unit (volume_id, name, state, channel_id, recording_type, stream,"
@@ -257,6 +279,7 @@ void insert_units(database& catalogue, make_plan const& plan, int volume) {
                      "  VALUES (?, ?, 'recorded', ?, ?, ?, ?, ?)");
   auto const uses = uses_of_units(plan, volume);
   for (std::size_t unit = 0; unit < uses.size(); ++unit) {
+    if (unit % rows_at_once == 0) count.tell();
     auto const name = unit_name(static_cast<int>(unit));
     if (!uses[unit]) {
       free_unit.with(volume + 1, name).run();
@@ -270,7 +293,8 @@ void insert_units(database& catalogue, make_plan const& plan, int volume) {
   }
 }
 
-void write_catalogue(fs::path const& file, make_plan const& plan, make_options const& options) {
+void write_catalogue(fs::path const& file, make_plan const& plan, make_options const& options,
+                     unit_count const& count) {
   database catalogue(file, database::mode::create, default_patience);
   transaction all(catalogue, transaction_kind::writing);
   catalogue.execute(catalogue_schema);
@@ -279,9 +303,9 @@ void write_catalogue(fs::path const& file, make_plan const& plan, make_options c
       .run();
   insert_spaces_and_volumes(catalogue, plan);
   insert_channels(catalogue, plan);
-  insert_periods(catalogue, plan);
+  insert_periods(catalogue, plan, count);
   for (int volume = 0; volume < static_cast<int>(plan.volumes.size()); ++volume) {
-    insert_units(catalogue, plan, volume);
+    insert_units(catalogue, plan, volume, count);
   }
   all.commit();
   catalogue.reserve(catalogue_reserve);
@@ -300,17 +324,20 @@ void recorder::make(fs::path const& folder_to_make, make_options const& options,
   made.claim();
   lab::folder const recorder_folder(where);
   lab::folder const share(recorder_folder, share_folder);
-  volume_layer layer(plan, options, report);
+  unit_count count(plan, report);
+  volume_layer layer(plan, options, count);
   for (int volume = 0; volume < static_cast<int>(plan.volumes.size()); ++volume) {
     layer.lay(share, volume);
   }
-  write_catalogue(where / new_catalogue_file, plan, options);
+  write_catalogue(where / new_catalogue_file, plan, options, count);
   // Units can be given back on a full disk: nothing of the catalogue's needs
   // space then.
   std::error_code ignored;
   auto const bytes = static_cast<std::int64_t>(fs::file_size(where / new_catalogue_file, ignored));
   steps::preallocate_file(recorder_folder, catalogue_journal_file, journal_bytes(bytes));
   steps::sync_file_system(recorder_folder);
+  // The last moment in which it can be stopped.
+  count.tell();
   steps::rename_file(recorder_folder, new_catalogue_file, catalogue_file);
   steps::sync_folder(recorder_folder);
   made.keep();

@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "lab/sqlite.h"
@@ -53,9 +54,52 @@ TEST_F(making, progress_counts_every_unit) {
     EXPECT_EQ(16, total);
     done.push_back(so_far);
   });
+  EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
+  done.erase(std::unique(done.begin(), done.end()), done.end());
   ASSERT_EQ(16U, done.size());
   EXPECT_EQ(1, done.front());
   EXPECT_EQ(16, done.back());
+}
+
+// Whatever the progress is told throws; nothing stays then.
+TEST_F(making, can_be_stopped_whenever_progress_is_told) {
+  int told = 0;
+  lab::recorder::make(root(), world::small(), [&](std::int64_t, std::int64_t) { ++told; });
+  fs::remove_all(root());
+  EXPECT_GT(told, 16 + 2) << "for each unit, in the catalogue and before it gets its name";
+  for (int at = 1; at <= told; ++at) {
+    int now = 0;
+    EXPECT_EQ("stopped", world::failure_of([&] {
+                lab::recorder::make(root(), world::small(), [&](std::int64_t, std::int64_t) {
+                  if (++now == at) throw lab::error("stopped");
+                });
+              }));
+    EXPECT_FALSE(fs::exists(root())) << at;
+  }
+}
+
+TEST_F(making, can_be_stopped_inside_a_large_unit) {
+  auto options = world::small();
+  options.volumes = 1;
+  options.unit_mb = 80;
+  options.volume_mb = 80;
+  EXPECT_EQ("stopped", world::failure_of([&] {
+              lab::recorder::make(root(), options, [&](std::int64_t done, std::int64_t) {
+                EXPECT_EQ(0, done);
+                throw lab::error("stopped");
+              });
+            }));
+  EXPECT_FALSE(fs::exists(root()));
+}
+
+TEST_F(making, a_large_unit_has_all_its_blocks) {
+  auto options = world::small();
+  options.volumes = 1;
+  options.unit_mb = 80;
+  options.volume_mb = 80;
+  make(options);
+  EXPECT_GE(allocated_bytes(preallocate(first_volume)), 80 * 1024 * 1024);
+  EXPECT_EQ(std::vector<std::string>(), open(lab::access::read_only).check());
 }
 
 TEST_F(making, an_empty_folder_will_do) {
@@ -137,7 +181,7 @@ TEST_F(making, a_failure_midway_leaves_nothing) {
 TEST_F(making, what_a_kill_midway_leaves_is_no_recorder) {
   auto const copy = root().parent_path() / "copy";
   lab::recorder::make(root(), world::small(), [&](std::int64_t done, std::int64_t total) {
-    if (done == total) fs::copy(root(), copy, fs::copy_options::recursive);
+    if (done == total && !fs::exists(copy)) fs::copy(root(), copy, fs::copy_options::recursive);
   });
   EXPECT_EQ(copy.string() + ": not a recorder: no catalogue.db",
             world::failure_of([&] { lab::recorder::open(copy, lab::access::read_write); }));
