@@ -2,6 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <cerrno>
+#include <system_error>
+
 #include "lab/file_steps.h"
 
 namespace lab {
@@ -25,11 +28,41 @@ std::string file_of(sqlite3* connection, std::string const& otherwise) {
   return file == nullptr || *file == '\0' ? otherwise : file;
 }
 
+std::string text_of_errno(int number) { return std::generic_category().message(number); }
+
+// In this program's words, as far as they say more than the library's.
+std::string reason_of(sqlite3* connection, int kind) {
+  int const system_reason = sqlite3_system_errno(connection);
+  std::string const because = system_reason == 0 ? "" : ": " + text_of_errno(system_reason);
+  switch (kind) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return "in use by somebody else";
+    case SQLITE_CORRUPT:
+      return "the catalogue is damaged";
+    case SQLITE_NOTADB:
+      return "not a catalogue";
+    case SQLITE_FULL:
+      return "cannot write the catalogue: " + text_of_errno(ENOSPC);
+    case SQLITE_READONLY:
+      return "cannot write the catalogue";
+    case SQLITE_CANTOPEN:
+      return "cannot open the catalogue" + because;
+    case SQLITE_IOERR:
+      return "cannot read or write the catalogue" + because;
+    case SQLITE_NOMEM:
+      return "not enough memory";
+    default:
+      return std::string("the catalogue is not as it should be: ") + sqlite3_errmsg(connection);
+  }
+}
+
 [[noreturn]] void fail(sqlite3* connection, std::string const& otherwise) {
   std::string const what = file_of(connection, otherwise);
   int const code = connection == nullptr ? SQLITE_NOMEM : sqlite3_extended_errcode(connection);
-  std::string const reason = connection == nullptr ? "out of memory" : sqlite3_errmsg(connection);
   int const kind = code & 0xff;
+  std::string const reason =
+      connection == nullptr ? "not enough memory" : reason_of(connection, kind);
   if (kind == SQLITE_BUSY || kind == SQLITE_LOCKED) throw busy_error(what + ": " + reason);
   throw database_error(what + ": " + reason, code);
 }

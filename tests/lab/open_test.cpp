@@ -310,7 +310,7 @@ TEST_F(open_recorder, a_catalogue_that_breaks_off_is_named_and_found) {
     file.seekp((page - 1) * size);
     file << std::string(static_cast<std::size_t>(size), '\xff');
   }
-  auto const text = (root() / "catalogue.db").string() + ": database disk image is malformed";
+  auto const text = (root() / "catalogue.db").string() + ": the catalogue is damaged";
   EXPECT_EQ(text, world::failure_of([&] { open(lab::access::read_only).volumes(); }));
   EXPECT_THROW(open(lab::access::read_only).volumes(), lab::database_error);
   auto const findings = open(lab::access::read_only).check();

@@ -176,7 +176,7 @@ TEST_F(reading_after_a_stop, waits_for_nobody) {
     EXPECT_LT(0, moving());
   }
   ASSERT_EQ(1U, traced("log_Debug").size());
-  EXPECT_NE(std::string::npos, traced("log_Debug").front().find("is locked"));
+  EXPECT_NE(std::string::npos, traced("log_Debug").front().find("in use by somebody else"));
   read_everything();
   EXPECT_EQ(0, moving());
 }

@@ -225,7 +225,7 @@ TEST_F(stlab, a_broken_catalogue_is_no_usable_recorder) {
   make();
   break_table("period");
   std::string const problem =
-      (recorder / "catalogue.db").string() + ": database disk image is malformed";
+      (recorder / "catalogue.db").string() + ": the catalogue is damaged";
   outcome const shown = run("show " + recorder.string());
   EXPECT_EQ(3, shown.status);
   EXPECT_EQ("stlab: " + problem + "\n", shown.errors);

@@ -235,7 +235,7 @@ TEST_F(locks, a_volset_that_never_gets_its_turn_changes_nothing) {
     auto const result = run_st({"volset", "vol1", "1", "0"}, environment);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output + result.errors, "") << "volset tells of no failure";
-    EXPECT_EQ(count(end_to_end::content_of(trace()), "database is locked"), 1U);
+    EXPECT_EQ(count(end_to_end::content_of(trace()), "in use by somebody else"), 1U);
   }
   EXPECT_EQ(lists(), before);
 }
