@@ -1,16 +1,16 @@
-#include <iostream>
 #include <memory>
 
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
+#include "lab/stlab/text.h"
 
 namespace stlab {
 
 namespace {
 
 struct settings {
-  std::filesystem::path folder;
+  recorder_folder folder;
   std::int32_t channel = 0;
   std::string volume;
 };
@@ -20,7 +20,7 @@ exit_status assign(settings const& asked) {
   lab::channel const channel = find_channel(recorder, asked.channel);
   lab::volume const volume = find_volume(recorder, asked.volume);
   recorder.assign(channel.id, volume.id);
-  std::cout << channel_label(channel.number) << " records into " << volume.name << '\n';
+  print(channel_label(channel.number) + " records into " + volume.name);
   return exit_status::done;
 }
 
@@ -30,12 +30,13 @@ void add_assign(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
   CLI::App& command =
       *tool.add_subcommand("assign", "Makes a channel record into one volume from now on");
-  add_folder(command, asked->folder);
+  add_folder(command, asked->folder, fallback::none);
   add_channel(command, asked->channel, "The channel, counted from 0");
-  command.add_option("--volume", asked->volume, "The volume's name")
-      ->type_name("NAME")
-      ->default_str("the first one");
-  command.callback([asked, &chosen] { chosen = [asked] { return assign(*asked); }; });
+  add_volume(command, asked->volume, "the first one");
+  command.callback([asked, &chosen] {
+    complete(asked->folder, fallback::none);
+    chosen = [asked] { return assign(*asked); };
+  });
 }
 
 }  // namespace stlab

@@ -1,55 +1,52 @@
-#include <iostream>
 #include <memory>
 
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
+#include "lab/stlab/text.h"
 
 namespace stlab {
 
 namespace {
 
 struct settings {
-  std::filesystem::path folder;
+  recorder_folder folder;
   bool repairs = false;
 };
 
-// A file may have any name; its line stays one line.
-std::string printable(std::string line) {
-  for (char& each : line) {
-    bool const is_control = static_cast<unsigned char>(each) < ' ' || each == '\177';
-    if (is_control) each = '?';
+void print_all(std::vector<std::string> const& lines) {
+  for (std::string const& line : lines) {
+    bool const can_be_mounted = line.rfind("not-mounted: ", 0) == 0;
+    print(line + (can_be_mounted ? " (see stlab mount)" : ""));
   }
-  return line;
 }
 
-void print(std::vector<std::string> const& lines) {
-  for (std::string const& line : lines) std::cout << printable(line) << '\n';
-}
-
-std::vector<std::string> findings_in(std::filesystem::path const& folder) {
+std::vector<std::string> findings_in(recorder_folder const& folder) {
   return open_recorder(folder, lab::access::read_only).check();
 }
 
-exit_status check(std::filesystem::path const& folder) {
+exit_status check(recorder_folder const& folder) {
   std::vector<std::string> const findings = findings_in(folder);
-  print(findings);
-  if (!findings.empty()) return exit_status::refused;
-  std::cout << "clean\n";
+  print_all(findings);
+  if (!findings.empty()) return exit_status::findings;
+  print("clean");
   return exit_status::done;
 }
 
-exit_status repair(std::filesystem::path const& folder) {
+exit_status repair(recorder_folder const& folder) {
   std::vector<std::string> const findings = findings_in(folder);
-  print(findings);
-  if (!findings.empty()) print(lab::recorder::repair(folder));
+  print_all(findings);
+  if (!findings.empty()) {
+    require_writable(folder);
+    print_all(lab::recorder::repair(folder.path));
+  }
   std::size_t const left = findings_in(folder).size();
   if (left == 0) {
-    std::cout << "clean\n";
+    print("clean");
     return exit_status::done;
   }
-  std::cout << "findings that are left: " << left << '\n';
-  return exit_status::refused;
+  print(counted(static_cast<std::int64_t>(left), "finding") + " left");
+  return exit_status::findings;
 }
 
 }  // namespace
@@ -59,10 +56,13 @@ void add_check(CLI::App& tool, action& chosen) {
   CLI::App& command = *tool.add_subcommand(
       "check",
       "Compares folders and catalogue; only undoes a catalogue change that a crash cut short");
-  add_folder(command, asked->folder);
+  add_folder(command, asked->folder, fallback::built_in);
   command.add_flag("--repair", asked->repairs,
-                   "Mends what can be mended without guessing; removes nothing that is held");
+                   "Mends what can be mended without guessing; removes nothing that is held. "
+                   "Needs DIR or STLAB_RECORDER");
   command.callback([asked, &chosen] {
+    // What is written to is named.
+    complete(asked->folder, asked->repairs ? fallback::none : fallback::built_in);
     chosen = [asked] { return asked->repairs ? repair(asked->folder) : check(asked->folder); };
   });
 }

@@ -7,7 +7,7 @@
 
 namespace stlab {
 
-enum class exit_status { done = 0, refused = 1, usage = 2, unusable = 3 };
+enum class exit_status { done = 0, findings = 1, usage = 2, unusable = 3, refused = 4 };
 
 // What the command line asks for.
 using action = std::function<exit_status()>;
@@ -33,5 +33,6 @@ void add_lose_id(CLI::App& tool, action& chosen);
 void add_assign(CLI::App& tool, action& chosen);
 void add_check(CLI::App& tool, action& chosen);
 void add_damage(CLI::App& tool, action& chosen);
+void add_mount(CLI::App& tool, action& chosen);
 
 }  // namespace stlab

@@ -1,9 +1,9 @@
-#include <iostream>
 #include <memory>
 
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
+#include "lab/stlab/text.h"
 #include "lab/stlab/times.h"
 
 namespace stlab {
@@ -11,7 +11,7 @@ namespace stlab {
 namespace {
 
 struct settings {
-  std::filesystem::path folder;
+  recorder_folder folder;
   int days = 2;
   std::int64_t now_s = 0;
 };
@@ -20,12 +20,12 @@ exit_status expire(settings const& asked) {
   std::int64_t const before_ms = asked.now_s * 1000 - asked.days * day_milliseconds;
   lab::recorder recorder = open_recorder(asked.folder, lab::access::read_write);
   std::int64_t const units = recorder.expire(before_ms);
-  std::cout << "expired what ended before " << utc_text(before_ms) << " UTC: " << units
-            << " units came back\n";
+  print("expired what ended before " + utc_text(before_ms) + " UTC: " + counted(units, "unit") +
+        " came back");
   std::int64_t const left = recorder.periods_out_of_reach(before_ms);
   if (left == 0) return exit_status::done;
-  std::cout << left << " periods stay: their volume is not mounted\n";
-  return exit_status::refused;
+  print("left " + counted(left, "period") + " on volumes that are not mounted");
+  return exit_status::findings;
 }
 
 }  // namespace
@@ -34,12 +34,15 @@ void add_expire(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
   CLI::App& command =
       *tool.add_subcommand("expire", "Retention: drops old periods and gives their units back");
-  add_folder(command, asked->folder);
+  add_folder(command, asked->folder, fallback::none);
   add_now(command, asked->now_s);
   command.add_option("--days", asked->days, "Keeps what ended within so many days of 24 hours")
       ->transform(whole_number(0, 36'500))
       ->type_name("N");
-  command.callback([asked, &chosen] { chosen = [asked] { return expire(*asked); }; });
+  command.callback([asked, &chosen] {
+    complete(asked->folder, fallback::none);
+    chosen = [asked] { return expire(*asked); };
+  });
 }
 
 }  // namespace stlab

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <iostream>
 #include <memory>
 #include <optional>
 
@@ -7,6 +6,7 @@
 #include "lab/stlab/hours.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
+#include "lab/stlab/text.h"
 #include "lab/stlab/times.h"
 
 namespace stlab {
@@ -18,7 +18,7 @@ namespace {
 constexpr std::int64_t recycled_days = 30;
 
 struct settings {
-  std::filesystem::path folder;
+  recorder_folder folder;
   std::string volume;
   std::optional<std::int32_t> channel;
   std::int32_t stream = 0;
@@ -80,18 +80,18 @@ leak_plan asked_plan(settings const& asked, stream_outlook const& outlook,
 
 void require_hours(leak_plan const& plan, stream_outlook const& outlook) {
   if (plan.hours <= outlook.possible_hours) return;
-  throw refusal("only " + std::to_string(outlook.possible_hours) +
-                " hours lie between the start of the last " + std::to_string(recycled_days) +
-                " days and the stream's earliest known period, " + utc_text(outlook.end_ms) +
-                " UTC; " + std::to_string(plan.hours) + " are needed (see stlab expire)");
+  throw refusal("not enough hours between the start of the last " + counted(recycled_days, "day") +
+                " and the stream's earliest known period, " + utc_text(outlook.end_ms) +
+                " UTC: " + std::to_string(plan.hours) + " needed, " +
+                std::to_string(outlook.possible_hours) + " there (see stlab expire)");
 }
 
 void require_units(leak_plan const& plan, stream_outlook const& outlook,
                    lab::volume_account const& account) {
   std::int64_t const needed = plan.hours * plan.units + (outlook.earliest_ms ? 0 : 1);
   if (needed <= account.preallocated) return;
-  throw refusal("only " + std::to_string(account.preallocated) + " units are free; " +
-                std::to_string(needed) + " are needed");
+  throw refusal("not enough free units: " + std::to_string(needed) + " needed, " +
+                std::to_string(account.preallocated) + " free");
 }
 
 std::vector<std::int64_t> record_hours(lab::recorder& in, lab::volume const& volume,
@@ -119,13 +119,13 @@ exit_status leak(settings const& asked) {
   require_units(plan, outlook, account);
   if (!outlook.earliest_ms) {
     recorder.record(volume.id, of, outlook.known_hour_ms, 1);
-    std::cout << "recorded " << label << ' ' << utc_text(outlook.known_hour_ms) << " UTC on "
-              << volume.name << ": a stream without any known period is not recycled\n";
+    print("recorded " + label + ' ' + utc_text(outlook.known_hour_ms) + " UTC on " + volume.name +
+          ": a stream without any known period is not recycled");
   }
   recorder.forget(record_hours(recorder, volume, of, plan));
-  std::cout << "leaked " << plan.hours * plan.units * recorder.unit_mb() << " MB on " << volume.name
-            << ": " << label << ", " << plan.hours << " hours before " << utc_text(plan.end_ms)
-            << " UTC, units an hour " << plan.units << '\n';
+  print("leaked " + std::to_string(plan.hours * plan.units * recorder.unit_mb()) + " MB on " +
+        volume.name + ": " + label + ", " + counted(plan.hours, "hour") + " before " +
+        utc_text(plan.end_ms) + " UTC, " + counted(plan.units, "unit") + " an hour");
   return exit_status::done;
 }
 
@@ -135,11 +135,9 @@ void add_leak(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
   CLI::App& command = *tool.add_subcommand(
       "leak", "Retention gone wrong: forgets hours of a stream but leaves their units in place");
-  add_folder(command, asked->folder);
+  add_folder(command, asked->folder, fallback::none);
   add_now(command, asked->now_s);
-  command.add_option("--volume", asked->volume, "The volume's name")
-      ->type_name("NAME")
-      ->default_str("the first one");
+  add_volume(command, asked->volume, "the first one");
   add_channel(command, asked->channel, "The channel, counted from 0")
       ->default_str("the first that records into the volume");
   add_stream(command, asked->stream);
@@ -152,7 +150,10 @@ void add_leak(CLI::App& tool, action& chosen) {
       ->transform(whole_number(1, most_units))
       ->type_name("N")
       ->default_str("1, or more when the hours do not suffice");
-  command.callback([asked, &chosen] { chosen = [asked] { return leak(*asked); }; });
+  command.callback([asked, &chosen] {
+    complete(asked->folder, fallback::none);
+    chosen = [asked] { return leak(*asked); };
+  });
 }
 
 }  // namespace stlab

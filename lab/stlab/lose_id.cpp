@@ -1,11 +1,11 @@
 #include <algorithm>
-#include <iostream>
 #include <memory>
 
 #include "lab/stlab/commands.h"
 #include "lab/stlab/hours.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
+#include "lab/stlab/text.h"
 #include "lab/stlab/times.h"
 
 namespace stlab {
@@ -16,7 +16,7 @@ namespace {
 constexpr int most_days_back = 365;
 
 struct settings {
-  std::filesystem::path folder;
+  recorder_folder folder;
   std::int32_t channel = 0;
   std::int32_t stream = 1;
   std::string type = "normal";
@@ -83,9 +83,9 @@ exit_status lose_id(settings const& asked) {
     ids.push_back(each.id);
   }
   recorder.lose_storage_id(ids);
-  std::cout << "lost the storage id of " << ids.size()
-            << " periods: " << stream_label(channel.number, of.recording_type, of.number)
-            << ", from " << utc_text(start_ms) << " UTC\n";
+  print("lost the storage id of " + counted(static_cast<std::int64_t>(ids.size()), "period") +
+        ": " + stream_label(channel.number, of.recording_type, of.number) + ", from " +
+        utc_text(start_ms) + " UTC");
   return exit_status::done;
 }
 
@@ -96,7 +96,7 @@ void add_lose_id(CLI::App& tool, action& chosen) {
   CLI::App& command = *tool.add_subcommand(
       "lose-id",
       "Takes the storage id from adjoining hours across a midnight, recording them if need be");
-  add_folder(command, asked->folder);
+  add_folder(command, asked->folder, fallback::none);
   add_now(command, asked->now_s);
   add_channel(command, asked->channel, "The channel, counted from 0");
   add_stream(command, asked->stream);
@@ -104,7 +104,10 @@ void add_lose_id(CLI::App& tool, action& chosen) {
   command.add_option("--hours,--count", asked->hours, "Hours, a period each")
       ->transform(whole_number(1, most_hours))
       ->type_name("N");
-  command.callback([asked, &chosen] { chosen = [asked] { return lose_id(*asked); }; });
+  command.callback([asked, &chosen] {
+    complete(asked->folder, fallback::none);
+    chosen = [asked] { return lose_id(*asked); };
+  });
 }
 
 }  // namespace stlab

@@ -1,18 +1,16 @@
-#include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <new>
 
 #include "lab/recorder.h"
 #include "lab/sqlite.h"
 #include "lab/stlab/commands.h"
+#include "lab/stlab/help.h"
+#include "lab/stlab/text.h"
 
 namespace stlab {
 
 namespace {
-
-constexpr char footer[] =
-    "Exit status: 0 done, nothing found; 1 findings, or refused; 2 wrong usage; 3 no usable "
-    "recorder (absent, unreadable, not a recorder, busy).";
 
 void add_commands(CLI::App& tool, action& chosen) {
   add_make(tool, chosen);
@@ -24,11 +22,17 @@ void add_commands(CLI::App& tool, action& chosen) {
   add_assign(tool, chosen);
   add_check(tool, chosen);
   add_damage(tool, chosen);
-  for (CLI::App* const command : tool.get_subcommands({})) command->footer(footer);
+  add_mount(tool, chosen);
+  add_help(tool, chosen);
+  for (CLI::App* const command : tool.get_subcommands({})) {
+    std::string const own = command->get_footer();
+    command->group("Commands");
+    command->footer(own + (own.empty() ? "" : "\n") + exit_statuses);
+  }
 }
 
 exit_status report(exit_status status, std::string const& problem) {
-  std::cerr << "stlab: " << problem << '\n';
+  std::cerr << "stlab: " << printable(problem) << '\n';
   return status;
 }
 
@@ -42,7 +46,10 @@ exit_status perform(action const& chosen) {
   } catch (lab::database_error const& problem) {
     return report(exit_status::unusable, problem.what());
   } catch (std::filesystem::filesystem_error const& problem) {
-    return report(exit_status::unusable, problem.what());
+    return report(exit_status::unusable,
+                  problem.path1().string() + ": " + problem.code().message());
+  } catch (std::bad_alloc const&) {
+    return report(exit_status::refused, "not enough memory");
   } catch (std::exception const& problem) {
     return report(exit_status::refused, problem.what());
   }
@@ -52,22 +59,48 @@ exit_status perform(action const& chosen) {
 exit_status after_output(exit_status status) {
   std::cout.flush();
   if (std::cout) return status;
-  return report(std::max(status, exit_status::refused), "cannot write to standard output");
+  return report(exit_status::refused, "cannot write to standard output");
+}
+
+// The command that the command line names; empty when it names none.
+std::string command_in(CLI::App const& tool) {
+  std::vector<CLI::App*> const named = tool.get_subcommands();
+  if (!tool.remaining().empty()) return {};
+  return named.empty() ? std::string() : named.front()->get_name();
+}
+
+std::string unexpected(std::vector<std::string> const& words) {
+  std::string text = words.size() > 1 ? "unexpected arguments:" : "unexpected argument:";
+  for (std::string const& word : words) text += ' ' + word;
+  return text;
 }
 
 // What to say of a command line that does not parse.
 std::string usage_problem(CLI::App const& tool, CLI::ParseError const& problem) {
-  std::vector<std::string> const unknown = tool.remaining();
-  bool const misnamed =
-      tool.get_subcommands().empty() && !unknown.empty() && unknown.front().rfind('-', 0) != 0;
-  return misnamed ? "no such command: " + unknown.front() : problem.what();
+  std::vector<std::string> const unknown = tool.remaining(true);
+  std::string const command = command_in(tool);
+  auto const kind = static_cast<CLI::ExitCodes>(problem.get_exit_code());
+  std::string const text = problem.what();
+  std::string const option = text.substr(0, text.find_first_of(": "));
+  if (command.empty() && unknown.empty()) return "no command is given";
+  if (command.empty() && unknown.front().rfind('-', 0) != 0) {
+    return "no such command: " + unknown.front();
+  }
+  if (command.empty() || kind == CLI::ExitCodes::ExtrasError) return unexpected(unknown);
+  if (kind == CLI::ExitCodes::RequiredError) return "the option " + option + " is missing";
+  if (kind == CLI::ExitCodes::ArgumentMismatch) {
+    bool const is_repeated = text.find("At Most") != std::string::npos;
+    return "the option " + option + (is_repeated ? " is given more than once" : " has no value");
+  }
+  return text;
 }
 
 exit_status run(int argc, char const* const* argv) {
   CLI::App tool("Makes lab recorders, records into them, damages them and checks them.", "stlab");
-  tool.footer(footer);
+  tool.footer(exit_statuses);
   tool.set_version_flag("--version", "stlab " STLAB_VERSION);
   tool.require_subcommand(1);
+  tool.get_formatter()->label("SUBCOMMAND", "COMMAND");
   tool.option_defaults()->always_capture_default();
   action chosen;
   add_commands(tool, chosen);
@@ -75,10 +108,14 @@ exit_status run(int argc, char const* const* argv) {
     tool.parse(argc, argv);
   } catch (CLI::ParseError const& problem) {
     if (problem.get_exit_code() == 0) {
-      tool.exit(problem);
+      std::cout << (problem.get_name() == "CallForHelp" ? help_of(tool, command_in(tool))
+                                                        : problem.what() + std::string("\n"));
       return after_output(exit_status::done);
     }
-    return report(exit_status::usage, usage_problem(tool, problem) + "\nTry: stlab --help");
+    report(exit_status::usage, usage_problem(tool, problem));
+    std::string const command = command_in(tool);
+    std::cerr << "Try: stlab " << command << (command.empty() ? "" : " ") << "--help\n";
+    return exit_status::usage;
   }
   return after_output(perform(chosen));
 }

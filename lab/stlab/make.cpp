@@ -1,19 +1,20 @@
-#include <iostream>
 #include <memory>
 
 #include "lab/make_plan.h"
 #include "lab/recorder.h"
+#include "lab/sqlite.h"
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/progress_bar.h"
 #include "lab/stlab/stop_request.h"
+#include "lab/stlab/text.h"
 
 namespace stlab {
 
 namespace {
 
 struct settings {
-  std::filesystem::path folder;
+  recorder_folder folder;
   lab::make_options options;
   std::int64_t now_s = 0;
 };
@@ -27,20 +28,30 @@ void require_usable(lab::make_options const& options) {
   }
 }
 
+void make_stoppable(std::filesystem::path const& folder, lab::make_options const& options) {
+  stop_request stop;
+  progress_bar bar;
+  try {
+    lab::recorder::make(folder, options, [&](std::int64_t done, std::int64_t total) {
+      if (!stop.is_asked_for()) return bar.show(done, total);
+      bar.leave();
+      throw refusal("stopped; nothing was made");
+    });
+  } catch (lab::database_error const& problem) {
+    // There is no recorder that could be unusable.
+    throw refusal(problem.what());
+  }
+}
+
 exit_status make(settings const& asked) {
   lab::make_options options = asked.options;
   options.now_ms = asked.now_s * 1000;
-  {
-    stop_request const stop;
-    progress_bar bar;
-    lab::recorder::make(asked.folder, options, [&](std::int64_t done, std::int64_t total) {
-      if (stop.is_asked_for()) throw refusal("stopped; nothing was made");
-      bar.show(done, total);
-    });
-  }
-  std::cout << "made a recorder in " << asked.folder.string() << ": spaces " << options.spaces
-            << ", volumes " << options.spaces * options.volumes << " of " << options.volume_mb
-            << " MB, channels " << options.channels << ", days " << options.days << '\n';
+  make_stoppable(asked.folder.path, options);
+  print("made a recorder in " + asked.folder.path.string() + ": " +
+        counted(options.spaces, "space") + ", " +
+        counted(std::int64_t{options.spaces} * options.volumes, "volume") + " of " +
+        std::to_string(options.volume_mb) + " MB, " + counted(options.channels, "channel") + ", " +
+        counted(options.days, "day"));
   return exit_status::done;
 }
 
@@ -49,7 +60,7 @@ exit_status make(settings const& asked) {
 void add_make(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
   CLI::App& command = *tool.add_subcommand("make", "Makes a recorder in an absent or empty folder");
-  add_folder(command, asked->folder);
+  add_folder(command, asked->folder, fallback::none);
   add_now(command, asked->now_s);
   lab::make_options& options = asked->options;
   auto const add_count = [&](char const* name, int& value, lab::limits const& allowed,
@@ -72,6 +83,7 @@ void add_make(CLI::App& tool, action& chosen) {
       ->transform(whole_number(0, most_seed))
       ->type_name("N");
   command.callback([asked, &chosen] {
+    complete(asked->folder, fallback::none);
     require_usable(asked->options);
     chosen = [asked] { return make(*asked); };
   });

@@ -1,8 +1,13 @@
 #include "lab/stlab/options.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <ctime>
 #include <optional>
+
+#include "lab/client/source.h"
+#include "lab/stlab/times.h"
 
 namespace stlab {
 
@@ -14,6 +19,19 @@ std::optional<std::uint64_t> number_in(std::string const& text) {
   auto const [stop, problem] = std::from_chars(text.data(), end, value);
   if (problem != std::errc() || stop != end) return std::nullopt;
   return value;
+}
+
+constexpr std::int64_t most_seconds = 253'402'300'799;  // the end of the year 9999
+
+std::optional<std::int64_t> moment_in(std::string const& text) {
+  std::optional<std::int64_t> found;
+  if (std::optional<std::uint64_t> const seconds = number_in(text)) {
+    if (*seconds <= most_seconds) found = static_cast<std::int64_t>(*seconds);
+  } else {
+    found = seconds_of(text);
+  }
+  if (found && (*found < 0 || *found > most_seconds)) return std::nullopt;
+  return found;
 }
 
 }  // namespace
@@ -33,22 +51,66 @@ CLI::Validator whole_number(std::uint64_t least, std::uint64_t most) {
       "in " + range);
 }
 
-void add_folder(CLI::App& command, std::filesystem::path& folder) {
+CLI::Validator one_of(std::vector<std::string> const& names) {
+  std::string const list = CLI::detail::join(names, ", ");
+  return CLI::Validator(
+      [=](std::string& text) {
+        bool const is_one = std::find(names.begin(), names.end(), text) != names.end();
+        return is_one ? std::string() : "'" + text + "' is none of " + list;
+      },
+      list);
+}
+
+void add_folder(CLI::App& command, recorder_folder& folder, fallback otherwise) {
   CLI::Validator const not_empty(
       [](std::string& text) { return std::string(text.empty() ? "the folder has no name" : ""); },
       "");
-  command.add_option("DIR", folder, "The recorder's folder")
-      ->required()
-      ->check(not_empty)
-      ->type_name("");
+  std::string text = "The recorder's folder; without it STLAB_RECORDER names it";
+  if (otherwise == fallback::built_in) {
+    text += ", and when that is unset it is " + std::string(lab::client::default_recorder_folder);
+  }
+  command.add_option("DIR", folder.path, text)->check(not_empty)->type_name("");
+}
+
+void complete(recorder_folder& folder, fallback otherwise) {
+  if (!folder.path.empty()) return;
+  char const* const variable = std::getenv("STLAB_RECORDER");
+  if (variable != nullptr && *variable != '\0') {
+    folder = {variable, recorder_folder::origin::variable};
+  } else if (otherwise == fallback::built_in) {
+    folder = {lab::client::default_recorder_folder, recorder_folder::origin::built_in};
+  } else {
+    throw CLI::ValidationError("no recorder is named: give DIR, or set STLAB_RECORDER");
+  }
 }
 
 void add_now(CLI::App& command, std::int64_t& now_s) {
   now_s = std::int64_t{std::time(nullptr)};
-  command.add_option("--now", now_s, "The present moment, seconds since the epoch")
-      ->transform(whole_number(0, 253'402'300'799))
-      ->type_name("SECONDS")
+  CLI::Validator const moment(
+      [](std::string& text) {
+        std::optional<std::int64_t> const value = moment_in(text);
+        if (!value) {
+          return "'" + text +
+                 "' is no moment: neither seconds since 1970 nor a date such as 2026-11-21 or "
+                 "'2026-11-21 07:00:00Z'";
+        }
+        text = std::to_string(*value);
+        return std::string();
+      },
+      "");
+  command
+      .add_option("--now", now_s,
+                  "The present moment: seconds since 1970, or 2026-11-21, '2026-11-21 07:00' or "
+                  "'2026-11-21 07:00:30', which is local time, or UTC with a Z at its end")
+      ->transform(moment)
+      ->type_name("MOMENT")
       ->default_str("the clock");
+}
+
+CLI::Option* add_volume(CLI::App& command, std::string& volume, std::string const& otherwise) {
+  return command.add_option("--volume", volume, "The volume's name")
+      ->type_name("NAME")
+      ->default_str(otherwise);
 }
 
 void add_stream(CLI::App& command, std::int32_t& stream) {
@@ -58,9 +120,7 @@ void add_stream(CLI::App& command, std::int32_t& stream) {
 }
 
 void add_type(CLI::App& command, std::string& type, std::vector<std::string> const& names) {
-  command.add_option("--type", type, "The recording type")
-      ->check(CLI::IsMember(names))
-      ->type_name("NAME");
+  command.add_option("--type", type, "The recording type")->check(one_of(names))->type_name("NAME");
 }
 
 std::int32_t type_code(std::string const& name) {

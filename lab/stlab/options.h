@@ -21,12 +21,33 @@ inline constexpr std::int32_t most_channel = std::numeric_limits<std::int32_t>::
 // within both ends; anything else is wrong usage.
 CLI::Validator whole_number(std::uint64_t least, std::uint64_t most);
 
-// The recorder's folder, the positional argument DIR, which is not empty.
-void add_folder(CLI::App& command, std::filesystem::path& folder);
+// Accepts one of the names.
+CLI::Validator one_of(std::vector<std::string> const& names);
+
+// Which recorder, and what named it.
+struct recorder_folder {
+  enum class origin { typed, variable, built_in };
+  std::filesystem::path path;
+  origin from = origin::typed;
+};
+
+// What stands for a recorder that neither the command line nor STLAB_RECORDER
+// names: nothing, or the folder that the client library looks into.
+enum class fallback { none, built_in };
+
+// The recorder's folder, the optional positional argument DIR.
+void add_folder(CLI::App& command, recorder_folder& folder, fallback otherwise);
+
+// Takes a folder that is not typed from STLAB_RECORDER, else from the fallback;
+// throws a CLI::ParseError when there is none. An empty variable is an unset one.
+void complete(recorder_folder& folder, fallback otherwise);
 
 // The present moment in seconds, by default the clock's; read once, when the
 // option is added.
 void add_now(CLI::App& command, std::int64_t& now_s);
+
+// A volume's name, its text ending in what stands for none.
+CLI::Option* add_volume(CLI::App& command, std::string& volume, std::string const& otherwise);
 
 // A stream's number, 0 to 4.
 void add_stream(CLI::App& command, std::int32_t& stream);

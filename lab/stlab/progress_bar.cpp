@@ -13,6 +13,8 @@ progress_bar::~progress_bar() {
   if (percent_ >= 0) std::cerr << '\n';
 }
 
+void progress_bar::leave() { percent_ = -1; }
+
 void progress_bar::show(std::int64_t done, std::int64_t total) {
   if (!terminal_ || total <= 0) return;
   auto const percent = static_cast<int>(done * 100 / total);

@@ -16,6 +16,9 @@ class progress_bar {
   // Redraws the bar when its look changes.
   void show(std::int64_t done, std::int64_t total);
 
+  // Leaves the bar as it is, in a line that somebody else has ended.
+  void leave();
+
  private:
   bool terminal_;
   int percent_ = -1;

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <iostream>
 #include <map>
 #include <memory>
 #include <optional>
@@ -8,6 +7,7 @@
 #include "lab/stlab/hours.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
+#include "lab/stlab/text.h"
 #include "lab/stlab/times.h"
 
 namespace stlab {
@@ -15,7 +15,7 @@ namespace stlab {
 namespace {
 
 struct settings {
-  std::filesystem::path folder;
+  recorder_folder folder;
   std::vector<std::int32_t> channels;  // empty: all
   std::string type = "normal";
   std::int32_t stream = 0;
@@ -53,9 +53,9 @@ planned_channel plan_channel(lab::recorder const& in, lab::channel const& channe
     std::optional<std::int64_t> const hour_ms = latest_empty_hour(in, of, from_ms);
     if (!hour_ms) {
       throw refusal(stream_label(channel.number, of.recording_type, of.number) + " has only " +
-                    std::to_string(plan.hours.size()) +
-                    " empty hours after its leak, which ends at " +
-                    utc_text(first_recordable_hour(in, of)) + " UTC; recycle that first");
+                    counted(static_cast<std::int64_t>(plan.hours.size()), "empty hour") +
+                    " after its leak, which ends at " + utc_text(first_recordable_hour(in, of)) +
+                    " UTC; recycle that first");
     }
     plan.hours.push_back(*hour_ms);
   }
@@ -75,9 +75,8 @@ void require_room(lab::recorder const& in, std::vector<planned_channel> const& p
 void record_channel(lab::recorder& in, planned_channel const& plan, int units) {
   for (std::int64_t const hour_ms : plan.hours) {
     in.record(plan.volume.id, plan.of, hour_ms, units);
-    std::cout << "recorded "
-              << stream_label(plan.channel.number, plan.of.recording_type, plan.of.number) << ' '
-              << utc_text(hour_ms) << " UTC on " << plan.volume.name << ", units " << units << '\n';
+    print("recorded " + stream_label(plan.channel.number, plan.of.recording_type, plan.of.number) +
+          ' ' + utc_text(hour_ms) + " UTC on " + plan.volume.name + ", " + counted(units, "unit"));
   }
 }
 
@@ -98,7 +97,7 @@ void add_record(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
   CLI::App& command = *tool.add_subcommand(
       "record", "Records the latest hours, up to the present one, that a stream does not have yet");
-  add_folder(command, asked->folder);
+  add_folder(command, asked->folder, fallback::none);
   add_now(command, asked->now_s);
   add_channel(command, asked->channels, "Channels, counted from 0")->default_str("all");
   add_stream(command, asked->stream);
@@ -109,7 +108,10 @@ void add_record(CLI::App& tool, action& chosen) {
   command.add_option("--units", asked->units, "Units for each hour")
       ->transform(whole_number(1, most_units))
       ->type_name("N");
-  command.callback([asked, &chosen] { chosen = [asked] { return record(*asked); }; });
+  command.callback([asked, &chosen] {
+    complete(asked->folder, fallback::none);
+    chosen = [asked] { return record(*asked); };
+  });
 }
 
 }  // namespace stlab

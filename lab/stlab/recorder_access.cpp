@@ -1,8 +1,8 @@
 #include "lab/stlab/recorder_access.h"
 
 #include <algorithm>
-#include <cstdio>
 
+#include "lab/recorder_state.h"
 #include "lab/stlab/commands.h"
 
 namespace stlab {
@@ -20,17 +20,38 @@ char const* type_letters(std::int32_t recording_type) {
   }
 }
 
+// Where an unusable folder was named, for who did not type it.
+std::string origin_of(recorder_folder const& folder) {
+  switch (folder.from) {
+    case recorder_folder::origin::variable:
+      return " (STLAB_RECORDER names this folder)";
+    case recorder_folder::origin::built_in:
+      return " (STLAB_RECORDER is not set; this is the folder then)";
+    case recorder_folder::origin::typed:
+      break;
+  }
+  return {};
+}
+
 std::string two_digits(std::int32_t number) {
   return (number < 10 ? "0" : "") + std::to_string(number);
 }
 
 }  // namespace
 
-lab::recorder open_recorder(std::filesystem::path const& folder, lab::access mode) {
+lab::recorder open_recorder(recorder_folder const& folder, lab::access mode) {
   try {
-    return lab::recorder::open(folder, mode);
+    return lab::recorder::open(folder.path, mode);
   } catch (lab::error const& problem) {
-    throw unusable(problem.what());
+    throw unusable(problem.what() + origin_of(folder));
+  }
+}
+
+void require_writable(recorder_folder const& folder) {
+  try {
+    lab::open_catalogue(lab::resolved(folder.path), lab::access::read_write);
+  } catch (lab::error const& problem) {
+    throw unusable(problem.what() + origin_of(folder));
   }
 }
 
@@ -69,8 +90,8 @@ lab::channel assigned_channel(lab::recorder const& in, lab::volume const& to) {
 void require_free_units(lab::recorder const& in, lab::volume const& on, std::int64_t needed) {
   std::int64_t const free_units = in.account(on.id).preallocated;
   if (needed <= free_units) return;
-  throw refusal("only " + std::to_string(free_units) + " units are free on " + on.name + "; " +
-                std::to_string(needed) + " are needed");
+  throw refusal("not enough free units on " + on.name + ": " + std::to_string(needed) +
+                " needed, " + std::to_string(free_units) + " free");
 }
 
 std::string channel_label(std::int32_t number) { return "ch" + two_digits(number + 1); }

@@ -2,15 +2,18 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
 
 #include "lab/recorder.h"
+#include "lab/stlab/options.h"
 
 namespace stlab {
 
 // Throws unusable.
-lab::recorder open_recorder(std::filesystem::path const& folder, lab::access mode);
+lab::recorder open_recorder(recorder_folder const& folder, lab::access mode);
+
+// Throws unusable unless the recorder's catalogue can be written.
+void require_writable(recorder_folder const& folder);
 
 // Each throws refusal when there is no such thing.
 

@@ -3,11 +3,14 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <tuple>
+#include <utility>
 
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
+#include "lab/stlab/text.h"
 #include "lab/stlab/times.h"
 
 namespace stlab {
@@ -18,10 +21,13 @@ enum class period_detail { summary, each };
 
 constexpr std::int32_t type_normal = 4;
 constexpr std::int32_t type_alarm = 1;
-constexpr std::int64_t bar_width = 40;
+constexpr std::int32_t type_manual = 2;
+constexpr std::size_t widest_bar = 40;
+constexpr std::size_t bar_indent = 4;
+constexpr std::size_t continuation_indent = 6;
 
 constexpr char const* state_names[] = {
-    "active",         "standby",        "not mounted",   "standby, not mounted",
+    "active",         "standby",        "NOT MOUNTED",   "standby, NOT MOUNTED",
     "making folders", "over threshold", "being removed", "unknown error",
 };
 
@@ -30,6 +36,34 @@ std::string state_name(std::int32_t state) {
     return "state " + std::to_string(state);
   }
   return state_names[state];
+}
+
+bool is_mounted(lab::volume const& volume) {
+  // Both states that are named so.
+  return volume.state != 2 && volume.state != 3;
+}
+
+// What of a recorder is shown: all of it, or what belongs to one volume, to one
+// channel, or to both.
+struct selection {
+  std::optional<lab::volume> volume;
+  std::optional<lab::channel> channel;
+
+  bool holds(lab::volume const& which) const { return !volume || volume->id == which.id; }
+  bool holds(lab::channel const& which) const { return !channel || channel->id == which.id; }
+  bool holds(lab::period const& which) const {
+    return (!volume || volume->sid_text == which.storage_id) &&
+           (!channel || channel->id == which.channel_id);
+  }
+};
+
+// Prints a line, broken at what the screen takes.
+void show_line(std::string const& text) {
+  std::cout << wrapped(printable(text), columns(), continuation_indent) << '\n';
+}
+
+std::int64_t bar_width() {
+  return static_cast<std::int64_t>(std::min(widest_bar, columns() - bar_indent - 2));
 }
 
 // '#' used, '.' preallocated, '!' lost, each in proportion. A part that is not 0
@@ -43,10 +77,11 @@ std::string bar(lab::volume_account const& account) {
   std::array<part, 3> parts{{{account.held + account.moving, '#', 0},
                              {account.preallocated, '.', 0},
                              {account.lost, '!', 0}}};
-  std::int64_t left = bar_width;
+  std::int64_t left = bar_width();
+  if (account.total == 0) return '[' + std::string(static_cast<std::size_t>(left), ' ') + ']';
   for (part& each : parts) {
     if (each.units <= 0) continue;
-    each.width = std::max<std::int64_t>(1, each.units * bar_width / account.total);
+    each.width = std::max<std::int64_t>(1, each.units * bar_width() / account.total);
     left -= each.width;
   }
   part& spare = parts[1];
@@ -59,52 +94,84 @@ std::string bar(lab::volume_account const& account) {
   return text + ']';
 }
 
+std::string unknown_bar() {
+  return '[' + std::string(static_cast<std::size_t>(bar_width()), '?') + ']';
+}
+
+std::string megabytes(std::int64_t mb) { return std::to_string(mb) + " MB"; }
+
 void show_volume(lab::recorder const& in, lab::volume const& volume) {
   lab::volume_account const account = in.account(volume.id);
   std::int64_t const unit_mb = in.unit_mb();
-  std::cout << "  volume " << volume.name << "  no " << volume.volume_no << ", "
-            << (volume.type == 0 ? "normal" : "spare") << ", " << state_name(volume.state)
-            << ", id " << volume.sid_text << "\n    " << bar(account) << " total "
-            << account.total * unit_mb << " MB: used " << (account.held + account.moving) * unit_mb
-            << ", preallocated " << account.preallocated * unit_mb << ", lost "
-            << account.lost * unit_mb << '\n';
+  bool const mounted = is_mounted(volume);
+  show_line("  volume " + volume.name + "  no " + std::to_string(volume.volume_no) + ", " +
+            (volume.type == 0 ? "normal" : "spare") + ", " + state_name(volume.state));
+  show_line(std::string(bar_indent, ' ') + "storage_id " + volume.sid_text);
+  show_line(std::string(bar_indent, ' ') + (mounted ? bar(account) : unknown_bar()));
+  show_line(std::string(bar_indent, ' ') + (mounted ? "" : "by the catalogue: ") + "total " +
+            megabytes(account.total * unit_mb) + ": used " +
+            std::to_string((account.held + account.moving) * unit_mb) + ", preallocated " +
+            std::to_string(account.preallocated * unit_mb) + ", lost " +
+            std::to_string(account.lost * unit_mb));
 }
 
-void show_recorded(lab::recorder const& in, lab::space const& space) {
+void show_recorded(lab::recorder const& in, lab::space const& space, selection const& chosen) {
   std::int64_t total_mb = 0;
   for (lab::channel const& channel : in.space_channels(space.id)) {
-    std::int64_t const all_mb = in.recorded_mb(space.id, channel.id, std::nullopt);
-    total_mb += all_mb;
-    std::cout << "  " << channel_label(channel.number) << " recorded " << all_mb << " MB (normal "
-              << in.recorded_mb(space.id, channel.id, type_normal) << ", alarm "
-              << in.recorded_mb(space.id, channel.id, type_alarm) << ")\n";
+    if (!chosen.holds(channel)) continue;
+    auto const recorded = [&](std::optional<std::int32_t> type) {
+      return in.recorded_mb(space.id, channel.id, type);
+    };
+    total_mb += recorded(std::nullopt);
+    show_line("  " + channel_label(channel.number) + " recorded " +
+              megabytes(recorded(std::nullopt)) + " (normal " +
+              std::to_string(recorded(type_normal)) + ", alarm " +
+              std::to_string(recorded(type_alarm)) + ", manual " +
+              std::to_string(recorded(type_manual)) + ")");
   }
-  std::cout << "  recorded in all " << total_mb << " MB\n";
+  if (!chosen.channel) show_line("  recorded in all " + megabytes(total_mb));
 }
 
-void show_space(lab::recorder const& in, lab::space const& space) {
-  std::cout << "space " << space.name << "  id " << space.sid << ", uuid " << space.uuid
-            << ", status " << space.status << ", total " << space.total_mb << " MB, used "
-            << space.used_mb << " MB\n";
+// What st calls uuid, storage_id, channel_id and channel is called so here.
+void show_space(lab::recorder const& in, lab::space const& space, selection const& chosen) {
+  if (chosen.volume && chosen.volume->space_id != space.id) return;
+  show_line("space " + space.name + "  uuid " + space.sid);
+  show_line("  status " + std::to_string(space.status) + ", total " + megabytes(space.total_mb) +
+            ", used " + megabytes(space.used_mb));
   for (lab::volume const& volume : in.volumes()) {
-    if (volume.space_id == space.id) show_volume(in, volume);
+    if (volume.space_id == space.id && chosen.holds(volume)) show_volume(in, volume);
   }
-  show_recorded(in, space);
+  if (!chosen.volume) show_recorded(in, space, chosen);
 }
 
-void show_channels(lab::recorder const& in) {
-  std::map<std::int64_t, std::string> volumes;
+// The volumes that each channel records into.
+std::map<std::int64_t, std::vector<lab::volume>> volumes_of_channels(lab::recorder const& in) {
+  std::map<std::int64_t, std::vector<lab::volume>> volumes;
   for (lab::volume const& volume : in.volumes()) {
     for (lab::channel const& channel : in.volume_channels(volume.volume_no)) {
-      std::string& names = volumes[channel.id];
-      names += (names.empty() ? "" : ", ") + volume.name;
+      volumes[channel.id].push_back(volume);
     }
   }
-  std::cout << "channels\n";
+  return volumes;
+}
+
+void show_channels(lab::recorder const& in, selection const& chosen) {
+  auto const volumes = volumes_of_channels(in);
+  show_line("channels");
   for (lab::channel const& channel : in.channels()) {
-    std::string const& names = volumes[channel.id];
-    std::cout << "  " << channel_label(channel.number) << "  number " << channel.number << ", id "
-              << channel.sid << ", records into " << (names.empty() ? "no volume" : names) << '\n';
+    if (!chosen.holds(channel)) continue;
+    std::string names;
+    bool is_chosen = !chosen.volume;
+    if (auto const found = volumes.find(channel.id); found != volumes.end()) {
+      for (lab::volume const& volume : found->second) {
+        names += (names.empty() ? "" : ", ") + volume.name;
+        is_chosen = is_chosen || chosen.holds(volume);
+      }
+    }
+    if (!is_chosen) continue;
+    show_line("  " + channel_label(channel.number) + "  channel_id " +
+              std::to_string(channel.number) + ", channel " + channel.sid + ", into " +
+              (names.empty() ? "no volume" : names));
   }
 }
 
@@ -143,60 +210,72 @@ std::vector<period_group> group(std::vector<lab::period> periods, period_detail 
 }
 
 void show_group(period_group const& shown, std::string const& label, std::string const& place) {
-  std::cout << "  " << label << "  " << utc_text(shown.first.start_ms) << " to "
-            << utc_text(shown.end_ms) << "  " << place;
-  if (shown.periods > 1) {
-    std::cout << ", periods " << shown.periods << " in runs " << shown.runs;
-  }
-  std::cout << '\n';
+  std::string const count = shown.periods == 1 ? ""
+                                               : ", " + counted(shown.periods, "period") + ", " +
+                                                     counted(shown.runs, "run");
+  show_line("  " + label + "  " + utc_text(shown.first.start_ms) + " to " + utc_text(shown.end_ms) +
+            "  " + place + count);
 }
 
-void show_periods(lab::recorder const& in, period_detail detail) {
+void show_periods(lab::recorder const& in, period_detail detail, selection const& chosen) {
   std::map<std::int64_t, std::int32_t> numbers;
   for (lab::channel const& channel : in.channels()) numbers[channel.id] = channel.number;
   std::map<std::string, std::string> places{{"", "NO STORAGE ID"}};
-  for (lab::volume const& volume : in.volumes()) places[volume.sid_text] = "on " + volume.name;
-  std::cout << "periods (UTC)\n";
-  for (period_group const& each : group(in.periods(), detail)) {
+  for (lab::volume const& volume : in.volumes()) places[volume.sid_text] = volume.name;
+  std::vector<lab::period> periods = in.periods();
+  periods.erase(std::remove_if(periods.begin(), periods.end(),
+                               [&](lab::period const& each) { return !chosen.holds(each); }),
+                periods.end());
+  show_line("periods (UTC)");
+  for (period_group const& each : group(std::move(periods), detail)) {
     lab::period const& first = each.first;
     show_group(each, stream_label(numbers[first.channel_id], first.recording_type, first.stream),
                places[first.storage_id]);
   }
 }
 
-exit_status show(std::filesystem::path const& folder, period_detail detail) {
-  lab::recorder const recorder = open_recorder(folder, lab::access::read_only);
+struct settings {
+  recorder_folder folder;
+  bool each_period = false;
+  std::string volume;
+  std::optional<std::int32_t> channel;
+};
+
+exit_status show(settings const& asked) {
+  lab::recorder const recorder = open_recorder(asked.folder, lab::access::read_only);
   lab::consistent_view const view(recorder);
-  std::cout << "recorder " << recorder.folder().string() << ", units of " << recorder.unit_mb()
-            << " MB\n";
-  for (lab::space const& space : recorder.spaces()) show_space(recorder, space);
+  selection chosen;
+  if (!asked.volume.empty()) chosen.volume = find_volume(recorder, asked.volume);
+  if (asked.channel) chosen.channel = find_channel(recorder, *asked.channel);
+  show_line("recorder " + recorder.folder().string() + ", units of " +
+            megabytes(recorder.unit_mb()));
+  for (lab::space const& space : recorder.spaces()) show_space(recorder, space, chosen);
   std::int64_t const unattributed_mb = recorder.unattributed_mb();
-  if (unattributed_mb > 0) {
-    std::cout << "recorded under no storage id " << unattributed_mb << " MB\n";
+  if (unattributed_mb > 0 && !chosen.volume && !chosen.channel) {
+    show_line("recorded under no storage id " + megabytes(unattributed_mb));
   }
-  show_channels(recorder);
-  show_periods(recorder, detail);
+  show_channels(recorder, chosen);
+  show_periods(recorder, asked.each_period ? period_detail::each : period_detail::summary, chosen);
   return exit_status::done;
 }
-
-struct settings {
-  std::filesystem::path folder;
-  bool each_period = false;
-};
 
 }  // namespace
 
 void add_show(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
   CLI::App& command = *tool.add_subcommand(
-      "show", "Shows spaces, volumes (# used, . preallocated, ! lost), channels and periods");
-  add_folder(command, asked->folder);
+      "show",
+      "Shows spaces, volumes (# used, . preallocated, ! lost, ? not mounted), channels and "
+      "periods");
+  add_folder(command, asked->folder, fallback::built_in);
+  add_volume(command, asked->volume, "all")->description("Only what belongs to this volume");
+  add_channel(command, asked->channel, "Only what belongs to this channel, counted from 0")
+      ->default_str("all");
   command.add_flag("--periods", asked->each_period,
                    "Each period, not only a summary for each stream");
   command.callback([asked, &chosen] {
-    chosen = [asked] {
-      return show(asked->folder, asked->each_period ? period_detail::each : period_detail::summary);
-    };
+    complete(asked->folder, fallback::built_in);
+    chosen = [asked] { return show(*asked); };
   });
 }
 

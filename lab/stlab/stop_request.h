@@ -1,14 +1,19 @@
-// Being asked to stop, by SIGINT or SIGTERM, while something must be cleaned up
-// first.
+// Being asked to stop, by SIGINT, SIGTERM or SIGHUP, while something must be
+// cleaned up first.
 #pragma once
 
+#include <atomic>
 #include <csignal>
+#include <thread>
+
+#include "lab/folder.h"
 
 namespace stlab {
 
-// Holds both signals back while it lives. One that came meanwhile does what it
-// does when this goes, which by default ends the program. A signal that the
-// program ignores stays ignored.
+// Holds the signals back while it lives, and says "stopping…" on standard error
+// at once when the first one comes, whatever the program is at. A signal that
+// came does what it does when this goes, which by default ends the program. One
+// that the program ignores stays ignored.
 class stop_request {
  public:
   stop_request();
@@ -17,11 +22,18 @@ class stop_request {
   stop_request& operator=(stop_request const&) = delete;
 
   // True once a signal has come.
-  bool is_asked_for() const;
+  bool is_asked_for();
 
  private:
+  void watch();
+  void announce();
+
   sigset_t watched_;
   sigset_t before_;
+  lab::descriptor signals_;
+  lab::descriptor end_;
+  std::atomic<bool> asked_{false};
+  std::thread watcher_;
 };
 
 }  // namespace stlab

@@ -1,7 +1,8 @@
 #include "lab/stlab/times.h"
 
-#include <cstdio>
 #include <ctime>
+#include <regex>
+#include <tuple>
 
 #include "lab/stlab/commands.h"
 
@@ -14,6 +15,32 @@ std::string utc_text(std::int64_t time_ms) {
   char text[40];
   std::size_t const length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", &parts);
   return {text, length};
+}
+
+std::optional<std::int64_t> seconds_of(std::string const& text) {
+  static std::regex const form(R"((\d{4})-(\d\d)-(\d\d)(?:[ T](\d\d):(\d\d)(?::(\d\d))?)?(Z?))");
+  std::smatch parts;
+  if (!std::regex_match(text, parts, form)) return std::nullopt;
+  auto const number = [&parts](std::size_t part) {
+    return parts[part].matched ? std::stoi(parts[part]) : 0;
+  };
+  std::tm asked{};
+  asked.tm_year = number(1) - 1900;
+  asked.tm_mon = number(2) - 1;
+  asked.tm_mday = number(3);
+  asked.tm_hour = number(4);
+  asked.tm_min = number(5);
+  asked.tm_sec = number(6);
+  asked.tm_isdst = -1;
+  std::tm found = asked;
+  bool const is_utc = parts[7].length() > 0;
+  std::time_t const seconds = is_utc ? ::timegm(&found) : ::mktime(&found);
+  // What is out of range has been counted over into another date or time.
+  auto const fields = [](std::tm const& of) {
+    return std::tuple(of.tm_year, of.tm_mon, of.tm_mday, of.tm_hour, of.tm_min, of.tm_sec);
+  };
+  if (fields(found) != fields(asked)) return std::nullopt;
+  return std::int64_t{seconds};
 }
 
 std::int64_t midnight_hour(std::int64_t time_ms, int days_back) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "lab/layout.h"
@@ -12,6 +13,11 @@ inline constexpr std::int64_t day_milliseconds = 24 * lab::hour_milliseconds;
 
 // "2026-11-21 07:00", in UTC.
 std::string utc_text(std::int64_t time_ms);
+
+// The seconds since the epoch of "2026-11-21", "2026-11-21 07:00" or
+// "2026-11-21 07:00:30", a T in place of the blank: in UTC with a Z at its end,
+// else in local time. None for anything else, and for what no clock shows.
+std::optional<std::int64_t> seconds_of(std::string const& text);
 
 // The start of the UTC hour that holds the local midnight `days_back` days
 // before the one that began the local day of `time_ms`.

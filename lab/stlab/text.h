@@ -1,0 +1,30 @@
+// Text as it is shown.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace stlab {
+
+// The text as one line that a terminal only shows: control characters, those
+// that turn the direction of writing, and what is not UTF-8 as "\x1b", a
+// backslash as "\\".
+std::string printable(std::string_view text);
+
+// "1 unit", "2 units".
+std::string counted(std::int64_t count, std::string const& what);
+
+// Prints a printable line to standard output.
+void print(std::string_view line);
+
+// Columns of a line to be shown: those that COLUMNS says, else the terminal's,
+// else 80; at least 20.
+std::size_t columns();
+
+// The text broken into lines of at most `width` letters, at spaces as far as can
+// be; all lines but the first begin with `indent` spaces.
+std::string wrapped(std::string_view text, std::size_t width, std::size_t indent);
+
+}  // namespace stlab
