@@ -1,0 +1,446 @@
+// Edits by statements.
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "edit_kinds.h"
+
+namespace hostile {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct column {
+  char const* table;
+  char const* name;
+};
+
+std::vector<column> const numbers{
+    {"recorder", "unit_mb"},
+    {"recorder", "unit_mb"},
+    {"recorder", "seed"},
+    {"recorder", "made_ms"},
+    {"space", "id"},
+    {"space", "status"},
+    {"space", "spare_state"},
+    {"volume", "id"},
+    {"volume", "space_id"},
+    {"volume", "sid_number"},
+    {"volume", "type"},
+    {"volume", "state"},
+    {"volume", "volume_no"},
+    {"channel", "id"},
+    {"channel", "number"},
+    {"assignment", "channel_id"},
+    {"assignment", "volume_id"},
+    {"period", "id"},
+    {"period", "channel_id"},
+    {"period", "recording_type"},
+    {"period", "stream"},
+    {"period", "start_ms"},
+    {"period", "end_ms"},
+    {"period", "start_ms"},
+    {"period", "end_ms"},
+    {"unit", "id"},
+    {"unit", "volume_id"},
+    {"unit", "channel_id"},
+    {"unit", "recording_type"},
+    {"unit", "stream"},
+    {"unit", "hour_ms"},
+    {"unit", "hour_ms"},
+    {"unit", "period_id"},
+};
+
+std::vector<column> const texts{
+    {"space", "sid"},   {"space", "name"},    {"space", "uuid"},  {"volume", "sid_text"},
+    {"volume", "name"}, {"volume", "folder"}, {"channel", "sid"}, {"period", "storage_id"},
+    {"unit", "name"},   {"unit", "name"},     {"unit", "name"},   {"unit", "state"},
+};
+
+std::vector<std::string> const tables{"recorder",   "space",  "volume", "channel",
+                                      "assignment", "period", "unit"};
+
+std::vector<std::string> const absurd_numbers{
+    "0",
+    "-1",
+    "1",
+    "2",
+    "3",
+    "127",
+    "2147483647",
+    "2147483648",
+    "-2147483648",
+    "4294967295",
+    "4294967296",
+    "999999999999",
+    "9007199254740992",
+    "4611686018427387904",
+    "9223372036854775807",
+    "(-9223372036854775807 - 1)",
+    "-9223372036854775807",
+    "9223372036854",
+    "-3600000",
+    "1795183200000",
+    "253402300800000",
+    "67768036191676799000",
+};
+
+std::string hex(std::string const& bytes) {
+  constexpr char digits[] = "0123456789abcdef";
+  std::string text;
+  for (char const byte : bytes) {
+    auto const value = static_cast<unsigned char>(byte);
+    text += digits[value >> 4U];
+    text += digits[value & 15U];
+  }
+  return text;
+}
+
+std::string quoted(std::string const& text) { return "CAST(x'" + hex(text) + "' AS TEXT)"; }
+
+std::string one_row(std::string const& table, chooser& choose) {
+  return " WHERE rowid = (SELECT rowid FROM " + table + " ORDER BY rowid LIMIT 1 OFFSET " +
+         std::to_string(choose.below(64)) + " % max(1, (SELECT count(*) FROM " + table + ")))";
+}
+
+// Of one row, or of as many as uniqueness leaves.
+std::string rows(std::string const& table, chooser& choose) {
+  return choose.one_in(3) ? "" : one_row(table, choose);
+}
+
+std::string perform(arena const& in, std::string const& sql, std::string const& what) {
+  auto const failure = in.tamper(sql);
+  return "catalogue: " + what + (failure.empty() ? "" : " (refused: " + failure + ")");
+}
+
+std::string absurd_number(arena& in, chooser& choose) {
+  auto const where = choose.of(numbers);
+  auto const number = choose.of(absurd_numbers);
+  auto const which = rows(where.table, choose);
+  auto const sql = std::string("UPDATE OR IGNORE ") + where.table + " SET " + where.name + " = " +
+                   number + which;
+  return perform(in, sql, sql);
+}
+
+// Several at once: products and sums of them.
+std::string absurd_numbers_everywhere(arena& in, chooser& choose) {
+  std::string sql;
+  for (std::size_t count = 2 + choose.below(6); count > 0; --count) {
+    auto const where = choose.of(numbers);
+    auto const number = choose.of(absurd_numbers);
+    sql += std::string("UPDATE OR IGNORE ") + where.table + " SET " + where.name + " = " + number +
+           rows(where.table, choose) + ";";
+  }
+  return perform(in, sql, sql);
+}
+
+std::string text_in_place(arena& in, chooser& choose) {
+  auto const where = choose.of(texts);
+  auto const text = hostile_text(in, choose);
+  auto const which = rows(where.table, choose);
+  std::string const head = std::string("UPDATE OR IGNORE ") + where.table + " SET " + where.name;
+  return perform(in, head + " = " + quoted(text) + which, head + " = " + shown(text) + which);
+}
+
+// A volume whose identity agrees with what the catalogue says of it.
+std::string volume_elsewhere(arena& in, chooser& choose) {
+  auto const there = in.victim() / "recorder/share/vol1";
+  std::vector<std::string> const folders{"../../victim/recorder/share/vol1",
+                                         there.string(),
+                                         "..",
+                                         ".",
+                                         "../../victim/tree",
+                                         "vol1/../../../victim/tree",
+                                         "/"};
+  auto const folder = choose.of(folders);
+  auto const sql = "UPDATE OR IGNORE volume SET folder = " + quoted(folder) + " WHERE id = 1";
+  return perform(in, sql, "vol1 lies in " + folder);
+}
+
+std::string storage_elsewhere(arena& in, chooser& choose) {
+  std::vector<std::string> const ids{"/../../../../victim/tree",
+                                     "/../../../victim/tree",
+                                     "/../preallocate",
+                                     "/..",
+                                     "/../../vol2",
+                                     ""};
+  auto const id = choose.of(ids);
+  auto const volume = in.recorder() / "share/vol1";
+  std::error_code ignored;
+  fs::create_directory(volume / "FSU_", ignored);
+  write_file(volume / "identity", id + "\n");
+  auto const sql = "UPDATE volume SET sid_text = " + quoted(id) + " WHERE id = 1;" +
+                   "UPDATE period SET storage_id = " + quoted(id) + " WHERE id = 1";
+  return perform(in, sql, "vol1 has the storage id " + shown(id));
+}
+
+std::string unit_on_its_way(arena& in, chooser& choose) {
+  auto const name = hostile_text(in, choose);
+  std::string const state = choose.one_in(2) ? "recycling" : "recording";
+  auto const named = choose.one_in(2) ? ", name = " + quoted(name) : std::string();
+  auto const sql = "UPDATE OR IGNORE unit SET period_id = NULL, state = '" + state + "'" + named +
+                   " WHERE id = (SELECT id FROM unit WHERE channel_id IS NOT NULL ORDER BY id"
+                   " LIMIT 1 OFFSET " +
+                   std::to_string(choose.below(4)) + ")";
+  return perform(in, sql,
+                 "a unit named " + (named.empty() ? "as it was" : shown(name)) + " is " + state);
+}
+
+// Free units, leaking ones and held ones.
+std::string units_by_path(arena& in, chooser& choose) {
+  std::vector<std::string> const conditions{"state = 'free'", "state = 'recorded'",
+                                            "period_id IS NULL AND state = 'recorded'", "1"};
+  std::vector<std::string> const prefixes{"../../../../../victim/tree/",
+                                          in.victim().string() + "/tree/",
+                                          "../../../../../victim/tree/new-",
+                                          "../",
+                                          "./",
+                                          "x/"};
+  auto const where = choose.of(conditions);
+  auto const prefix = choose.of(prefixes);
+  auto const sql = "UPDATE OR IGNORE unit SET name = " + quoted(prefix) + " || name WHERE " + where;
+  return perform(in, sql, "units by path: " + prefix + " where " + where);
+}
+
+std::string state_anywhere(arena& in, chooser& choose) {
+  std::vector<std::string> const states{"free", "recording", "recorded", "recycling",
+                                        "bad",  "",          "Free",     "nothing"};
+  auto const sql = "UPDATE unit SET state = '" + choose.of(states) + "'" + rows("unit", choose);
+  return perform(in, sql, sql);
+}
+
+std::string endless_period(arena& in, chooser& choose) {
+  std::vector<std::string> const spans{
+      "0, 9223372036854775807",
+      "-9223372036854775807 - 1, 9223372036854775807",
+      "-9223372036854775807 - 1, -9223372036854775807",
+      "9223372036854775806, 9223372036854775807",
+      "0, 253402300799999",
+      "-62135596800000, 253402300799999",
+      "1795183200000, 9007199254740992",
+      "9223372036854775807, 0",
+      "-1, 4611686018427387904",
+  };
+  auto const span = choose.of(spans);
+  std::size_t const count = choose.one_in(4) ? 2000 : 1;
+  auto const sql =
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
+      std::to_string(count) +
+      ") INSERT INTO period (channel_id, recording_type, stream, start_ms, end_ms, storage_id)"
+      " SELECT 1 + (i % 3), " +
+      std::string(choose.one_in(2) ? "4" : "1") + ", 0, " + span + ", " +
+      (choose.one_in(3) ? "''" : "(SELECT sid_text FROM volume LIMIT 1)") + " FROM n";
+  return perform(in, sql, std::to_string(count) + " periods of " + span);
+}
+
+std::string all_periods_endless(arena& in, chooser& choose) {
+  std::string const sql = choose.one_in(2)
+                              ? "UPDATE period SET start_ms = 0, end_ms = 9223372036854775807"
+                              : "UPDATE period SET start_ms = -9223372036854775807 - 1";
+  return perform(in, sql, sql);
+}
+
+std::string trigger(arena& in, chooser& choose) {
+  auto const& table = choose.of(tables);
+  std::vector<std::string> const events{"INSERT", "UPDATE", "DELETE"};
+  auto const event = choose.of(events);
+  std::vector<std::string> const bodies{
+      "DELETE FROM unit;",
+      "UPDATE unit SET name = '../../../../../victim/passwd' WHERE id = 1;",
+      "UPDATE OR IGNORE unit SET state = 'recycling', name = '../../../../../victim/passwd';",
+      "INSERT INTO period (channel_id, recording_type, stream, start_ms, end_ms, storage_id) "
+      "SELECT 1, 4, 0, 0, 9223372036854775807, '';",
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) "
+      "INSERT INTO space SELECT i, i, i, i, 0, 0 FROM n;",
+      "SELECT RAISE(ABORT, 'no');",
+      "SELECT RAISE(ROLLBACK, 'no');",
+      "SELECT RAISE(IGNORE);",
+      "SELECT load_extension('/nonexistent');",
+      "SELECT zeroblob(1000000000);",
+  };
+  auto const body = choose.of(bodies);
+  auto const sql = "CREATE TRIGGER hostile" + std::to_string(choose.below(1000)) + " BEFORE " +
+                   event + " ON " + table + " BEGIN " + body + " END";
+  return perform(in, sql, sql);
+}
+
+std::string view_for_table(arena& in, chooser& choose) {
+  auto const& table = choose.of(tables);
+  std::vector<std::string> const endless{
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT hidden.* FROM n, hidden",
+      "SELECT a.* FROM hidden a, hidden b, hidden c, hidden d, hidden e, hidden f, hidden g, "
+      "hidden h, hidden i, hidden j, hidden k",
+      "SELECT * FROM " + table,
+      "SELECT 1",
+      "SELECT randomblob(1000000000)",
+  };
+  auto const body = choose.of(endless);
+  auto const sql =
+      "ALTER TABLE " + table + " RENAME TO hidden; CREATE VIEW " + table + " AS " + body;
+  return perform(in, sql, table + " is a view: " + body);
+}
+
+std::string schema_text(arena& in, chooser& choose) {
+  auto const& table = choose.of(tables);
+  std::vector<std::string> const changes{
+      "CREATE TABLE extra (a, b); INSERT INTO extra VALUES (1, 2)",
+      "CREATE TABLE sqlite_stat9 (a)",
+      "CREATE INDEX extra_index ON unit (name, abs(hour_ms))",
+      "CREATE UNIQUE INDEX extra_unique ON period (start_ms)",
+      "CREATE INDEX extra_partial ON period (id) WHERE abs(start_ms) > 0",
+      "DROP INDEX unit_by_state",
+      "DROP TABLE " + table,
+      "DELETE FROM " + table,
+      "ALTER TABLE unit DROP COLUMN stream",
+      "ALTER TABLE unit RENAME COLUMN name TO named",
+      "ALTER TABLE unit ADD COLUMN more TEXT DEFAULT 'x'",
+      "ALTER TABLE volume ADD COLUMN grown TEXT AS (randomblob(1000000)) VIRTUAL",
+      "CREATE VIRTUAL TABLE found USING fts5 (a)",
+      "UPDATE sqlite_master SET sql = replace(sql, 'INTEGER', 'TEXT') WHERE name = '" + table + "'",
+      "UPDATE sqlite_master SET sql = 'CREATE TABLE ' || name || ' (' WHERE name = '" + table + "'",
+      "UPDATE sqlite_master SET rootpage = 1 WHERE name = '" + table + "'",
+      "UPDATE sqlite_master SET rootpage = 2147483647 WHERE name = '" + table + "'",
+      "UPDATE sqlite_master SET rootpage = (SELECT rootpage FROM sqlite_master WHERE name = 'unit')"
+      " WHERE name = '" +
+          table + "'",
+      "UPDATE sqlite_master SET sql = NULL, name = NULL WHERE name = 'unit_by_state'",
+      "DELETE FROM sqlite_master",
+      "PRAGMA user_version = 2",
+      "PRAGMA user_version = -1",
+      "PRAGMA application_id = 0",
+      "PRAGMA journal_mode = WAL",
+      "PRAGMA page_size = 65536; VACUUM",
+      "PRAGMA page_size = 512; VACUUM",
+      "PRAGMA auto_vacuum = 1; VACUUM",
+      "INSERT INTO recorder VALUES (2, 1, 1, 1)",
+      "UPDATE recorder SET id = 7",
+  };
+  auto const sql = choose.of(changes);
+  return perform(in, sql, sql);
+}
+
+// The type of a column is held by the table's text only: without STRICT,
+// anything goes in, and the text can be put back.
+std::string text_for_number(arena& in, chooser& choose) {
+  auto const where = choose.of(numbers);
+  std::vector<std::string> const values{"'text'", "''",   "x'00ff'", "1e300", "9e999",
+                                        "-9e999", "NULL", "'12x'",   "0.5",   "zeroblob(100000)"};
+  auto const value = choose.of(values);
+  std::string const table = where.table;
+  auto const swap = [&](std::string const& from, std::string const& to) {
+    return "UPDATE sqlite_master SET sql = replace(sql, '" + from + "', '" + to +
+           "') WHERE name = '" + table + "' AND type = 'table'";
+  };
+  bool const put_back = !choose.one_in(3);
+  auto first = in.tamper(swap(") STRICT", ")") + ";" + swap("NOT NULL", "/*N*/"));
+  auto const second = in.tamper("UPDATE OR IGNORE " + table + " SET " + where.name + " = " + value +
+                                rows(table, choose));
+  if (put_back) {
+    in.tamper(
+        "UPDATE sqlite_master SET sql = replace(sql, '/*N*/', 'NOT NULL') || ' STRICT'"
+        " WHERE name = '" +
+        table + "' AND type = 'table'");
+  }
+  return "catalogue: " + table + "." + where.name + " = " + value + ", its type " +
+         (put_back ? "put back" : "gone") + ' ' + first + second;
+}
+
+std::string many_rows(arena& in, chooser& choose) {
+  std::vector<std::string> const inserts{
+      "INSERT OR IGNORE INTO volume SELECT i, 1, i, printf('%032d', i), 'v' || i, 'vol1', 0, 0, i FROM n",
+      "INSERT OR IGNORE INTO volume SELECT i, 1, i, printf('%032d', i), 'v' || i, 'f' || i, 0, 0, i FROM n",
+      "INSERT OR IGNORE INTO space SELECT i, printf('%036d', i), 's' || i, printf('%036d', i), 0, 0 FROM n",
+      "INSERT OR IGNORE INTO channel SELECT i, i * 1000003, printf('%032d', i) FROM n",
+      "INSERT OR IGNORE INTO unit (volume_id, name) SELECT 1, 'ghost' || i FROM n",
+      "INSERT OR IGNORE INTO unit (volume_id, name, state, channel_id, recording_type, stream, hour_ms) "
+      "SELECT 1, 'ghost' || i, 'recycling', 1, 4, 0, 1795183200000 + i * 3600000 FROM n",
+      "INSERT OR IGNORE INTO unit (volume_id, name, state, channel_id, recording_type, stream, hour_ms) "
+      "SELECT 1, 'ghost' || i, 'recorded', 1, 4, 0, 1795183200000 + i * 3600000 FROM n",
+  };
+  auto const body = choose.of(inserts);
+  // What many spaces or channels cost is their product, and honest.
+  std::string const last = body.find("INTO unit") == std::string::npos ? "110" : "400";
+  auto const sql = "WITH RECURSIVE n(i) AS (SELECT 100 UNION ALL SELECT i + 1 FROM n WHERE i < " +
+                   last + ") " + body;
+  return perform(in, sql, sql);
+}
+
+}  // namespace
+
+std::vector<edit> const& catalogue_edits() {
+  static std::vector<edit> const all{
+      absurd_number,       absurd_number,   absurd_numbers_everywhere,
+      text_in_place,       text_in_place,   volume_elsewhere,
+      storage_elsewhere,   unit_on_its_way, unit_on_its_way,
+      units_by_path,       state_anywhere,  endless_period,
+      all_periods_endless, trigger,         view_for_table,
+      schema_text,         schema_text,     text_for_number,
+      many_rows,
+  };
+  return all;
+}
+
+std::string hostile_text(arena const& in, chooser& choose) {
+  constexpr std::size_t megabyte = std::size_t{1024} * 1024;
+  std::string const outside = "../../../../../victim/";
+  std::vector<std::string> const all{
+      outside + "passwd",
+      outside + "tree",
+      outside + "new",
+      outside + "tree/new",
+      outside + "recorder/catalogue.db",
+      (in.victim() / "passwd").string(),
+      (in.victim() / "new").string(),
+      (in.victim() / "tree").string(),
+      in.victim().string(),
+      "../preallocate/unit000001",
+      "../../identity",
+      "../../../../catalogue.db",
+      "../../../../catalogue.db-journal",
+      "",
+      ".",
+      "..",
+      "/",
+      "a/b",
+      "unit000001",
+      "unit000000/",
+      " ",
+      "-rf",
+      "*",
+      "%s%n%s%n",
+      "'; DROP TABLE unit; --",
+      "identity",
+      "preallocate",
+      "vol2",
+      "\033[2J\033[1;1H",
+      "vol1\nclean\n",
+      "\r\t\b\a\177",
+      "\xff\xfe\xc0\x80",
+      std::string("vol1\0vol2", 9),
+      std::string("\0", 1),
+      std::string(255, 'x'),
+      std::string(256, 'x'),
+      std::string(5000, 'x'),
+      std::string(megabyte, 'x'),
+      std::string(32, '.'),
+      std::string(36, '/'),
+      "00000000000000000000000000000000",
+      "000000000000000000000000000000000000",
+      "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz",
+  };
+  return choose.of(all);
+}
+
+std::string shown(std::string const& text) {
+  constexpr std::size_t widest = 80;
+  std::string line = '"' + text.substr(0, widest) + '"';
+  for (char& each : line) {
+    if (static_cast<unsigned char>(each) < ' ' || static_cast<unsigned char>(each) > '~')
+      each = '?';
+  }
+  if (text.size() > widest) line += " (" + std::to_string(text.size()) + " bytes)";
+  return line;
+}
+
+}  // namespace hostile

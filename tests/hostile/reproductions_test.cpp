@@ -1,0 +1,545 @@
+// Single lies of a recorder, each with what is expected of the programs.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <iostream>
+#include <map>
+#include <memory>
+
+#include "arena.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using hostile::words;
+
+std::vector<words> const every_st_word{{"spacelist"},
+                                       {"vollist", "Storage1"},
+                                       {"volset", "vol1", "0", "1"},
+                                       {"volchn", "vol1"},
+                                       {"voluse", "-1"},
+                                       {"volclean", "-1"},
+                                       {"autoclean"},
+                                       {"nullid", "-1"},
+                                       {"recoverid", "-1"},
+                                       {"spaceinfo", "Storage1"}};
+
+// What opens, reads, writes and mends a recorder in every way that there is.
+std::vector<words> const most_st_words{{"spacelist"},      {"volset", "vol1", "0", "1"},
+                                       {"volclean", "-1"}, {"autoclean"},
+                                       {"nullid", "-1"},   {"spaceinfo", "Storage1"}};
+
+std::vector<words> const most_stlab_commands{
+    {"show"},
+    {"record", "--channel", "0", "--stream", "2", "--units", "2"},
+    {"leak", "--volume", "vol2", "--hours", "1"},
+    {"lose-id", "--channel", "0"},
+    {"damage", "duplicate-unit", "--volume", "vol1"},
+    {"check", "--repair"},
+    {"expire", "--days", "0"}};
+
+std::string joined(words const& all) {
+  std::string text;
+  for (std::string const& word : all) text += word + ' ';
+  return text;
+}
+
+bool holds(std::string const& text, std::string const& part) {
+  return text.find(part) != std::string::npos;
+}
+
+class reproduction : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { base() = std::make_unique<hostile::recorder_template>(); }
+  static void TearDownTestSuite() { base().reset(); }
+
+  ~reproduction() override {
+    if (!HasFailure()) return;
+    place.keep();
+    std::cout << "kept in " << place.folder() << '\n';
+  }
+
+  // From here on nothing outside the recorder may change.
+  void SetUp() override { place.remember(); }
+
+  void tamper(std::string const& sql) const { ASSERT_EQ(place.tamper(sql), ""); }
+
+  hostile::outcome st(words const& arguments) const {
+    auto result = place.st(arguments);
+    EXPECT_EQ(hostile::problem_of_st(result), "") << "st " << joined(arguments);
+    EXPECT_EQ(place.harm(hostile::depth::with_content), "") << "st " << joined(arguments);
+    return result;
+  }
+
+  hostile::outcome stlab(words const& arguments) const {
+    auto result = place.stlab(arguments.front(), words(arguments.begin() + 1, arguments.end()));
+    EXPECT_EQ(hostile::problem_of_stlab(result), "") << "stlab " << joined(arguments);
+    EXPECT_EQ(place.harm(hostile::depth::with_content), "") << "stlab " << joined(arguments);
+    return result;
+  }
+
+  void run_everything() const {
+    for (words const& each : most_st_words) st(each);
+    for (words const& each : most_stlab_commands) stlab(each);
+  }
+
+  static std::unique_ptr<hostile::recorder_template>& base() {
+    static std::unique_ptr<hostile::recorder_template> made;
+    return made;
+  }
+
+  hostile::arena place{*base()};
+};
+
+// What the others rest on: a copy of the recorder is as sound as it was.
+TEST_F(reproduction, is_made_of_a_sound_recorder) {
+  auto const listed = st({"vollist", "Storage1"}).output;
+  EXPECT_TRUE(holds(listed, "[vol1], [NORMAL] [ACTIVE             ]")) << listed;
+  EXPECT_TRUE(holds(st({"autoclean"}).output, "Volume space leak detected count: 1\n"));
+  EXPECT_EQ(stlab({"check"}).output.rfind("null-id: ", 0), 0);
+  EXPECT_EQ(stlab({"record", "--channel", "0", "--stream", "2"}).status, 0);
+}
+
+// A unit's name is a path out of the recorder.
+
+std::string const outside = "../../../../../victim/";
+
+class name_of_a_unit_on_its_way : public reproduction, public testing::WithParamInterface<words> {};
+
+TEST_P(name_of_a_unit_on_its_way, takes_no_file_outside) {
+  tamper("UPDATE unit SET state = 'recycling', period_id = NULL, name = '" + outside +
+         "passwd' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND channel_id IS NOT NULL "
+         "LIMIT 1)");
+  st(GetParam());
+}
+
+TEST_P(name_of_a_unit_on_its_way, takes_no_file_by_its_whole_path) {
+  tamper("UPDATE unit SET state = 'recycling', period_id = NULL, name = '" +
+         (place.victim() / "passwd").string() +
+         "' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND channel_id IS NOT NULL LIMIT "
+         "1)");
+  st(GetParam());
+}
+
+std::string first_word(testing::TestParamInfo<words> const& info) { return info.param.front(); }
+
+INSTANTIATE_TEST_SUITE_P(by_word, name_of_a_unit_on_its_way, testing::ValuesIn(every_st_word),
+                         first_word);
+
+TEST_F(reproduction, a_free_unit_outside_is_not_recorded_into) {
+  tamper("UPDATE unit SET name = '" + outside +
+         "big' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND state = 'free' LIMIT 1)");
+  stlab({"record", "--channel", "0", "--stream", "2", "--units", "4"});
+  // What was begun is brought home, or so the catalogue says.
+  st({"spacelist"});
+}
+
+TEST_F(reproduction, a_free_unit_of_a_whole_path_is_not_recorded_into) {
+  tamper("UPDATE unit SET name = '" + (place.victim() / "big").string() +
+         "' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND state = 'free' LIMIT 1)");
+  stlab({"record", "--channel", "0", "--stream", "2", "--units", "4"});
+  // What was begun is brought home, or so the catalogue says.
+  st({"spacelist"});
+}
+
+TEST_F(reproduction, repair_makes_no_file_outside) {
+  tamper("UPDATE unit SET name = '" + outside +
+         "new' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND state = 'free' LIMIT 1)");
+  stlab({"check", "--repair"});
+  tamper("UPDATE unit SET state = 'bad' WHERE name LIKE '%new'");
+  stlab({"check", "--repair"});
+}
+
+TEST_F(reproduction, retention_takes_no_file_outside) {
+  tamper("UPDATE unit SET name = '" + outside +
+         "passwd' WHERE id = (SELECT id FROM unit WHERE period_id IS NOT NULL AND volume_id = 1 "
+         "ORDER BY hour_ms LIMIT 1)");
+  stlab({"expire", "--days", "0"});
+  st({"volclean", "-1"});
+}
+
+// With an identity that agrees, another folder would be a mounted volume.
+TEST_F(reproduction, a_volume_outside_is_nobodys) {
+  for (std::string const& folder :
+       {std::string("../../victim/recorder/share/vol1"),
+        (place.victim() / "recorder/share/vol1").string(), std::string(".."), std::string()}) {
+    tamper("UPDATE volume SET folder = '" + folder + "' WHERE id = 1");
+    run_everything();
+  }
+}
+
+TEST_F(reproduction, a_storage_id_is_no_path) {
+  std::string const id = "/../../../../victim/tree";
+  fs::create_directory(place.recorder() / "share/vol1/FSU_");
+  hostile::write_file(place.recorder() / "share/vol1/identity", id + "\n");
+  tamper("UPDATE volume SET sid_text = '" + id + "' WHERE id = 1");
+  run_everything();
+}
+
+// Links in the place of folders.
+
+enum class linked { share_entry, storage, preallocate };
+
+class volume_by_link : public reproduction, public testing::WithParamInterface<linked> {
+ protected:
+  // To the same folder of the recorder beside, which agrees in all.
+  void SetUp() override {
+    auto const storage = place.storage("vol1");
+    std::map<linked, fs::path> const paths{{linked::share_entry, place.recorder() / "share/vol1"},
+                                           {linked::storage, storage},
+                                           {linked::preallocate, storage / "preallocate"}};
+    auto const& path = paths.at(GetParam());
+    fs::remove_all(path);
+    fs::create_directory_symlink(
+        place.victim() / path.lexically_relative(place.recorder().parent_path()), path);
+    place.remember();
+  }
+};
+
+TEST_P(volume_by_link, is_shown_as_not_mounted) {
+  EXPECT_TRUE(holds(st({"vollist", "Storage1"}).output, "[NOT_MOUNTED        ]"));
+}
+
+TEST_P(volume_by_link, is_reported_by_check) {
+  auto const found = stlab({"check"});
+  EXPECT_NE(found.status, 0);
+  EXPECT_TRUE(holds(found.output, "not-mounted: volume vol1")) << found.output;
+}
+
+TEST_P(volume_by_link, is_not_measured_by_autoclean) {
+  auto const trace = place.recorder() / "trace";
+  place.extra["STLAB_TRACE"] = trace;
+  auto const result = st({"autoclean"});
+  EXPECT_TRUE(holds(result.output, "Volume [/dev/null/share/vol1] path does not exist\n"))
+      << result.output;
+  EXPECT_TRUE(holds(result.output, "Volume space leak detected count: 0\n")) << result.output;
+  EXPECT_FALSE(holds(hostile::read_file(trace), "vol1/FSU_")) << hostile::read_file(trace);
+}
+
+TEST_P(volume_by_link, takes_no_recording) {
+  auto const before = stlab({"record", "--channel", "0", "--stream", "2"});
+  EXPECT_NE(before.status, 0) << before.output;
+}
+
+TEST_P(volume_by_link, is_left_alone_by_everything) { run_everything(); }
+
+std::string linked_name(testing::TestParamInfo<linked> const& info) {
+  std::map<linked, std::string> const names{{linked::share_entry, "share_entry"},
+                                            {linked::storage, "storage"},
+                                            {linked::preallocate, "preallocate"}};
+  return names.at(info.param);
+}
+
+INSTANTIATE_TEST_SUITE_P(by_folder, volume_by_link,
+                         testing::Values(linked::share_entry, linked::storage, linked::preallocate),
+                         linked_name);
+
+// Absurd numbers.
+
+TEST_F(reproduction, a_period_without_end_is_no_work_without_end) {
+  tamper("UPDATE period SET start_ms = 0, end_ms = 9223372036854775807");
+  run_everything();
+}
+
+TEST_F(reproduction, a_period_of_all_time_is_no_work_without_end) {
+  tamper("UPDATE period SET start_ms = -9223372036854775807 - 1, end_ms = 9223372036854775807");
+  run_everything();
+}
+
+class absurd_number : public reproduction, public testing::WithParamInterface<char const*> {};
+
+// Under the sanitizers, a sum or product beyond 64 bits ends a program.
+TEST_P(absurd_number, overflows_nothing) {
+  std::string const number = GetParam();
+  for (std::string const column :
+       {"recorder SET unit_mb", "period SET start_ms", "period SET end_ms", "unit SET hour_ms",
+        "channel SET number", "unit SET recording_type", "period SET recording_type",
+        "unit SET stream", "volume SET volume_no", "volume SET state", "volume SET type",
+        "volume SET sid_number"}) {
+    SCOPED_TRACE(column + " = " + number);
+    hostile::arena another(*base());
+    another.tamper("UPDATE OR IGNORE " + column + " = " + number);
+    another.remember();
+    for (words const& each : {words{"spaceinfo", "Storage1"}, words{"autoclean"},
+                              words{"volclean", "-1"}, words{"vollist", "Storage1"}}) {
+      EXPECT_EQ(hostile::problem_of_st(another.st(each)), "") << joined(each);
+    }
+    for (words const& each : {words{"show"}, words{"check"}, words{"expire"},
+                              words{"record", "--channel", "0", "--stream", "2"},
+                              words{"leak", "--volume", "vol1"}, words{"check", "--repair"}}) {
+      EXPECT_EQ(hostile::problem_of_stlab(
+                    another.stlab(each.front(), words(each.begin() + 1, each.end()))),
+                "")
+          << joined(each);
+    }
+    EXPECT_EQ(another.harm(hostile::depth::with_content), "");
+  }
+}
+
+std::string number_name(testing::TestParamInfo<char const*> const& info) {
+  std::string name = info.param;
+  for (char& each : name) {
+    if (each == '-') each = 'm';
+  }
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(by_number, absurd_number,
+                         testing::Values("9007199254740992", "4611686018427387904",
+                                         "9223372036854775807", "-9223372036854775807"),
+                         number_name);
+
+// What is no file in the place of one.
+
+enum class kind { pipe, folder, device, link };
+
+struct odd_file {
+  char const* name;
+  kind is;
+};
+
+class file_of_another_kind : public reproduction, public testing::WithParamInterface<odd_file> {
+ protected:
+  void put(fs::path const& path) const {
+    fs::remove_all(path);
+    switch (GetParam().is) {
+      case kind::pipe:
+        ASSERT_EQ(::mkfifo(path.c_str(), 0666), 0);
+        break;
+      case kind::folder:
+        fs::create_directory(path);
+        break;
+      case kind::device:
+        fs::create_symlink("/dev/zero", path);
+        break;
+      case kind::link:
+        fs::create_symlink(place.victim() / "database", path);
+        break;
+    }
+  }
+};
+
+TEST_P(file_of_another_kind, makes_nobody_wait) {
+  auto const path = place.recorder() / GetParam().name;
+  put(path);
+  if (std::string(GetParam().name) == "trace") place.extra["STLAB_TRACE"] = path;
+  run_everything();
+}
+
+std::string odd_name(testing::TestParamInfo<odd_file> const& info) {
+  std::map<kind, std::string> const kinds{{kind::pipe, "pipe"},
+                                          {kind::folder, "folder"},
+                                          {kind::device, "device"},
+                                          {kind::link, "link"}};
+  std::string name = info.param.name;
+  std::replace_if(
+      name.begin(), name.end(), [](char each) { return each == '.' || each == '-' || each == '/'; },
+      '_');
+  return name + '_' + kinds.at(info.param.is);
+}
+
+INSTANTIATE_TEST_SUITE_P(by_name, file_of_another_kind,
+                         testing::Values(odd_file{"catalogue.db", kind::pipe},
+                                         odd_file{"catalogue.db", kind::link},
+                                         odd_file{"catalogue.db-journal", kind::pipe},
+                                         odd_file{"catalogue.db-journal", kind::folder},
+                                         odd_file{"catalogue.db-journal", kind::device},
+                                         odd_file{"catalogue.db-journal", kind::link},
+                                         odd_file{"catalogue.db-wal", kind::pipe},
+                                         odd_file{"trace", kind::pipe},
+                                         odd_file{"share/vol1/identity", kind::pipe}),
+                         odd_name);
+
+// A catalogue that says it keeps a log: its files are opened too then.
+TEST_F(reproduction, a_pipe_for_the_log_of_a_catalogue_makes_nobody_wait) {
+  tamper("PRAGMA journal_mode = WAL");
+  auto const log = place.recorder() / "catalogue.db-wal";
+  fs::remove(log);
+  ASSERT_EQ(::mkfifo(log.c_str(), 0666), 0);
+  run_everything();
+}
+
+// A second name of somebody else's file would change with it.
+TEST_F(reproduction, a_journal_that_is_another_file_too_is_not_written) {
+  auto const journal = place.recorder() / "catalogue.db-journal";
+  fs::remove(journal);
+  fs::create_hard_link(place.victim() / "database", journal);
+  place.remember();
+  run_everything();
+}
+
+TEST_F(reproduction, a_catalogue_that_is_another_file_too_is_not_written) {
+  auto const catalogue = place.recorder() / "catalogue.db";
+  fs::remove(catalogue);
+  fs::create_hard_link(place.victim() / "database", catalogue);
+  place.remember();
+  run_everything();
+}
+
+TEST_F(reproduction, a_unit_that_is_another_file_too_is_not_recorded_into) {
+  for (auto const& entry : fs::directory_iterator(place.preallocate("vol1"))) {
+    auto const unit = entry.path();
+    fs::remove(unit);
+    fs::create_hard_link(place.victim() / "big", unit);
+    break;
+  }
+  place.remember();
+  stlab({"record", "--channel", "0", "--stream", "2", "--units", "4"});
+}
+
+// A journal can name another one, which is removed with it.
+TEST_F(reproduction, a_journal_takes_no_file_outside_with_it) {
+  constexpr std::size_t page_size = 4096;
+  std::string const magic = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+  auto const big_endian = [](std::size_t number) {
+    std::string bytes;
+    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(number >> shift);
+    return bytes;
+  };
+  auto const pages = fs::file_size(place.recorder() / "catalogue.db") / page_size;
+  std::string journal = magic + big_endian(0) + big_endian(7) + big_endian(pages) +
+                        big_endian(512) + big_endian(page_size);
+  journal.resize(512, '\0');
+  std::string const owner = place.victim() / "passwd";
+  std::size_t sum = 0;
+  for (char const each : owner) sum += static_cast<unsigned char>(each);
+  journal += big_endian(0x40000000U / page_size + 1) + owner + big_endian(owner.size()) +
+             big_endian(sum) + magic;
+  for (words const& each : most_st_words) {
+    hostile::write_file(place.recorder() / "catalogue.db-journal", journal);
+    st(each);
+  }
+  for (words const& each : most_stlab_commands) {
+    hostile::write_file(place.recorder() / "catalogue.db-journal", journal);
+    stlab(each);
+  }
+}
+
+// A schema that does something.
+
+TEST_F(reproduction, a_trigger_does_not_run) {
+  tamper("CREATE TRIGGER wipe AFTER UPDATE ON volume BEGIN DELETE FROM unit; END");
+  st({"volset", "vol1", "1", "0"});
+  EXPECT_EQ(place.ask("SELECT count(*) FROM unit"), 16);
+}
+
+TEST_F(reproduction, a_view_without_end_makes_nobody_wait) {
+  tamper(
+      "ALTER TABLE space RENAME TO hidden;"
+      "CREATE VIEW space AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n)"
+      "  SELECT hidden.* FROM n, hidden");
+  run_everything();
+}
+
+class changed_schema : public reproduction, public testing::WithParamInterface<char const*> {};
+
+// Whatever it is: it is not the schema that the recorder was made with.
+TEST_P(changed_schema, is_refused) {
+  tamper(GetParam());
+  EXPECT_EQ(st({"spacelist"}).output, "Query storage settings faiure.\n");
+  auto const shown = stlab({"show"});
+  EXPECT_NE(shown.status, 0);
+  EXPECT_NE(shown.errors, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    by_change, changed_schema,
+    testing::Values("CREATE TRIGGER t AFTER UPDATE ON volume BEGIN SELECT 1; END",
+                    "CREATE VIEW v AS SELECT 1", "CREATE TABLE extra (a)",
+                    "CREATE INDEX extra ON unit (abs(hour_ms))", "DROP INDEX unit_by_state",
+                    "ALTER TABLE unit ADD COLUMN more TEXT",
+                    "UPDATE sqlite_master SET sql = replace(sql, ') STRICT', ')')"));
+
+// Names that a terminal would obey.
+TEST_F(reproduction, show_prints_no_control_character) {
+  tamper(
+      "UPDATE volume SET name = 'vol1' || char(27) || '[2J' || char(10) || 'clean' WHERE id = 1;"
+      "UPDATE space SET name = 'Storage1' || char(27) || ']0;forged' || char(7) WHERE id = 1");
+  for (words const& each :
+       {words{"show"}, words{"show", "--periods"}, words{"check"},
+        words{"assign", "--channel", "1"}, words{"record", "--channel", "0", "--stream", "2"}}) {
+    auto const result = stlab(each);
+    auto const text = result.output + result.errors;
+    EXPECT_TRUE(std::all_of(text.begin(), text.end(),
+                            [](char at) {
+                              auto const value = static_cast<unsigned char>(at);
+                              return at == '\n' || (value >= ' ' && value != 127);
+                            }))
+        << joined(each) << '\n'
+        << testing::PrintToString(text);
+    EXPECT_FALSE(holds(text, "\nclean")) << joined(each) << '\n' << text;
+  }
+}
+
+// A volume whose folder is away keeps the state that it was given.
+
+class volume_away : public reproduction {
+ protected:
+  void SetUp() override {
+    fs::rename(place.recorder() / "share/vol1", place.recorder().parent_path() / "away");
+    place.remember();
+  }
+
+  std::string listed() const { return st({"vollist", "Storage1"}).output; }
+};
+
+TEST_F(volume_away, shows_an_active_volume_as_not_mounted) {
+  EXPECT_TRUE(holds(listed(), "[NOT_MOUNTED        ]")) << listed();
+}
+
+TEST_F(volume_away, shows_a_standby_volume_as_standby_and_not_mounted) {
+  tamper("UPDATE volume SET state = 1 WHERE id = 1");
+  EXPECT_TRUE(holds(listed(), "[STANDBY_NOT_MOUNTED]")) << listed();
+}
+
+TEST_F(volume_away, takes_a_setting) {
+  st({"volset", "vol1", "0", "0"});
+  EXPECT_TRUE(holds(listed(), "[STANDBY_NOT_MOUNTED]")) << listed();
+  st({"volset", "vol1", "0", "1"});
+  EXPECT_TRUE(holds(listed(), "[NOT_MOUNTED        ]")) << listed();
+}
+
+// What a stopped make can leave, whichever part of it.
+
+class left_by_a_make : public testing::TestWithParam<words> {};
+
+TEST_P(left_by_a_make, is_told_from_a_strangers_folder) {
+  hostile::recorder_template const base;
+  hostile::arena const place(base);
+  auto const folder = place.folder() / "rec";
+  fs::create_directory(folder);
+  for (std::string const& name : GetParam()) {
+    if (name == "share") {
+      fs::create_directory(folder / name);
+    } else {
+      hostile::write_file(folder / name, "");
+    }
+  }
+  auto const result =
+      hostile::run({STLAB_PROGRAM, "make", folder}, {}, place.folder(), hostile::time_limit);
+  EXPECT_NE(result.status, 0);
+  EXPECT_TRUE(holds(result.errors, "it looks as a stopped make leaves it")) << result.errors;
+  for (std::string const& name : GetParam()) EXPECT_TRUE(fs::exists(folder / name)) << name;
+}
+
+INSTANTIATE_TEST_SUITE_P(by_remains, left_by_a_make,
+                         testing::Values(words{"catalogue.new-journal"}, words{"catalogue.new"},
+                                         words{"catalogue.db-journal"}, words{"share"},
+                                         words{"catalogue.new", "catalogue.new-journal"},
+                                         words{"catalogue.new", "catalogue.db-journal", "share"}));
+
+TEST(left_by_nobody, is_a_strangers_folder) {
+  hostile::recorder_template const base;
+  hostile::arena const place(base);
+  auto const folder = place.folder() / "rec";
+  fs::create_directory(folder);
+  hostile::write_file(folder / "letter", "");
+  hostile::write_file(folder / "catalogue.new", "");
+  auto const result =
+      hostile::run({STLAB_PROGRAM, "make", folder}, {}, place.folder(), hostile::time_limit);
+  EXPECT_NE(result.status, 0);
+  EXPECT_FALSE(holds(result.errors, "stopped make")) << result.errors;
+}
+
+}  // namespace
