@@ -249,10 +249,10 @@ std::string trigger(arena& in, chooser& choose) {
       "DELETE FROM unit;",
       "UPDATE unit SET name = '../../../../../victim/passwd' WHERE id = 1;",
       "UPDATE OR IGNORE unit SET state = 'recycling', name = '../../../../../victim/passwd';",
-      "INSERT INTO period (channel_id, recording_type, stream, start_ms, end_ms, storage_id) "
-      "SELECT 1, 4, 0, 0, 9223372036854775807, '';",
-      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) "
-      "INSERT INTO space SELECT i, i, i, i, 0, 0 FROM n;",
+      ("INSERT INTO period (channel_id, recording_type, stream, start_ms, end_ms, storage_id) "
+       "SELECT 1, 4, 0, 0, 9223372036854775807, '';"),
+      ("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) "
+       "INSERT INTO space SELECT i, i, i, i, 0, 0 FROM n;"),
       "SELECT RAISE(ABORT, 'no');",
       "SELECT RAISE(ROLLBACK, 'no');",
       "SELECT RAISE(IGNORE);",
@@ -269,8 +269,8 @@ std::string view_for_table(arena& in, chooser& choose) {
   auto const& table = choose.of(tables);
   std::vector<std::string> const endless{
       "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT hidden.* FROM n, hidden",
-      "SELECT a.* FROM hidden a, hidden b, hidden c, hidden d, hidden e, hidden f, hidden g, "
-      "hidden h, hidden i, hidden j, hidden k",
+      ("SELECT a.* FROM hidden a, hidden b, hidden c, hidden d, hidden e, hidden f, hidden g, "
+       "hidden h, hidden i, hidden j, hidden k"),
       "SELECT * FROM " + table,
       "SELECT 1",
       "SELECT randomblob(1000000000)",
@@ -353,10 +353,10 @@ std::string many_rows(arena& in, chooser& choose) {
       "INSERT OR IGNORE INTO space SELECT i, printf('%036d', i), 's' || i, printf('%036d', i), 0, 0 FROM n",
       "INSERT OR IGNORE INTO channel SELECT i, i * 1000003, printf('%032d', i) FROM n",
       "INSERT OR IGNORE INTO unit (volume_id, name) SELECT 1, 'ghost' || i FROM n",
-      "INSERT OR IGNORE INTO unit (volume_id, name, state, channel_id, recording_type, stream, hour_ms) "
-      "SELECT 1, 'ghost' || i, 'recycling', 1, 4, 0, 1795183200000 + i * 3600000 FROM n",
-      "INSERT OR IGNORE INTO unit (volume_id, name, state, channel_id, recording_type, stream, hour_ms) "
-      "SELECT 1, 'ghost' || i, 'recorded', 1, 4, 0, 1795183200000 + i * 3600000 FROM n",
+      ("INSERT OR IGNORE INTO unit (volume_id, name, state, channel_id, recording_type, stream, hour_ms) "
+       "SELECT 1, 'ghost' || i, 'recycling', 1, 4, 0, 1795183200000 + i * 3600000 FROM n"),
+      ("INSERT OR IGNORE INTO unit (volume_id, name, state, channel_id, recording_type, stream, hour_ms) "
+       "SELECT 1, 'ghost' || i, 'recorded', 1, 4, 0, 1795183200000 + i * 3600000 FROM n"),
   };
   auto const body = choose.of(inserts);
   // What many spaces or channels cost is their product, and honest.

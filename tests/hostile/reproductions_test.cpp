@@ -379,7 +379,7 @@ TEST_F(reproduction, a_catalogue_that_is_another_file_too_is_not_written) {
 
 TEST_F(reproduction, a_unit_that_is_another_file_too_is_not_recorded_into) {
   for (auto const& entry : fs::directory_iterator(place.preallocate("vol1"))) {
-    auto const unit = entry.path();
+    auto const& unit = entry.path();
     fs::remove(unit);
     fs::create_hard_link(place.victim() / "big", unit);
     break;
