@@ -79,9 +79,16 @@ class reproduction : public testing::Test {
     return result;
   }
 
+  // Up to the first that fails: what it did would be told of all others.
   void run_everything() const {
-    for (words const& each : most_st_words) st(each);
-    for (words const& each : most_stlab_commands) stlab(each);
+    for (words const& each : most_st_words) {
+      st(each);
+      if (HasFailure()) return;
+    }
+    for (words const& each : most_stlab_commands) {
+      stlab(each);
+      if (HasFailure()) return;
+    }
   }
 
   static std::unique_ptr<hostile::recorder_template>& base() {
@@ -181,6 +188,12 @@ TEST_F(reproduction, a_storage_id_is_no_path) {
 
 enum class linked { share_entry, storage, preallocate };
 
+// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest looks for this name.
+void PrintTo(linked which, std::ostream* out) {
+  constexpr char const* names[] = {"share_entry", "storage", "preallocate"};
+  *out << names[static_cast<int>(which)];
+}
+
 class volume_by_link : public reproduction, public testing::WithParamInterface<linked> {
  protected:
   // To the same folder of the recorder beside, which agrees in all.
@@ -224,16 +237,9 @@ TEST_P(volume_by_link, takes_no_recording) {
 
 TEST_P(volume_by_link, is_left_alone_by_everything) { run_everything(); }
 
-std::string linked_name(testing::TestParamInfo<linked> const& info) {
-  std::map<linked, std::string> const names{{linked::share_entry, "share_entry"},
-                                            {linked::storage, "storage"},
-                                            {linked::preallocate, "preallocate"}};
-  return names.at(info.param);
-}
-
 INSTANTIATE_TEST_SUITE_P(by_folder, volume_by_link,
                          testing::Values(linked::share_entry, linked::storage, linked::preallocate),
-                         linked_name);
+                         testing::PrintToStringParamName());
 
 // Absurd numbers.
 
@@ -299,6 +305,16 @@ struct odd_file {
   kind is;
 };
 
+// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest looks for this name.
+void PrintTo(odd_file const& which, std::ostream* out) {
+  constexpr char const* kinds[] = {"pipe", "folder", "device", "link"};
+  std::string name = which.name;
+  std::replace_if(
+      name.begin(), name.end(), [](char each) { return each == '.' || each == '-' || each == '/'; },
+      '_');
+  *out << name << '_' << kinds[static_cast<int>(which.is)];
+}
+
 class file_of_another_kind : public reproduction, public testing::WithParamInterface<odd_file> {
  protected:
   void put(fs::path const& path) const {
@@ -327,18 +343,6 @@ TEST_P(file_of_another_kind, makes_nobody_wait) {
   run_everything();
 }
 
-std::string odd_name(testing::TestParamInfo<odd_file> const& info) {
-  std::map<kind, std::string> const kinds{{kind::pipe, "pipe"},
-                                          {kind::folder, "folder"},
-                                          {kind::device, "device"},
-                                          {kind::link, "link"}};
-  std::string name = info.param.name;
-  std::replace_if(
-      name.begin(), name.end(), [](char each) { return each == '.' || each == '-' || each == '/'; },
-      '_');
-  return name + '_' + kinds.at(info.param.is);
-}
-
 INSTANTIATE_TEST_SUITE_P(by_name, file_of_another_kind,
                          testing::Values(odd_file{"catalogue.db", kind::pipe},
                                          odd_file{"catalogue.db", kind::link},
@@ -349,7 +353,7 @@ INSTANTIATE_TEST_SUITE_P(by_name, file_of_another_kind,
                                          odd_file{"catalogue.db-wal", kind::pipe},
                                          odd_file{"trace", kind::pipe},
                                          odd_file{"share/vol1/identity", kind::pipe}),
-                         odd_name);
+                         testing::PrintToStringParamName());
 
 // A catalogue that says it keeps a log: its files are opened too then.
 TEST_F(reproduction, a_pipe_for_the_log_of_a_catalogue_makes_nobody_wait) {
