@@ -86,6 +86,14 @@ int open_flags(database::mode how) {
   return SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
 }
 
+// With a write-ahead log a change would lie in files that nobody else here knows.
+void require_rollback_journal(database const& which) {
+  statement mode(which, "PRAGMA journal_mode");
+  if (mode.next() && mode.text(0) == "wal") {
+    throw error(which.file().string() + ": keeps a write-ahead log, which no catalogue does");
+  }
+}
+
 void trust_nothing(sqlite3* connection) {
   struct setting {
     int which;
@@ -114,6 +122,7 @@ database::database(std::filesystem::path const& file, mode how, std::chrono::mil
   sqlite3_extended_result_codes(connection, 1);
   trust_nothing(connection);
   wait_at_most(patience);
+  if (how != mode::create) require_rollback_journal(*this);
   // The journal stays, so that a change needs no space. The first access undoes
   // a change that was cut short, and would remove the journal then but for the
   // exclusive mode, which ends with the next access.

@@ -81,6 +81,14 @@ TEST_F(untrusted, a_pipe_beside_the_catalogue_keeps_nobody_waiting) {
   }
 }
 
+TEST_F(untrusted, a_catalogue_with_a_write_ahead_log_is_refused) {
+  tamper("PRAGMA journal_mode = WAL");
+  auto const text =
+      (root() / "catalogue.db").string() + ": keeps a write-ahead log, which no catalogue does";
+  EXPECT_EQ(text, refusal());
+  EXPECT_EQ(text, refusal(lab::access::read_write));
+}
+
 TEST_F(untrusted, a_journal_with_a_second_name_is_not_written) {
   fs::remove(root() / "catalogue.db-journal");
   fs::create_hard_link(outside() / "somebodys", root() / "catalogue.db-journal");
