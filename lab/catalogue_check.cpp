@@ -64,8 +64,11 @@ std::string name_of_period(statement const& row) {
 
 void check_integrity(database const& catalogue, std::vector<std::string>& lines) {
   statement integrity(catalogue, "PRAGMA integrity_check");
-  while (integrity.next()) {
-    if (integrity.text(0) != "ok") lines.push_back("corrupt: catalogue: " + integrity.text(0));
+  std::int64_t places = 0;
+  while (integrity.next()) places += integrity.text(0) == "ok" ? 0 : 1;
+  if (places > 0) {
+    lines.push_back("corrupt: catalogue: it is damaged in " + std::to_string(places) +
+                    (places == 1 ? " place" : " places"));
   }
   statement foreign_keys(catalogue, "PRAGMA foreign_key_check");
   while (foreign_keys.next()) {

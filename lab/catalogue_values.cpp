@@ -1,5 +1,7 @@
 #include "lab/catalogue_values.h"
 
+#include <limits>
+
 #include "lab/layout.h"
 
 namespace lab {
@@ -32,6 +34,26 @@ std::int64_t time_in(statement const& row, int column) {
   std::int64_t const time_ms = row.integer(column);
   if (!is_time(time_ms)) throw error("catalogue: a time is out of range");
   return time_ms;
+}
+
+std::int32_t channel_number_in(statement const& row, int column) {
+  std::int32_t const number = row.integer32(column);
+  if (number < 0 || number == std::numeric_limits<std::int32_t>::max()) {
+    throw error("catalogue: a channel has a number that no channel has");
+  }
+  return number;
+}
+
+std::int32_t recording_type_in(statement const& row, int column) {
+  std::int32_t const type = row.integer32(column);
+  if (type != 1 && type != 2 && type != 4) throw error("catalogue: a recording type is none");
+  return type;
+}
+
+std::int32_t stream_in(statement const& row, int column) {
+  std::int32_t const stream = row.integer32(column);
+  if (stream < 0 || stream > 4) throw error("catalogue: a stream is none");
+  return stream;
 }
 
 bool is_plausible_period(std::int64_t start_ms, std::int64_t end_ms) {

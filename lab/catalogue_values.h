@@ -20,6 +20,9 @@ std::string unit_name_in(statement const& row, int column);
 std::string volume_folder_in(statement const& row, int column);
 std::string storage_id_in(statement const& row, int column);
 std::int64_t time_in(statement const& row, int column);
+std::int32_t channel_number_in(statement const& row, int column);
+std::int32_t recording_type_in(statement const& row, int column);
+std::int32_t stream_in(statement const& row, int column);
 
 // Whether a period can be one: what is longer has been written by somebody else.
 bool is_plausible_period(std::int64_t start_ms, std::int64_t end_ms);

@@ -16,14 +16,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool is_name(std::string const& text) {
-  return !text.empty() && text != "." && text != ".." && text.find('/') == std::string::npos;
-}
-
 // None when there is nothing by that name. Names come from a catalogue that may
 // say anything.
 std::optional<struct stat> entry_of(folder const& in, std::string const& name) {
-  if (!is_name(name)) throw error(in.path().string() + ": the catalogue names no file in it");
   auto const status = in.status(name);
   if (status && S_ISLNK(status->st_mode)) {
     throw error((in.path() / name).string() + ": is a symbolic link");

@@ -265,13 +265,6 @@ void rename_file(folder const& in, std::string const& from, std::string const& t
   }
 }
 
-void move_folder(folder const& from, folder const& to, std::string const& name) {
-  if (refused(call::rename, to, name) ||
-      renameat(from.number(), name.c_str(), to.number(), name.c_str()) != 0) {
-    fail_with_errno(from.path() / name, "cannot move");
-  }
-}
-
 void sync_folder(folder const& which) {
   if (refused(call::sync_folder, which.path()) || fsync(which.number()) != 0) {
     fail_with_errno(which.path(), "cannot sync");

@@ -70,9 +70,6 @@ void move_file(folder const& from, folder const& to, std::string const& name);
 void remove_file(folder const& in, std::string const& name);
 void rename_file(folder const& in, std::string const& from, std::string const& to);
 
-// Moves a folder into another one, where only an empty folder may have its name.
-void move_folder(folder const& from, folder const& to, std::string const& name);
-
 // Makes the names in a folder durable.
 void sync_folder(folder const& which);
 

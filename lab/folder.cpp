@@ -18,6 +18,8 @@ namespace {
 
 constexpr int folder_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
+int flags_for(folder::use how) { return folder_flags | (how == folder::use::pass ? O_PATH : 0); }
+
 struct stream_closer {
   void operator()(DIR* stream) const noexcept { closedir(stream); }
 };
@@ -52,14 +54,14 @@ int descriptor::release() noexcept { return std::exchange(number_, -1); }
 folder::folder(std::filesystem::path path, descriptor opened)
     : path_(std::move(path)), descriptor_(std::move(opened)) {}
 
-folder::folder(std::filesystem::path path)
-    : path_(std::move(path)), descriptor_(open(path_.c_str(), folder_flags)) {
+folder::folder(std::filesystem::path path, use how)
+    : path_(std::move(path)), descriptor_(open(path_.c_str(), flags_for(how))) {
   if (number() < 0) fail_with_errno(path_, "cannot open folder");
 }
 
-folder::folder(folder const& parent, std::string const& name)
+folder::folder(folder const& parent, std::string const& name, use how)
     : path_(parent.path_ / entry_name(name)),
-      descriptor_(openat(parent.number(), name.c_str(), folder_flags | O_NOFOLLOW)) {
+      descriptor_(openat(parent.number(), name.c_str(), flags_for(how) | O_NOFOLLOW)) {
   if (number() < 0) fail_with_errno(path_, "cannot open folder");
 }
 
@@ -70,8 +72,8 @@ folder folder::below(std::filesystem::path const& relative) const {
   return found;
 }
 
-std::optional<folder> folder::find(folder const& parent, std::string const& name) {
-  descriptor opened(openat(parent.number(), entry_name(name).c_str(), folder_flags | O_NOFOLLOW));
+std::optional<folder> folder::find(folder const& parent, std::string const& name, use how) {
+  descriptor opened(openat(parent.number(), entry_name(name).c_str(), flags_for(how) | O_NOFOLLOW));
   if (opened.number() >= 0) return folder(parent.path_ / name, std::move(opened));
   if (errno == ENOENT || errno == ENOTDIR || errno == ELOOP) return std::nullopt;
   fail_with_errno(parent.path_ / name, "cannot open folder");

@@ -33,15 +33,20 @@ class descriptor {
 // followed then.
 class folder {
  public:
-  // Throws lab::error when there is no such folder or it cannot be read.
-  explicit folder(std::filesystem::path path);
+  // What is only passed needs no permission to read, and can be neither listed
+  // nor synced.
+  enum class use { read, pass };
+
+  // Throws lab::error when there is no such folder or it cannot be opened so.
+  explicit folder(std::filesystem::path path, use how = use::read);
 
   // The folder `name` in `parent`. Throws lab::error when there is none, or a
   // link or a file in its place.
-  folder(folder const& parent, std::string const& name);
+  folder(folder const& parent, std::string const& name, use how = use::read);
 
   // The same; none when there is none, or something else in its place.
-  static std::optional<folder> find(folder const& parent, std::string const& name);
+  static std::optional<folder> find(folder const& parent, std::string const& name,
+                                    use how = use::read);
 
   // The folder at a relative path in this one, an empty one for itself.
   folder below(std::filesystem::path const& relative) const;

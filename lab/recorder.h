@@ -129,6 +129,9 @@ inline constexpr std::chrono::milliseconds default_patience{5000};
 
 enum class access { read_only, read_write };
 
+// Where the client library looks when STLAB_RECORDER is unset or empty.
+inline constexpr char const* default_recorder_folder = "/var/lib/stlab/recorder";
+
 class transaction;
 
 class recorder {

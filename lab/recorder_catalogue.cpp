@@ -34,7 +34,7 @@ std::int32_t channel_number(database const& catalogue, std::int64_t channel_id) 
   if (!query.with(channel_id).next()) {
     throw error("there is no channel with id " + std::to_string(channel_id));
   }
-  return query.integer32(0);
+  return channel_number_in(query, 0);
 }
 
 }  // namespace lab

@@ -14,12 +14,16 @@ using findings = std::vector<std::string>;
 
 char const* reason_of(mount how) {
   switch (how) {
+    case mount::folder_missing:
+      return "its folder is missing";
     case mount::identity_missing:
       return "its identity is missing";
+    case mount::identity_foreign:
+      return "its identity is another's";
     case mount::not_a_folder:
       return "a link or a file is in the place of its folder";
     default:
-      return "its identity is another's";
+      return "it cannot be read";
   }
 }
 

@@ -43,10 +43,13 @@ void require_usable_path(fs::path const& where, make_plan const& plan) {
   }
 }
 
-// What a make that was killed leaves behind is nothing that no make makes.
+// What a make that was killed leaves behind is nothing that no make makes. The
+// catalogue's journal comes after the new catalogue: alone it is what is left of
+// a recorder that has lost its catalogue.
 bool is_left_by_a_make(std::vector<std::string> const& names) {
   auto const file = std::string(new_catalogue_file);
-  std::set<std::string> const made{share_folder, file, file + "-journal", catalogue_journal_file};
+  std::set<std::string> made{share_folder, file, file + "-journal"};
+  if (std::count(names.begin(), names.end(), file) == 1) made.insert(catalogue_journal_file);
   return std::all_of(names.begin(), names.end(),
                      [&made](auto const& name) { return made.count(name) == 1; });
 }
@@ -56,7 +59,7 @@ bool is_left_by_a_make(std::vector<std::string> const& names) {
   std::string left;
   for (auto const& name : names) left += (left.empty() ? "" : ", ") + name;
   throw error(where.string() + ": folder is not empty: it looks as a stopped make leaves it (" +
-              left + "); remove that first");
+              left + "); remove that first, unless it holds recordings");
 }
 
 void require_absent_or_empty(fs::path const& where) {

@@ -72,7 +72,8 @@ std::int32_t state_without_mount(std::int32_t state) {
 
 std::vector<channel> channels_in(statement& query) {
   std::vector<channel> found;
-  while (query.next()) found.push_back({query.integer(0), query.integer32(1), query.text(2)});
+  while (query.next())
+    found.push_back({query.integer(0), channel_number_in(query, 1), query.text(2)});
   return found;
 }
 
@@ -94,8 +95,8 @@ std::vector<period> periods_in(statement& query) {
   std::vector<period> found;
   while (query.next()) {
     auto const [start_ms, end_ms] = bounds_in(query, 4);
-    found.push_back({query.integer(0), query.integer(1), query.integer32(2), query.integer32(3),
-                     start_ms, end_ms, query.text(6)});
+    found.push_back({query.integer(0), query.integer(1), recording_type_in(query, 2),
+                     stream_in(query, 3), start_ms, end_ms, query.text(6)});
   }
   return found;
 }

@@ -90,7 +90,9 @@ int open_flags(database::mode how) {
 void require_rollback_journal(database const& which) {
   statement mode(which, "PRAGMA journal_mode");
   if (mode.next() && mode.text(0) == "wal") {
-    throw error(which.file().string() + ": keeps a write-ahead log, which no catalogue does");
+    throw error(which.file().string() +
+                ": keeps a write-ahead log, which no catalogue does (PRAGMA journal_mode = DELETE "
+                "ends that)");
   }
 }
 
@@ -122,14 +124,16 @@ database::database(std::filesystem::path const& file, mode how, std::chrono::mil
   sqlite3_extended_result_codes(connection, 1);
   trust_nothing(connection);
   wait_at_most(patience);
-  if (how != mode::create) require_rollback_journal(*this);
   // The journal stays, so that a change needs no space. The first access undoes
   // a change that was cut short, and would remove the journal then but for the
   // exclusive mode, which ends with the next access.
   if (how == mode::read_write) {
-    execute("PRAGMA locking_mode = EXCLUSIVE; PRAGMA journal_mode = PERSIST;");
+    execute("PRAGMA locking_mode = EXCLUSIVE;");
+    require_rollback_journal(*this);
+    execute("PRAGMA journal_mode = PERSIST;");
     execute("PRAGMA locking_mode = NORMAL; SELECT count(*) FROM sqlite_master;");
   }
+  if (how == mode::read_only) require_rollback_journal(*this);
   // EXTRA also syncs the folder should a journal be removed: without it a power
   // loss could bring back a journal that undoes a commit which files already
   // rely on.

@@ -93,8 +93,8 @@ std::vector<moving_unit> units_on_their_way(database const& catalogue, volume_pl
   std::vector<moving_unit> units;
   while (query.next()) {
     units.push_back({query.integer(0), unit_name_in(query, 1),
-                     hour_folder_name(query.integer32(2), query.integer32(3), query.integer32(4),
-                                      query.integer(5))});
+                     hour_folder_name(channel_number_in(query, 2), recording_type_in(query, 3),
+                                      stream_in(query, 4), time_in(query, 5))});
   }
   return units;
 }
@@ -126,9 +126,10 @@ std::vector<moving_unit> take_out(folder const& storage, std::vector<moving_unit
   std::vector<moving_unit> missing;
   std::vector<std::string> linked;
   for (auto const& unit : units) {
-    if (!holds_file(home, unit.name)) {
+    auto const status = home.status(unit.name);
+    if (!status || !S_ISREG(status->st_mode)) {
       missing.push_back(unit);
-    } else if (home.status(unit.name)->st_nlink > 1) {
+    } else if (status->st_nlink > 1) {
       throw error((home.path() / unit.name).string() + ": unit has a second name elsewhere");
     } else if (steps::link_file(home, hour, unit.name)) {
       linked.push_back(unit.name);

@@ -25,15 +25,25 @@ struct sighting {
   descriptor identity;
 };
 
+folder share_of(volume_place const& place) {
+  auto const share = place.path.parent_path();
+  return {folder(share.parent_path(), folder::use::pass), share.filename(), folder::use::pass};
+}
+
 bool is_in_the_way(folder const& parent, std::string const& name) {
   auto const status = parent.status(name);
   return status && !S_ISDIR(status->st_mode);
 }
 
+// None where nothing lies; none of what is in the way either.
+std::optional<folder> passed(folder const& parent, std::string const& name) {
+  return folder::find(parent, name, folder::use::pass);
+}
+
 bool is_storage_in_the_way(folder const& volume, volume_place const& place) {
   if (is_in_the_way(volume, storage_name(place))) return true;
   try {
-    auto const storage = folder::find(volume, storage_name(place));
+    auto const storage = passed(volume, storage_name(place));
     return storage && is_in_the_way(*storage, preallocate_folder);
   } catch (error const&) {
     return false;  // whoever looks into it is told why that cannot be done
@@ -54,19 +64,21 @@ descriptor open_identity(folder const& volume) {
   return descriptor(openat(volume.number(), identity_file, O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
 }
 
+// What is in a folder's way decides before the identity does: it may be behind a
+// link itself.
 sighting look_at(volume_place const& place) {
   auto const share_path = place.path.parent_path();
-  folder const recorder(share_path.parent_path());
+  folder const recorder(share_path.parent_path(), folder::use::pass);
   if (is_in_the_way(recorder, share_path.filename())) return {mount::not_a_folder, descriptor(-1)};
-  auto const share = folder::find(recorder, share_path.filename());
-  if (!share) return {mount::identity_missing, descriptor(-1)};
+  auto const share = passed(recorder, share_path.filename());
+  if (!share) return {mount::folder_missing, descriptor(-1)};
   if (is_in_the_way(*share, place.folder_name)) return {mount::not_a_folder, descriptor(-1)};
-  auto const volume = folder::find(*share, place.folder_name);
-  if (!volume) return {mount::identity_missing, descriptor(-1)};
+  auto const volume = passed(*share, place.folder_name);
+  if (!volume) return {mount::folder_missing, descriptor(-1)};
+  if (is_storage_in_the_way(*volume, place)) return {mount::not_a_folder, descriptor(-1)};
   auto identity = open_identity(*volume);
   if (identity.number() < 0) return {mount::identity_missing, descriptor(-1)};
   if (!is_identity(identity, place)) return {mount::identity_foreign, std::move(identity)};
-  if (is_storage_in_the_way(*volume, place)) return {mount::not_a_folder, std::move(identity)};
   return {mount::present, std::move(identity)};
 }
 
@@ -74,7 +86,7 @@ sighting look_without_failing(volume_place const& place) {
   try {
     return look_at(place);
   } catch (error const&) {
-    return {mount::identity_missing, descriptor(-1)};
+    return {mount::unreadable, descriptor(-1)};
   }
 }
 
@@ -120,12 +132,11 @@ void require_mounted(volume_place const& place) {
   if (mount_of(place) != mount::present) fail_as_not_mounted(place);
 }
 
-folder open_volume(volume_place const& place) {
-  auto const share = place.path.parent_path();
-  return {folder(folder(share.parent_path()), share.filename()), place.folder_name};
-}
+folder open_volume(volume_place const& place) { return {share_of(place), place.folder_name}; }
 
-folder open_storage(volume_place const& place) { return {open_volume(place), storage_name(place)}; }
+folder open_storage(volume_place const& place) {
+  return {folder(share_of(place), place.folder_name, folder::use::pass), storage_name(place)};
+}
 
 std::string storage_name(volume_place const& place) { return storage_folder_name(place.sid_text); }
 

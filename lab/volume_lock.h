@@ -30,7 +30,14 @@ std::string identity_text(std::string const& sid_text);
 
 // A volume whose folder, storage folder or preallocate is a link or a file is
 // none to be worked on: what lies behind it may be anybody's.
-enum class mount { present, identity_missing, identity_foreign, not_a_folder };
+enum class mount {
+  present,
+  folder_missing,
+  identity_missing,
+  identity_foreign,
+  not_a_folder,
+  unreadable,
+};
 
 mount mount_of(volume_place const& place);
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "lab/file_steps.h"
+#include "lab/layout.h"
 #include "lab/recorder_state.h"
 #include "lab/volume_survey.h"
 
@@ -59,6 +60,11 @@ void require_to_be(volume_place const& place, folder const& volume) {
     throw error(volume.path().string() + ": not the folder of volume " + place.folder_name +
                 ": no " + storage_name(place));
   }
+  auto const home = folder(volume, storage_name(place)).status(preallocate_folder);
+  if (home && !S_ISDIR(home->st_mode)) {
+    throw error(volume.path().string() + ": not the folder of volume " + place.folder_name +
+                ": its preallocate is not a folder");
+  }
   auto const identity = volume.status(identity_file);
   if (identity && !S_ISREG(identity->st_mode)) {
     throw error((volume.path() / identity_file).string() + ": not a file, and in the way");
@@ -85,7 +91,7 @@ bool give_identity(volume_place const& place, folder const& volume) {
 
 void bring_back(folder const& recorder, folder const& share, volume_place const& place) {
   auto const aside = folder_of_recorder(recorder, unmounted_folder);
-  steps::move_folder(aside, share, place.folder_name);
+  steps::move_file(aside, share, place.folder_name);
   steps::sync_folder(share);
   steps::sync_folder(aside);
   steps::remove_empty_folder(recorder, unmounted_folder);

@@ -111,8 +111,8 @@ std::vector<unit_row> units_of(database const& catalogue, volume_place const& pl
     if (unit.state == "free") {
       unit.folder_name = preallocate_folder;
     } else if (unit.state != "bad") {
-      unit.folder_name = hour_folder_name(query.integer32(4), query.integer32(5),
-                                          query.integer32(6), query.integer(7));
+      unit.folder_name = hour_folder_name(channel_number_in(query, 4), recording_type_in(query, 5),
+                                          stream_in(query, 6), time_in(query, 7));
     }
     units.push_back(std::move(unit));
   }

@@ -10,9 +10,6 @@
 
 namespace lab::client {
 
-// The folder that the library looks into when STLAB_RECORDER is unset or empty.
-inline constexpr char default_recorder_folder[] = "/var/lib/stlab/recorder";
-
 // The working directory at the process's first call into the library, against
 // which relative paths are resolved: a run changes its working directory.
 std::filesystem::path const& starting_folder();

@@ -6,7 +6,7 @@
 #include <ctime>
 #include <optional>
 
-#include "lab/client/source.h"
+#include "lab/recorder.h"
 #include "lab/stlab/times.h"
 
 namespace stlab {
@@ -67,7 +67,7 @@ void add_folder(CLI::App& command, recorder_folder& folder, fallback otherwise) 
       "");
   std::string text = "The recorder's folder; without it STLAB_RECORDER names it";
   if (otherwise == fallback::built_in) {
-    text += ", and when that is unset it is " + std::string(lab::client::default_recorder_folder);
+    text += ", and when that is unset it is " + std::string(lab::default_recorder_folder);
   }
   command.add_option("DIR", folder.path, text)->check(not_empty)->type_name("");
 }
@@ -78,7 +78,7 @@ void complete(recorder_folder& folder, fallback otherwise) {
   if (variable != nullptr && *variable != '\0') {
     folder = {variable, recorder_folder::origin::variable};
   } else if (otherwise == fallback::built_in) {
-    folder = {lab::client::default_recorder_folder, recorder_folder::origin::built_in};
+    folder = {lab::default_recorder_folder, recorder_folder::origin::built_in};
   } else {
     throw CLI::ValidationError("no recorder is named: give DIR, or set STLAB_RECORDER");
   }

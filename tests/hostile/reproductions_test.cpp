@@ -529,7 +529,7 @@ TEST_P(left_by_a_make, is_told_from_a_strangers_folder) {
 
 INSTANTIATE_TEST_SUITE_P(by_remains, left_by_a_make,
                          testing::Values(words{"catalogue.new-journal"}, words{"catalogue.new"},
-                                         words{"catalogue.db-journal"}, words{"share"},
+                                         words{"share"},
                                          words{"catalogue.new", "catalogue.new-journal"},
                                          words{"catalogue.new", "catalogue.db-journal", "share"}));
 

@@ -97,7 +97,7 @@ TEST_F(check, finds_what_belongs_to_no_volume) {
 
 TEST_F(check, finds_no_stranger_in_a_volume_that_is_not_mounted) {
   fs::rename(root() / "share" / "vol1", root().parent_path() / "elsewhere");
-  EXPECT_EQ(strings{"not-mounted: volume vol1: its identity is missing"}, findings());
+  EXPECT_EQ(strings{"not-mounted: volume vol1: its folder is missing"}, findings());
   fs::create_directory(root() / "share" / "vol1");
   EXPECT_EQ(strings{"not-mounted: volume vol1: its identity is missing"}, findings());
 }

@@ -187,7 +187,7 @@ TEST_F(making, what_a_kill_midway_leaves_is_no_recorder) {
             world::failure_of([&] { lab::recorder::open(copy, lab::access::read_write); }));
   EXPECT_EQ(copy.string() +
                 ": folder is not empty: it looks as a stopped make leaves it (share); remove that "
-                "first",
+                "first, unless it holds recordings",
             refusal(copy, world::small()));
   world::write_file(copy / "note", "mine");
   EXPECT_EQ(copy.string() + ": folder is not empty", refusal(copy, world::small()));

@@ -64,8 +64,28 @@ TEST_F(sqlite, busy_is_told_from_other_failures) {
   } catch (lab::busy_error const&) {
     FAIL() << "a broken constraint is not busy";
   } catch (lab::database_error const& failure) {
-    EXPECT_EQ(file().string() + ": NOT NULL constraint failed: t.x", failure.what());
+    EXPECT_EQ(
+        file().string() + ": the catalogue is not as it should be: NOT NULL constraint failed: t.x",
+        std::string(failure.what()));
   }
+}
+
+// The file may be anybody's.
+TEST_F(sqlite, nothing_that_a_file_brings_is_run) {
+  auto database = connect();
+  database.execute(
+      "CREATE TABLE t (x); CREATE TABLE gone (x); INSERT INTO gone VALUES (1);"
+      "CREATE TRIGGER emptied AFTER INSERT ON t BEGIN DELETE FROM gone; END;"
+      "CREATE VIEW seen AS SELECT x FROM gone;");
+  database.execute("INSERT INTO t VALUES (1)");
+  lab::statement left(database, "SELECT count(*) FROM gone");
+  ASSERT_TRUE(left.next());
+  EXPECT_EQ(1, left.integer(0)) << "the trigger ran";
+  EXPECT_THROW(lab::statement(database, "SELECT x FROM seen"), lab::database_error);
+  database.execute("PRAGMA writable_schema = ON");
+  EXPECT_THROW(database.execute("UPDATE sqlite_master SET sql = 'CREATE TABLE t (y)'"),
+               lab::database_error);
+  EXPECT_THROW(database.execute("INSERT INTO t VALUES (zeroblob(2000000))"), lab::database_error);
 }
 
 // Files are moved on the strength of a commit: it has to outlast a power loss.

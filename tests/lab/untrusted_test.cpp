@@ -1,6 +1,7 @@
 // Recorders that say what no recorder of the lab's says.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 
@@ -83,10 +84,18 @@ TEST_F(untrusted, a_pipe_beside_the_catalogue_keeps_nobody_waiting) {
 
 TEST_F(untrusted, a_catalogue_with_a_write_ahead_log_is_refused) {
   tamper("PRAGMA journal_mode = WAL");
-  auto const text =
-      (root() / "catalogue.db").string() + ": keeps a write-ahead log, which no catalogue does";
+  auto const text = (root() / "catalogue.db").string() +
+                    ": keeps a write-ahead log, which no catalogue does (PRAGMA journal_mode = "
+                    "DELETE ends that)";
   EXPECT_EQ(text, refusal());
   EXPECT_EQ(text, refusal(lab::access::read_write));
+  EXPECT_EQ(text, refusal(lab::access::read_write)) << "the first one left something behind";
+}
+
+TEST_F(untrusted, an_analyzed_catalogue_is_as_good) {
+  tamper("ANALYZE");
+  EXPECT_EQ("", refusal());
+  EXPECT_EQ("", refusal(lab::access::read_write));
 }
 
 TEST_F(untrusted, a_journal_with_a_second_name_is_not_written) {
@@ -103,8 +112,9 @@ TEST_F(untrusted, a_catalogue_that_is_a_link_is_refused) {
 
 // SQLite removes the journal that a journal names, once it has undone its own.
 TEST_F(untrusted, a_journal_that_names_another_one_is_refused) {
-  std::ofstream journal(root() / "catalogue.db-journal", std::ios::app | std::ios::binary);
-  journal << (outside() / "somebodys").string() << "lengthsums"
+  std::ofstream journal(root() / "catalogue.db-journal", std::ios::binary);
+  journal << "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7" << (outside() / "somebodys").string()
+          << "lengthsums"
           << "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
   journal.close();
   auto const text = (root() / "catalogue.db-journal").string() + ": names another journal";
@@ -179,6 +189,46 @@ TEST_F(untrusted, a_volume_behind_a_link_is_not_mounted) {
   EXPECT_EQ(0, state_of_first());
 }
 
+TEST_F(untrusted, a_link_decides_before_an_identity_that_is_missing_does) {
+  fs::remove(root() / "share" / "vol1" / "identity");
+  replace_by_link(storage(1));
+  EXPECT_EQ("/dev/null/share/vol1", open(lab::access::read_only).volumes()[0].path.string());
+}
+
+TEST_F(untrusted, numbers_that_nothing_has_are_refused_where_they_are_read) {
+  open().record(first_volume, main_stream, world::now, 1);
+  auto const refused = [this](std::string const& change, std::string const& back) {
+    tamper("PRAGMA ignore_check_constraints = ON; " + change);
+    auto const recorder = open(lab::access::read_only);
+    auto const text = world::failure_of([&] {
+      recorder.periods();
+      recorder.channels();
+    });
+    tamper("PRAGMA ignore_check_constraints = ON; " + back);
+    return text;
+  };
+  EXPECT_EQ("catalogue: a recording type is none",
+            refused("UPDATE period SET recording_type = -2147483648",
+                    "UPDATE period SET recording_type = 4"));
+  EXPECT_EQ("catalogue: a stream is none",
+            refused("UPDATE period SET stream = 5", "UPDATE period SET stream = 0"));
+  EXPECT_EQ("catalogue: a channel has a number that no channel has",
+            refused("UPDATE channel SET number = 2147483647 WHERE id = 1",
+                    "UPDATE channel SET number = 0 WHERE id = 1"));
+}
+
+TEST_F(untrusted, folders_on_the_way_to_a_volume_need_not_be_readable) {
+  std::vector<fs::path> const folders{root().parent_path(), root(), root() / "share"};
+  for (auto const& each : folders) fs::permissions(each, fs::perms(0311));
+  constexpr uid_t nobody = 65534;
+  bool const is_root = geteuid() == 0;
+  ASSERT_TRUE(!is_root || seteuid(nobody) == 0);
+  auto const state = state_of_first();
+  ASSERT_TRUE(!is_root || seteuid(0) == 0);
+  for (auto const& each : folders) fs::permissions(each, fs::perms(0755));
+  EXPECT_EQ(0, state);
+}
+
 TEST_F(untrusted, an_hour_folder_that_is_a_link_is_not_followed) {
   auto const hour = storage(1) / lab::hour_folder_name(0, 4, 0, world::now);
   fs::create_directory_symlink(outside(), hour);
@@ -213,8 +263,14 @@ TEST_F(untrusted, what_a_make_left_is_told_by_any_of_its_files) {
   world::write_file(left / "catalogue.new-journal", "");
   EXPECT_EQ(left.string() +
                 ": folder is not empty: it looks as a stopped make leaves it "
-                "(catalogue.new-journal); remove that first",
+                "(catalogue.new-journal); remove that first, unless it holds recordings",
             world::failure_of([&] { lab::recorder::make(left, world::small(), {}); }));
+}
+
+TEST_F(untrusted, a_recorder_without_its_catalogue_is_not_what_a_make_left) {
+  fs::remove(root() / "catalogue.db");
+  EXPECT_EQ(root().string() + ": folder is not empty",
+            world::failure_of([&] { lab::recorder::make(root(), world::small(), {}); }));
 }
 
 }  // namespace
