@@ -14,10 +14,16 @@ struct settings {
   bool repairs = false;
 };
 
+// A link is nobody's to mount, and what cannot be read may well be mounted.
+bool may_be_mounted(std::string const& finding) {
+  if (finding.rfind("not-mounted: ", 0) != 0) return false;
+  std::string const reason = finding.substr(finding.rfind(": "));
+  return reason == ": its folder is missing" || reason.rfind(": its identity", 0) == 0;
+}
+
 void print_all(std::vector<std::string> const& lines) {
   for (std::string const& line : lines) {
-    bool const can_be_mounted = line.rfind("not-mounted: ", 0) == 0;
-    print(line + (can_be_mounted ? " (see stlab mount)" : ""));
+    print(line + (may_be_mounted(line) ? " (see stlab mount)" : ""));
   }
 }
 

@@ -97,13 +97,13 @@ std::string usage_problem(CLI::App const& tool, CLI::ParseError const& problem) 
 
 exit_status run(int argc, char const* const* argv) {
   CLI::App tool("Makes lab recorders, records into them, damages them and checks them.", "stlab");
-  tool.footer(exit_statuses);
   tool.set_version_flag("--version", "stlab " STLAB_VERSION);
   tool.require_subcommand(1);
   tool.get_formatter()->label("SUBCOMMAND", "COMMAND");
   tool.option_defaults()->always_capture_default();
   action chosen;
   add_commands(tool, chosen);
+  tool.footer(exit_statuses);
   try {
     tool.parse(argc, argv);
   } catch (CLI::ParseError const& problem) {

@@ -1,3 +1,4 @@
+#include <iostream>
 #include <memory>
 
 #include "lab/make_plan.h"
@@ -28,30 +29,40 @@ void require_usable(lab::make_options const& options) {
   }
 }
 
+void tell(std::filesystem::path const& made, lab::make_options const& options) {
+  print("made a recorder in " + made.string() + ": " + counted(options.spaces, "space") + ", " +
+        counted(std::int64_t{options.spaces} * options.volumes, "volume") + " of " +
+        std::to_string(options.volume_mb) + " MB, " + counted(options.channels, "channel") + ", " +
+        counted(options.days, "day"));
+}
+
+void lay(std::filesystem::path const& folder, lab::make_options const& options,
+         stop_request& stop) {
+  progress_bar bar;
+  lab::recorder::make(folder, options, [&](std::int64_t done, std::int64_t total) {
+    if (!stop.is_asked_for()) return bar.show(done, total);
+    bar.leave();
+    throw refusal("stopped; nothing was made");
+  });
+}
+
+// A stop that comes too late ends the program only: what was made is told before.
 void make_stoppable(std::filesystem::path const& folder, lab::make_options const& options) {
   stop_request stop;
-  progress_bar bar;
   try {
-    lab::recorder::make(folder, options, [&](std::int64_t done, std::int64_t total) {
-      if (!stop.is_asked_for()) return bar.show(done, total);
-      bar.leave();
-      throw refusal("stopped; nothing was made");
-    });
+    lay(folder, options, stop);
   } catch (lab::database_error const& problem) {
     // There is no recorder that could be unusable.
     throw refusal(problem.what());
   }
+  tell(folder, options);
+  std::cout.flush();
 }
 
 exit_status make(settings const& asked) {
   lab::make_options options = asked.options;
   options.now_ms = asked.now_s * 1000;
   make_stoppable(asked.folder.path, options);
-  print("made a recorder in " + asked.folder.path.string() + ": " +
-        counted(options.spaces, "space") + ", " +
-        counted(std::int64_t{options.spaces} * options.volumes, "volume") + " of " +
-        std::to_string(options.volume_mb) + " MB, " + counted(options.channels, "channel") + ", " +
-        counted(options.days, "day"));
   return exit_status::done;
 }
 

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <tuple>
 #include <utility>
 
@@ -39,8 +40,7 @@ std::string state_name(std::int32_t state) {
 }
 
 bool is_mounted(lab::volume const& volume) {
-  // Both states that are named so.
-  return volume.state != 2 && volume.state != 3;
+  return volume.state != lab::not_mounted_state && volume.state != lab::standby_not_mounted_state;
 }
 
 // What of a recorder is shown: all of it, or what belongs to one volume, to one
@@ -49,7 +49,12 @@ struct selection {
   std::optional<lab::volume> volume;
   std::optional<lab::channel> channel;
 
-  bool holds(lab::volume const& which) const { return !volume || volume->id == which.id; }
+  std::set<std::int64_t> volumes_of_channel;  // into which it records, or has recorded
+
+  bool holds(lab::volume const& which) const {
+    return (!volume || volume->id == which.id) &&
+           (!channel || volumes_of_channel.count(which.id) == 1);
+  }
   bool holds(lab::channel const& which) const { return !channel || channel->id == which.id; }
   bool holds(lab::period const& which) const {
     return (!volume || volume->sid_text == which.storage_id) &&
@@ -134,13 +139,17 @@ void show_recorded(lab::recorder const& in, lab::space const& space, selection c
 
 // What st calls uuid, storage_id, channel_id and channel is called so here.
 void show_space(lab::recorder const& in, lab::space const& space, selection const& chosen) {
-  if (chosen.volume && chosen.volume->space_id != space.id) return;
+  std::vector<lab::volume> volumes = in.volumes();
+  volumes.erase(std::remove_if(volumes.begin(), volumes.end(),
+                               [&](lab::volume const& each) {
+                                 return each.space_id != space.id || !chosen.holds(each);
+                               }),
+                volumes.end());
+  if (volumes.empty() && (chosen.volume || chosen.channel)) return;
   show_line("space " + space.name + "  uuid " + space.sid);
   show_line("  status " + std::to_string(space.status) + ", total " + megabytes(space.total_mb) +
             ", used " + megabytes(space.used_mb));
-  for (lab::volume const& volume : in.volumes()) {
-    if (volume.space_id == space.id && chosen.holds(volume)) show_volume(in, volume);
-  }
+  for (lab::volume const& volume : volumes) show_volume(in, volume);
   if (!chosen.volume) show_recorded(in, space, chosen);
 }
 
@@ -153,6 +162,23 @@ std::map<std::int64_t, std::vector<lab::volume>> volumes_of_channels(lab::record
     }
   }
   return volumes;
+}
+
+// The ids of the volumes into which the channel records, or has recorded.
+std::set<std::int64_t> volumes_of(lab::recorder const& in, lab::channel const& channel) {
+  std::set<std::string> storages;
+  for (lab::period const& each : in.periods()) {
+    if (each.channel_id == channel.id) storages.insert(each.storage_id);
+  }
+  std::set<std::int64_t> ids;
+  for (lab::volume const& volume : in.volumes()) {
+    if (storages.count(volume.sid_text) == 1) ids.insert(volume.id);
+  }
+  auto const assigned = volumes_of_channels(in);
+  auto const found = assigned.find(channel.id);
+  if (found == assigned.end()) return ids;
+  for (lab::volume const& volume : found->second) ids.insert(volume.id);
+  return ids;
 }
 
 void show_channels(lab::recorder const& in, selection const& chosen) {
@@ -246,7 +272,10 @@ exit_status show(settings const& asked) {
   lab::consistent_view const view(recorder);
   selection chosen;
   if (!asked.volume.empty()) chosen.volume = find_volume(recorder, asked.volume);
-  if (asked.channel) chosen.channel = find_channel(recorder, *asked.channel);
+  if (asked.channel) {
+    chosen.channel = find_channel(recorder, *asked.channel);
+    chosen.volumes_of_channel = volumes_of(recorder, *chosen.channel);
+  }
   show_line("recorder " + recorder.folder().string() + ", units of " +
             megabytes(recorder.unit_mb()));
   for (lab::space const& space : recorder.spaces()) show_space(recorder, space, chosen);

@@ -9,7 +9,7 @@
 namespace stlab {
 
 std::string utc_text(std::int64_t time_ms) {
-  auto const seconds = static_cast<std::time_t>(lab::hour_of(time_ms) / 1000);
+  auto const seconds = static_cast<std::time_t>(time_ms / 1000 - (time_ms % 1000 < 0 ? 1 : 0));
   std::tm parts{};
   if (::gmtime_r(&seconds, &parts) == nullptr) return "out of range";
   char text[40];

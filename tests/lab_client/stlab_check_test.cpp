@@ -145,6 +145,21 @@ TEST_F(stlab_mount, refuses_a_link_and_nothing_at_all) {
 }
 
 // An empty mount point does not become the volume, nor does another's folder.
+TEST_F(stlab_mount, refuses_a_preallocate_that_is_a_link_and_changes_nothing) {
+  make();
+  damage("missing");
+  std::filesystem::path const place = recorder / "share" / "vol1";
+  for (auto const& entry : std::filesystem::directory_iterator(place)) {
+    std::filesystem::rename(entry.path() / "preallocate", folder / "away");
+    std::filesystem::create_directory_symlink(folder / "away", entry.path() / "preallocate");
+  }
+  expect_refused(
+      mount(), place.string() + ": not the folder of volume vol1: its preallocate is not a folder");
+  EXPECT_FALSE(std::filesystem::exists(place / "identity"));
+  auto const found = check().output;
+  EXPECT_TRUE(holds(found, "a link or a file is in the place of its folder\n")) << found;
+}
+
 TEST_F(stlab_mount, refuses_a_folder_that_is_not_the_volumes) {
   make();
   std::filesystem::path const place = recorder / "share" / "vol1";

@@ -79,7 +79,7 @@ TEST_F(stlab_record, expire_counts_what_is_not_mounted) {
   EXPECT_EQ(1, result.status);
   EXPECT_EQ("", result.errors);
   EXPECT_EQ(
-      "expired what ended before 2026-11-19 07:00 UTC: 2 units came back\n"
+      "expired what ended before 2026-11-19 07:30 UTC: 2 units came back\n"
       "left 2 periods on volumes that are not mounted\n",
       result.output);
   EXPECT_EQ(2U, reader().periods().size());
@@ -130,7 +130,7 @@ TEST_F(stlab_record, one_is_told_in_the_singular) {
   make();
   writer().record(volume(0).id, stream(0, bench::normal, 0),
                   bench::now_ms / hour_ms * hour_ms - 72 * hour_ms, 1);
-  EXPECT_EQ("expired what ended before 2026-11-19 07:00 UTC: 1 unit came back\n",
+  EXPECT_EQ("expired what ended before 2026-11-19 07:30 UTC: 1 unit came back\n",
             on_recorder("expire").output);
   EXPECT_TRUE(holds(on_recorder("leak", "--hours 1").output, ", 1 hour before "));
   EXPECT_TRUE(holds(on_recorder("lose-id", "--hours 1").output, " of 1 period: "));
@@ -144,7 +144,7 @@ TEST_F(stlab_record, expire_gives_the_units_back) {
                   bench::now_ms / hour_ms * hour_ms - 24 * hour_ms, 2);
   outcome const result = on_recorder("expire", "--days 2");
   EXPECT_EQ(0, result.status) << result.errors;
-  EXPECT_EQ("expired what ended before 2026-11-19 07:00 UTC: 3 units came back\n", result.output);
+  EXPECT_EQ("expired what ended before 2026-11-19 07:30 UTC: 3 units came back\n", result.output);
   EXPECT_EQ(1U, reader().periods().size());
   EXPECT_EQ(6, reader().account(volume(0).id).preallocated);
   EXPECT_EQ(0, check().status);
