@@ -73,6 +73,8 @@ std::vector<job> stlab_jobs() {
            {"leak", "--volume", "vol2", "--hours", "1"},
            {"lose-id", "--channel", "0", "--hours", "1"},
            {"assign", "--channel", "0", "--volume", "vol2"},
+           {"mount", "--volume", "vol1"},
+           {"mount", "--volume", "vol2"},
            {"make"},
            {"make", "--spaces", "1", "--volumes", "1", "--volume-mb", "1", "--days", "0"}}) {
     jobs.push_back({false, each});
