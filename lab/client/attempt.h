@@ -3,9 +3,9 @@
 
 #include <exception>
 
+#include "lab/catalogue/sqlite.h"
 #include "lab/client/faults.h"
 #include "lab/client/source.h"
-#include "lab/sqlite.h"
 #include "storage/logging.h"
 
 namespace lab::client {

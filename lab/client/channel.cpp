@@ -2,11 +2,11 @@
 #include "lab/client/attempt.h"
 #include "lab/client/days.h"
 #include "lab/client/describe.h"
+#include "lab/client/find.h"
 #include "lab/client/handed_out.h"
-#include "lab/client/lookup.h"
-#include "lab/client/records.h"
 #include "lab/client/room.h"
 #include "lab/client/source.h"
+#include "lab/client/to_record.h"
 #include "storage/service.h"
 
 namespace lab::client {

@@ -9,7 +9,7 @@
 
 #include "lab/client/attempt.h"
 #include "lab/client/describe.h"
-#include "lab/client/lookup.h"
+#include "lab/client/find.h"
 #include "storage/text.h"
 
 namespace lab::client {

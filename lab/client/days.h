@@ -3,7 +3,7 @@
 
 #include <list>
 
-#include "lab/recorder.h"
+#include "lab/recorder/recorder.h"
 #include "storage/records.h"
 
 namespace lab::client {

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "lab/client/records.h"
+#include "lab/client/to_record.h"
 #include "lab/client/trace.h"
 #include "storage/records.h"
 #include "storage/text.h"

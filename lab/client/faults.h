@@ -40,7 +40,7 @@
 #include <string_view>
 #include <vector>
 
-#include "lab/error.h"
+#include "lab/util/error.h"
 #include "storage/records.h"
 
 namespace lab::client {

@@ -6,10 +6,11 @@
 
 #include "lab/client/attempt.h"
 #include "lab/client/describe.h"
-#include "lab/client/lookup.h"
+#include "lab/client/find.h"
 #include "lab/client/room.h"
 #include "lab/client/source.h"
-#include "lab/volume_lock.h"
+#include "lab/volume/lock.h"
+#include "lab/volume/place.h"
 #include "storage/service.h"
 
 namespace lab::client {

@@ -2,7 +2,7 @@
 
 #include "lab/client/attempt.h"
 #include "lab/client/describe.h"
-#include "lab/layout.h"
+#include "lab/volume/layout.h"
 #include "storage/service.h"
 
 namespace {

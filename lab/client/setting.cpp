@@ -6,9 +6,9 @@
 
 #include "lab/client/attempt.h"
 #include "lab/client/describe.h"
-#include "lab/client/lookup.h"
-#include "lab/client/records.h"
+#include "lab/client/find.h"
 #include "lab/client/source.h"
+#include "lab/client/to_record.h"
 
 namespace lab::client {
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "lab/recorder.h"
+#include "lab/recorder/recorder.h"
 #include "storage/service.h"
 
 namespace lab::client {

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <memory>
 
-#include "lab/recorder.h"
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/recorder/recorder.h"
 
 namespace lab::client {
 

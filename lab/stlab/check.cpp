@@ -1,5 +1,8 @@
+#include "lab/check/check.h"
+
 #include <memory>
 
+#include "lab/repair/repair.h"
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
@@ -28,7 +31,7 @@ void print_all(std::vector<std::string> const& lines) {
 }
 
 std::vector<std::string> findings_in(recorder_folder const& folder) {
-  return open_recorder(folder, lab::access::read_only).check();
+  return lab::check(open_recorder(folder, lab::access::read_only));
 }
 
 exit_status check(recorder_folder const& folder) {
@@ -44,7 +47,7 @@ exit_status repair(recorder_folder const& folder) {
   print_all(findings);
   if (!findings.empty()) {
     require_writable(folder);
-    print_all(lab::recorder::repair(folder.path));
+    print_all(lab::repair(folder.path));
   }
   std::size_t const left = findings_in(folder).size();
   if (left == 0) {

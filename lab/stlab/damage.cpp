@@ -1,8 +1,9 @@
+#include "lab/damage/damage.h"
+
 #include <algorithm>
 #include <memory>
 #include <utility>
 
-#include "lab/recorder_damage.h"
 #include "lab/stlab/commands.h"
 #include "lab/stlab/help.h"
 #include "lab/stlab/options.h"

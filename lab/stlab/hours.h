@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "lab/layout.h"
-#include "lab/recorder.h"
+#include "lab/recorder/recorder.h"
+#include "lab/volume/layout.h"
 
 namespace stlab {
 

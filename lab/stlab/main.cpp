@@ -2,8 +2,8 @@
 #include <iostream>
 #include <new>
 
-#include "lab/recorder.h"
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/recorder/recorder.h"
 #include "lab/stlab/commands.h"
 #include "lab/stlab/help.h"
 #include "lab/stlab/text.h"

@@ -1,9 +1,11 @@
+#include "lab/make/make.h"
+
 #include <iostream>
 #include <memory>
 
-#include "lab/make_plan.h"
-#include "lab/recorder.h"
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/make/plan.h"
+#include "lab/recorder/recorder.h"
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/progress_bar.h"
@@ -39,7 +41,7 @@ void tell(std::filesystem::path const& made, lab::make_options const& options) {
 void lay(std::filesystem::path const& folder, lab::make_options const& options,
          stop_request& stop) {
   progress_bar bar;
-  lab::recorder::make(folder, options, [&](std::int64_t done, std::int64_t total) {
+  lab::make_recorder(folder, options, [&](std::int64_t done, std::int64_t total) {
     if (!stop.is_asked_for()) return bar.show(done, total);
     bar.leave();
     throw refusal("stopped; nothing was made");

@@ -1,10 +1,11 @@
+#include "lab/damage/mount.h"
+
 #include <memory>
 
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
 #include "lab/stlab/text.h"
-#include "lab/volume_mount.h"
 
 namespace stlab {
 

@@ -6,7 +6,7 @@
 #include <ctime>
 #include <optional>
 
-#include "lab/recorder.h"
+#include "lab/recorder/recorder.h"
 #include "lab/stlab/times.h"
 
 namespace stlab {

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "lab/recorder_state.h"
+#include "lab/catalogue/catalogue.h"
+#include "lab/recorder/state.h"
 #include "lab/stlab/commands.h"
 
 namespace stlab {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "lab/recorder.h"
+#include "lab/recorder/recorder.h"
 #include "lab/stlab/options.h"
 
 namespace stlab {

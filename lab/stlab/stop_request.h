@@ -6,7 +6,7 @@
 #include <csignal>
 #include <thread>
 
-#include "lab/folder.h"
+#include "lab/disk/folder.h"
 
 namespace stlab {
 

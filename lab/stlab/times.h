@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "lab/layout.h"
+#include "lab/volume/layout.h"
 
 namespace stlab {
 

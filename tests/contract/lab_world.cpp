@@ -1,7 +1,8 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "lab/recorder.h"
+#include "lab/make/make.h"
+#include "lab/recorder/recorder.h"
 #include "world.h"
 
 namespace contract {
@@ -14,7 +15,7 @@ std::unique_ptr<world> make_world(std::filesystem::path const& folder) {
   options.days = 0;
   options.now_ms = std::int64_t{std::time(nullptr)} * 1000;
   auto const recorder = folder / "recorder";
-  lab::recorder::make(recorder, options, {});
+  lab::make_recorder(recorder, options, {});
 
   constexpr std::int64_t hour_ms = 3600000;
   auto writer = lab::recorder::open(recorder, lab::access::read_write);

@@ -1,9 +1,10 @@
-#include "lab/catalogue_journal.h"
-
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "lab/catalogue/journal.h"
+#include "lab/check/check.h"
+#include "lab/repair/repair.h"
 #include "world.h"
 
 namespace {
@@ -32,7 +33,7 @@ class catalogue_journal : public world::recorder_test {
     return found;
   }
 
-  strings findings() const { return open(lab::access::read_only).check(); }
+  strings findings() const { return lab::check(open(lab::access::read_only)); }
 
   void expect_put_back() const {
     EXPECT_EQ(whole_, fs::file_size(journal()));
@@ -95,7 +96,7 @@ TEST_F(catalogue_journal, without_blocks_is_found_and_gets_them) {
 
 TEST_F(catalogue_journal, is_put_back_by_a_repair) {
   fs::remove(journal());
-  EXPECT_EQ(strings{"mended: catalogue: its journal was put back"}, lab::recorder::repair(root()));
+  EXPECT_EQ(strings{"mended: catalogue: its journal was put back"}, lab::repair(root()));
   expect_put_back();
 }
 

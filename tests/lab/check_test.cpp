@@ -1,7 +1,9 @@
+#include "lab/check/check.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "lab/layout.h"
+#include "lab/volume/layout.h"
 #include "world.h"
 
 namespace {
@@ -20,7 +22,7 @@ class check : public world::recorder_test {
     if (!findings().empty()) throw std::runtime_error("the fresh recorder is not clean");
   }
 
-  strings findings() const { return open(lab::access::read_only).check(); }
+  strings findings() const { return lab::check(open(lab::access::read_only)); }
   fs::path home() const { return preallocate(first_volume); }
   fs::path away() const { return storage(first_volume) / hour_name; }
 

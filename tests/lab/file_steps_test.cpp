@@ -1,5 +1,5 @@
 // The steps that copy, cut and move files, and what no step is done to.
-#include "lab/file_steps.h"
+#include "lab/disk/file_steps.h"
 
 #include <sys/stat.h>
 

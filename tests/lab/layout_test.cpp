@@ -1,4 +1,4 @@
-#include "lab/layout.h"
+#include "lab/volume/layout.h"
 
 #include <gtest/gtest.h>
 

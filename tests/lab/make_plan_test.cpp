@@ -1,11 +1,11 @@
-#include "lab/make_plan.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <map>
 #include <set>
 
+#include "lab/make/make.h"
+#include "lab/make/plan.h"
 #include "world.h"
 
 namespace {

@@ -1,9 +1,12 @@
+#include "lab/make/make.h"
+
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/check/check.h"
 #include "world.h"
 
 namespace {
@@ -19,27 +22,27 @@ class making : public world::recorder_test {
   }
 
   std::string refusal(fs::path const& folder, lab::make_options const& options) const {
-    return world::failure_of([&] { lab::recorder::make(folder, options, {}); });
+    return world::failure_of([&] { lab::make_recorder(folder, options, {}); });
   }
 };
 
 TEST_F(making, the_same_options_make_the_same_recorder) {
   make(recorded());
-  lab::recorder::make(root() / ".." / "other", recorded(), {});
+  lab::make_recorder(root() / ".." / "other", recorded(), {});
   auto const one = world::tree_of(root());
   EXPECT_EQ(std::vector<std::string>(),
             world::differences(one, world::tree_of(root().parent_path() / "other")));
   EXPECT_EQ(1U, one.count("catalogue.db"));
   auto other_seed = recorded();
   other_seed.seed = 99;
-  lab::recorder::make(root().parent_path() / "third", other_seed, {});
+  lab::make_recorder(root().parent_path() / "third", other_seed, {});
   EXPECT_FALSE(world::differences(one, world::tree_of(root().parent_path() / "third")).empty());
 }
 
 TEST_F(making, a_fresh_recorder_checks_clean) {
   make(recorded());
   EXPECT_FALSE(open().periods().empty());
-  EXPECT_EQ(std::vector<std::string>(), open(lab::access::read_only).check());
+  EXPECT_EQ(std::vector<std::string>(), lab::check(open(lab::access::read_only)));
 }
 
 TEST_F(making, units_are_real_disk_blocks) {
@@ -50,7 +53,7 @@ TEST_F(making, units_are_real_disk_blocks) {
 
 TEST_F(making, progress_counts_every_unit) {
   std::vector<std::int64_t> done;
-  lab::recorder::make(root(), world::small(), [&](std::int64_t so_far, std::int64_t total) {
+  lab::make_recorder(root(), world::small(), [&](std::int64_t so_far, std::int64_t total) {
     EXPECT_EQ(16, total);
     done.push_back(so_far);
   });
@@ -64,13 +67,13 @@ TEST_F(making, progress_counts_every_unit) {
 // Whatever the progress is told throws; nothing stays then.
 TEST_F(making, can_be_stopped_whenever_progress_is_told) {
   int told = 0;
-  lab::recorder::make(root(), world::small(), [&](std::int64_t, std::int64_t) { ++told; });
+  lab::make_recorder(root(), world::small(), [&](std::int64_t, std::int64_t) { ++told; });
   fs::remove_all(root());
   EXPECT_GT(told, 16 + 2) << "for each unit, in the catalogue and before it gets its name";
   for (int at = 1; at <= told; ++at) {
     int now = 0;
     EXPECT_EQ("stopped", world::failure_of([&] {
-                lab::recorder::make(root(), world::small(), [&](std::int64_t, std::int64_t) {
+                lab::make_recorder(root(), world::small(), [&](std::int64_t, std::int64_t) {
                   if (++now == at) throw lab::error("stopped");
                 });
               }));
@@ -84,7 +87,7 @@ TEST_F(making, can_be_stopped_inside_a_large_unit) {
   options.unit_mb = 80;
   options.volume_mb = 80;
   EXPECT_EQ("stopped", world::failure_of([&] {
-              lab::recorder::make(root(), options, [&](std::int64_t done, std::int64_t) {
+              lab::make_recorder(root(), options, [&](std::int64_t done, std::int64_t) {
                 EXPECT_EQ(0, done);
                 throw lab::error("stopped");
               });
@@ -99,7 +102,7 @@ TEST_F(making, a_large_unit_has_all_its_blocks) {
   options.volume_mb = 80;
   make(options);
   EXPECT_GE(allocated_bytes(preallocate(first_volume)), 80 * 1024 * 1024);
-  EXPECT_EQ(std::vector<std::string>(), open(lab::access::read_only).check());
+  EXPECT_EQ(std::vector<std::string>(), lab::check(open(lab::access::read_only)));
 }
 
 TEST_F(making, an_empty_folder_will_do) {
@@ -135,7 +138,7 @@ TEST_F(making, a_path_that_holds_share_is_refused) {
               refusal(folder, world::small()));
     EXPECT_FALSE(fs::exists(folder));
   }
-  lab::recorder::make(parent / "shared", world::small(), {});
+  lab::make_recorder(parent / "shared", world::small(), {});
 }
 
 TEST_F(making, a_path_is_refused_when_the_preallocated_units_lie_too_deep) {
@@ -149,7 +152,7 @@ TEST_F(making, a_path_is_refused_when_the_preallocated_units_lie_too_deep) {
                 "are possible",
             refusal(too_long, world::small()));
   EXPECT_FALSE(fs::exists(too_long));
-  lab::recorder::make(fits, world::small(), {});
+  lab::make_recorder(fits, world::small(), {});
   auto const volume = lab::recorder::open(fits, lab::access::read_only).volumes().front();
   EXPECT_EQ(255U, volume.path.string().size() + 5 + 32 + 12);
 }
@@ -170,17 +173,17 @@ TEST_F(making, a_failure_midway_leaves_nothing) {
   auto const stop = [&](std::int64_t, std::int64_t) {
     if (++calls == 5) throw lab::error("stopped");
   };
-  EXPECT_THROW(lab::recorder::make(root(), world::small(), stop), lab::error);
+  EXPECT_THROW(lab::make_recorder(root(), world::small(), stop), lab::error);
   EXPECT_FALSE(fs::exists(root()));
   fs::create_directory(root());
   calls = 0;
-  EXPECT_THROW(lab::recorder::make(root(), world::small(), stop), lab::error);
+  EXPECT_THROW(lab::make_recorder(root(), world::small(), stop), lab::error);
   EXPECT_EQ(world::tree(), world::tree_of(root()));
 }
 
 TEST_F(making, what_a_kill_midway_leaves_is_no_recorder) {
   auto const copy = root().parent_path() / "copy";
-  lab::recorder::make(root(), world::small(), [&](std::int64_t done, std::int64_t total) {
+  lab::make_recorder(root(), world::small(), [&](std::int64_t done, std::int64_t total) {
     if (done == total && !fs::exists(copy)) fs::copy(root(), copy, fs::copy_options::recursive);
   });
   EXPECT_EQ(copy.string() + ": not a recorder: no catalogue.db",

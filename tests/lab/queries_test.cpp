@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "lab/make/make.h"
 #include "world.h"
 
 namespace {

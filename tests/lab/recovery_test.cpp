@@ -1,7 +1,8 @@
 // States that a stop can leave behind, made by hand, and what the next writer
 // makes of them.
-#include "lab/layout.h"
-#include "lab/volume_lock.h"
+#include "lab/check/check.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/lock.h"
 #include "world.h"
 
 namespace {
@@ -59,7 +60,8 @@ TEST_P(recovery, brings_the_unit_home_or_calls_it_bad) {
   EXPECT_EQ(lost ? 7 : 8, account.preallocated);
   EXPECT_EQ(lost ? 7U : 8U, names(home()).size());
   EXPECT_FALSE(fs::exists(away()));
-  EXPECT_EQ(lost ? strings{"bad: volume vol1: unit unit000003 is bad"} : strings(), open().check());
+  EXPECT_EQ(lost ? strings{"bad: volume vol1: unit unit000003 is bad"} : strings(),
+            lab::check(open()));
 
   auto const mended = world::tree_of(root());
   open(lab::access::read_write);
@@ -97,7 +99,7 @@ class recovery_limits : public recovery {};
 TEST_P(recovery_limits, a_reader_moves_nothing) {
   stop_midway(GetParam());
   auto const before = world::tree_of(root());
-  open(lab::access::read_only).check();
+  lab::check(open(lab::access::read_only));
   EXPECT_EQ(strings(), world::differences(before, world::tree_of(root())));
 }
 

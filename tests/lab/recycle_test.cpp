@@ -2,8 +2,10 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include "lab/layout.h"
-#include "lab/volume_lock.h"
+#include "lab/check/check.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/lock.h"
+#include "lab/volume/place.h"
 #include "world.h"
 
 namespace {
@@ -41,7 +43,7 @@ TEST_F(recycle, leaked_units_come_back_with_their_blocks) {
   EXPECT_EQ(8U, names(preallocate(first_volume)).size());
   EXPECT_GE(allocated_bytes(preallocate(first_volume)), before + 3 * megabyte);
   EXPECT_EQ(8, open().account(first_volume).preallocated);
-  EXPECT_EQ(strings(), open().check());
+  EXPECT_EQ(strings(), lab::check(open()));
   EXPECT_EQ(0, run(always));
 }
 
@@ -158,7 +160,7 @@ TEST_F(recycle, many_units_come_back_batch_by_batch) {
   leak(first_volume, main_stream, now + hour, 280);
   EXPECT_EQ(580, run(always));
   EXPECT_EQ(600U, names(preallocate(first_volume)).size());
-  EXPECT_EQ(strings(), open().check());
+  EXPECT_EQ(strings(), lab::check(open()));
 }
 
 TEST_F(recycle, a_unit_that_is_nowhere_becomes_bad) {
@@ -197,7 +199,7 @@ TEST_F(recycle, a_second_writer_waits_and_then_is_busy) {
     EXPECT_THROW(recorder.recycle(first_volume, main_stream, always), lab::busy_error);
     EXPECT_THROW(recorder.record(first_volume, main_stream, now, 1), lab::busy_error);
     EXPECT_THROW(recorder.expire(now), lab::busy_error);
-    EXPECT_THROW(recorder.check(), lab::busy_error);
+    EXPECT_THROW(lab::check(recorder), lab::busy_error);
     EXPECT_EQ(2U, recorder.volumes().size());
     EXPECT_EQ(2, recorder.account(first_volume).lost);
     recorder.record(second_volume, main_stream, now, 1);
@@ -211,7 +213,7 @@ TEST_F(recycle, checks_do_not_exclude_each_other) {
   recorder.wait_at_most(std::chrono::milliseconds(30));
   lab::volume_lock const other(place_of_first(), lab::volume_lock::kind::shared,
                                std::chrono::milliseconds(0));
-  EXPECT_EQ(strings(), recorder.check());
+  EXPECT_EQ(strings(), lab::check(recorder));
   EXPECT_THROW(recorder.recycle(first_volume, main_stream, always), lab::busy_error);
 }
 

@@ -1,8 +1,9 @@
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
 
 #include <limits>
 
-#include "lab/recorder_state.h"
+#include "lab/catalogue/catalogue.h"
+#include "lab/recorder/state.h"
 #include "world.h"
 
 namespace {

@@ -5,9 +5,11 @@
 
 #include <fstream>
 
-#include "lab/layout.h"
-#include "lab/sqlite.h"
-#include "lab/volume_lock.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/check/check.h"
+#include "lab/make/make.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/lock.h"
 #include "world.h"
 
 namespace {
@@ -177,7 +179,7 @@ TEST_F(untrusted, a_volume_behind_a_link_is_not_mounted) {
     EXPECT_EQ(
         "volume vol1 is not mounted: " + (root() / "share" / "vol1").string(),
         world::failure_of([&] { recorder.record(first_volume, main_stream, world::now, 1); }));
-    auto const findings = recorder.check();
+    auto const findings = lab::check(recorder);
     ASSERT_FALSE(findings.empty());
     EXPECT_EQ(1, std::count(findings.begin(), findings.end(),
                             "not-mounted: volume vol1: a link or a file is in the place of its "
@@ -264,13 +266,13 @@ TEST_F(untrusted, what_a_make_left_is_told_by_any_of_its_files) {
   EXPECT_EQ(left.string() +
                 ": folder is not empty: it looks as a stopped make leaves it "
                 "(catalogue.new-journal); remove that first, unless it holds recordings",
-            world::failure_of([&] { lab::recorder::make(left, world::small(), {}); }));
+            world::failure_of([&] { lab::make_recorder(left, world::small(), {}); }));
 }
 
 TEST_F(untrusted, a_recorder_without_its_catalogue_is_not_what_a_make_left) {
   fs::remove(root() / "catalogue.db");
   EXPECT_EQ(root().string() + ": folder is not empty",
-            world::failure_of([&] { lab::recorder::make(root(), world::small(), {}); }));
+            world::failure_of([&] { lab::make_recorder(root(), world::small(), {}); }));
 }
 
 }  // namespace

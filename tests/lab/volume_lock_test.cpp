@@ -1,5 +1,3 @@
-#include "lab/volume_lock.h"
-
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/inotify.h>
@@ -8,6 +6,8 @@
 #include <array>
 #include <future>
 
+#include "lab/volume/lock.h"
+#include "lab/volume/place.h"
 #include "world.h"
 
 namespace {

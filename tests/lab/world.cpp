@@ -9,8 +9,9 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "lab/layout.h"
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/make/make.h"
+#include "lab/volume/layout.h"
 
 namespace world {
 
@@ -88,7 +89,7 @@ recorder_test::recorder_test() : root_(temporary_.path() / "recorder") {
 }
 
 fs::path recorder_test::make(lab::make_options const& options) const {
-  lab::recorder::make(root_, options, {});
+  lab::make_recorder(root_, options, {});
   return root_;
 }
 

@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "lab/recorder.h"
+#include "lab/make/make.h"
+#include "lab/recorder/recorder.h"
 
 namespace world {
 

@@ -15,6 +15,8 @@
 #include <memory>
 #include <sstream>
 
+#include "lab/make/make.h"
+
 namespace bench {
 
 namespace {
@@ -81,7 +83,7 @@ bench_test::~bench_test() {
 }
 
 void bench_test::make(lab::make_options const& options) const {
-  lab::recorder::make(recorder, options, [](std::int64_t, std::int64_t) {});
+  lab::make_recorder(recorder, options, [](std::int64_t, std::int64_t) {});
 }
 
 lab::recorder bench_test::reader() const {

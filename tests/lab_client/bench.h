@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "lab/recorder.h"
+#include "lab/make/make.h"
+#include "lab/recorder/recorder.h"
 #include "storage/records.h"
 
 namespace bench {

@@ -7,7 +7,9 @@
 #include <cstdlib>
 
 #include "bench.h"
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/check/check.h"
+#include "lab/make/make.h"
 #include "storage/service.h"
 
 namespace {
@@ -69,7 +71,7 @@ TEST_F(a_change_cut_short, is_undone_by_the_next_query) {
   ASSERT_EQ(4U, volumes.size());
   EXPECT_EQ(0, volumes.front().body.type);
   EXPECT_TRUE(traced("log_Debug").empty());
-  EXPECT_EQ(std::vector<std::string>(), reader().check());
+  EXPECT_EQ(std::vector<std::string>(), lab::check(reader()));
 }
 
 TEST_F(a_change_cut_short, keeps_no_query_from_answering) {
@@ -116,7 +118,7 @@ TEST_F(a_change_cut_short, keeps_no_query_from_answering) {
   EXPECT_EQ(0, body.type);
   EXPECT_EQ(0, size);
   EXPECT_TRUE(traced("log_Debug").empty());
-  EXPECT_EQ(std::vector<std::string>(), reader().check());
+  EXPECT_EQ(std::vector<std::string>(), lab::check(reader()));
 }
 
 TEST_F(a_change_cut_short, fails_a_query_where_nobody_may_undo_it) {

@@ -45,8 +45,8 @@
 #include <set>
 
 #include "commands/commands.h"
-#include "lab/recorder.h"
-#include "lab/volume_lock.h"
+#include "lab/recorder/recorder.h"
+#include "lab/volume/lock.h"
 #include "program.h"
 
 namespace {

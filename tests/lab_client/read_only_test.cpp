@@ -5,8 +5,11 @@
 #include <cstdlib>
 
 #include "bench.h"
-#include "lab/sqlite.h"
-#include "lab/volume_lock.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/check/check.h"
+#include "lab/make/make.h"
+#include "lab/volume/lock.h"
+#include "lab/volume/place.h"
 #include "storage/service.h"
 
 namespace {
@@ -155,7 +158,7 @@ TEST_F(reading_after_a_stop, finishes_what_was_begun) {
   ASSERT_LT(0, moving());
   read_everything();
   EXPECT_EQ(0, moving());
-  EXPECT_EQ(std::vector<std::string>(), reader().check());
+  EXPECT_EQ(std::vector<std::string>(), lab::check(reader()));
   EXPECT_TRUE(traced("log_Debug").empty());
 }
 

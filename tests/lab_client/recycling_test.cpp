@@ -4,8 +4,9 @@
 #include <algorithm>
 
 #include "bench.h"
-#include "lab/layout.h"
-#include "lab/volume_lock.h"
+#include "lab/check/check.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/lock.h"
 #include "storage/service.h"
 
 namespace {
@@ -45,7 +46,7 @@ class recycling : public bench_test {
         {of.id, of.path.filename(), of.sid_text, of.path}, how, std::chrono::milliseconds::zero()};
   }
 
-  void expect_sound() const { EXPECT_EQ(std::vector<std::string>(), reader().check()); }
+  void expect_sound() const { EXPECT_EQ(std::vector<std::string>(), lab::check(reader())); }
 
   void unmount(std::size_t volume_index) const {
     std::filesystem::rename(volume(volume_index).path, folder / "elsewhere");

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
 
 namespace bench {
 

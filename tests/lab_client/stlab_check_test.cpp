@@ -1,7 +1,7 @@
 // What stlab finds, repairs and mounts again.
 #include <fstream>
 
-#include "lab/layout.h"
+#include "lab/volume/layout.h"
 #include "stlab_bench.h"
 
 namespace {

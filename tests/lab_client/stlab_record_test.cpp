@@ -2,7 +2,8 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "lab/layout.h"
+#include "lab/make/make.h"
+#include "lab/volume/layout.h"
 #include "stlab_bench.h"
 
 namespace {

@@ -10,7 +10,8 @@
 #include <future>
 #include <system_error>
 
-#include "lab/layout.h"
+#include "lab/make/make.h"
+#include "lab/volume/layout.h"
 #include "stlab_bench.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <regex>
 
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
 #include "stlab_bench.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "damaged_recorder.h"
-#include "lab/layout.h"
-#include "lab/volume_lock.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/lock.h"
 
 namespace {
 

@@ -4,6 +4,10 @@
 #include <fstream>
 #include <set>
 
+#include "lab/check/check.h"
+#include "lab/make/make.h"
+#include "lab/repair/repair.h"
+
 namespace world {
 
 namespace fs = std::filesystem;
@@ -40,7 +44,7 @@ std::string damaged_recorder::damage(std::string const& kind, std::uint64_t seed
   return damage(options);
 }
 
-strings damaged_recorder::findings() const { return open(lab::access::read_only).check(); }
+strings damaged_recorder::findings() const { return lab::check(open(lab::access::read_only)); }
 
 strings damaged_recorder::classes() const {
   std::set<std::string> found;
@@ -48,7 +52,7 @@ strings damaged_recorder::classes() const {
   return {found.begin(), found.end()};
 }
 
-strings damaged_recorder::repair() const { return lab::recorder::repair(root()); }
+strings damaged_recorder::repair() const { return lab::repair(root()); }
 
 void damaged_recorder::fill_units() const {
   for (auto const& entry : fs::recursive_directory_iterator(root() / "share")) {

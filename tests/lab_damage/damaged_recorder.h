@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/recorder_damage.h"
+#include "lab/damage/damage.h"
 #include "world.h"
 
 namespace world {

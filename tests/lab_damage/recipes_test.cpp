@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "lab/recorder_damage.h"
+#include "lab/damage/damage.h"
 #include "recipe.h"
 #include "recorder_test.h"
 

@@ -6,9 +6,10 @@
 #include <csignal>
 
 #include "damaged_recorder.h"
-#include "lab/layout.h"
-#include "lab/sqlite.h"
-#include "lab/volume_repair.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/repair/volume_repair.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/place.h"
 
 namespace {
 

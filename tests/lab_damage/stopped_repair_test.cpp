@@ -4,8 +4,9 @@
 #include <iostream>
 #include <set>
 
-#include "lab/recorder.h"
-#include "lab/recorder_damage.h"
+#include "lab/damage/damage.h"
+#include "lab/make/make.h"
+#include "lab/recorder/recorder.h"
 #include "long_checks.h"
 #include "program.h"
 #include "world.h"
@@ -50,7 +51,7 @@ class stopped_repair : public world::recorder_test {
     options.channels = 2;
     options.days = 3;
     options.now_ms = now_ms;
-    lab::recorder::make(recorder, options, {});
+    lab::make_recorder(recorder, options, {});
     damage({"leak", 1, "vol1", {}, {}, {}, {}, {}});
     damage({"wrong-volume", 1, "vol1", {}, {}, {}, {}, {}});
     damage({"short-unit", 1, "vol2", {}, {}, {}, {}, {}});

@@ -14,9 +14,11 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "lab/folder.h"
-#include "lab/layout.h"
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/check/check.h"
+#include "lab/disk/folder.h"
+#include "lab/make/make.h"
+#include "lab/volume/layout.h"
 
 namespace bench {
 
@@ -301,7 +303,7 @@ void make_leaking(fs::path const& recorder) {
   options.channels = 2;
   options.days = 0;
   options.now_ms = now;
-  lab::recorder::make(recorder, options, {});
+  lab::make_recorder(recorder, options, {});
   auto writer = lab::recorder::open(recorder, lab::access::read_write);
   lab::stream const other{2, 4, 0};
   writer.record(1, other, now - hour, 1);
@@ -369,7 +371,7 @@ std::vector<std::string> problems_when_finished(fs::path const& recorder, origin
     append(problems, misplaced(recorder, volume));
     append(problems, wrong_sums(reader, volume));
   }
-  for (auto const& line : reader.check()) {
+  for (auto const& line : lab::check(reader)) {
     bool const known = std::any_of(volumes.begin(), volumes.end(), [&](auto const& volume) {
       return is_leak_of(before, volume, line);
     });

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/recorder.h"
+#include "lab/recorder/recorder.h"
 
 namespace bench {
 

@@ -9,9 +9,11 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "lab/file_steps.h"
-#include "lab/layout.h"
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/check/check.h"
+#include "lab/disk/file_steps.h"
+#include "lab/make/make.h"
+#include "lab/volume/layout.h"
 #include "long_checks.h"
 #include "storage/service.h"
 
@@ -270,7 +272,7 @@ lab::make_options tiny() {
   return options;
 }
 
-void make_tiny(path const& recorder) { lab::recorder::make(recorder, tiny(), {}); }
+void make_tiny(path const& recorder) { lab::make_recorder(recorder, tiny(), {}); }
 
 std::string refusal_of(path const& recorder) {
   try {
@@ -284,13 +286,13 @@ std::string refusal_of(path const& recorder) {
 // A recorder that was not made to the end, or to the very end.
 strings problems_of_making(path const& recorder, ending how) {
   if (refusal_of(recorder).empty()) {
-    return lab::recorder::open(recorder, lab::access::read_only).check();
+    return lab::check(lab::recorder::open(recorder, lab::access::read_only));
   }
   if (how == ending::done) return {"a recorder that was made is refused"};
   // It is in nobody's way.
   bench::temporary_folder const elsewhere;
   make_tiny(elsewhere.path() / "recorder");
-  return lab::recorder::open(elsewhere.path() / "recorder", lab::access::read_only).check();
+  return lab::check(lab::recorder::open(elsewhere.path() / "recorder", lab::access::read_only));
 }
 
 class making_loop {

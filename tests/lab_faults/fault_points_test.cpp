@@ -1,12 +1,12 @@
 // What STLAB_FAULT can say, and that faults happen where they are asked for.
-#include "lab/fault_points.h"
+#include "lab/disk/fault_points.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 
 #include "bench.h"
-#include "lab/file_steps.h"
+#include "lab/disk/file_steps.h"
 
 namespace {
 

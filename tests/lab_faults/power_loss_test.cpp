@@ -8,11 +8,11 @@
 #include <optional>
 #include <set>
 
-#include "lab/fault_points.h"
-#include "lab/file_steps.h"
-#include "lab/layout.h"
-#include "lab/sqlite.h"
-#include "lab/unit_moves.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/disk/fault_points.h"
+#include "lab/disk/file_steps.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/moves.h"
 #include "power_loss_model.h"
 
 namespace {

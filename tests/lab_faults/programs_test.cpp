@@ -14,6 +14,7 @@
 #include <system_error>
 
 #include "bench.h"
+#include "lab/check/check.h"
 
 namespace {
 
@@ -165,7 +166,7 @@ class programs : public testing::Test {
     for (auto const& volume : reader.volumes()) {
       EXPECT_EQ(2, reader.account(volume.id).preallocated) << volume.name;
     }
-    EXPECT_EQ(strings(), reader.check());
+    EXPECT_EQ(strings(), lab::check(reader));
   }
 
  private:

@@ -7,8 +7,9 @@
 #include <iostream>
 #include <optional>
 
-#include "lab/sqlite.h"
-#include "lab/volume_lock.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/volume/lock.h"
+#include "lab/volume/place.h"
 #include "stress_bench.h"
 
 namespace stress {

@@ -9,7 +9,8 @@
 #include <random>
 #include <regex>
 
-#include "lab/sqlite.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/check/check.h"
 #include "long_checks.h"
 
 namespace stress {
@@ -243,7 +244,7 @@ void stress_test::expect_exact_sums() const {
 void stress_test::expect_sound(moves state) const {
   // First of all: who reads a catalogue whose last change was cut short has it
   // undone.
-  auto const findings = reader().check();
+  auto const findings = lab::check(reader());
   expect_intact_catalogue();
   expect_exact_sums();
   std::regex const allowed = allowed_findings(state);

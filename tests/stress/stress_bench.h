@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/recorder.h"
+#include "lab/recorder/recorder.h"
 #include "program.h"
 
 namespace stress {

@@ -90,6 +90,37 @@ TEST(layers, the_lab_knows_neither_cli_nor_commands) {
   }
 }
 
+// The lab's rooms, lowest first; those of one row do not know each other.
+std::vector<std::vector<std::string>> const& lab_rooms() {
+  static std::vector<std::vector<std::string>> const rooms{{"util"},
+                                                           {"disk"},
+                                                           {"catalogue"},
+                                                           {"volume"},
+                                                           {"recorder"},
+                                                           {"make", "check", "damage"},
+                                                           {"repair", "client"},
+                                                           {"stlab"}};
+  return rooms;
+}
+
+TEST(layers, each_of_the_labs_rooms_knows_those_below_it) {
+  std::set<std::string> below;
+  std::size_t files = 0;
+  for (auto const& row : lab_rooms()) {
+    for (std::string const& room : row) {
+      files += sources("lab/" + room).size();
+      for (include const& each : includes("lab/" + room)) {
+        if (each.name.rfind("lab/", 0) != 0) continue;
+        std::string const other = layer_of(each.name.substr(4));
+        EXPECT_TRUE(other == room || below.count(other) == 1)
+            << each.file << " includes " << each.name;
+      }
+    }
+    below.insert(row.begin(), row.end());
+  }
+  EXPECT_EQ(files, sources("lab").size()) << "a source of the lab lies in none of its rooms";
+}
+
 TEST(includes, quoted_ones_of_the_program_exist_below_src) {
   for (include const& each : includes("src")) {
     if (!each.quoted) continue;

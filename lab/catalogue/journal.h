@@ -1,0 +1,26 @@
+// The catalogue's journal, by which a change that was cut short is undone. It
+// keeps its blocks from one change to the next, so that a change needs no
+// space. Another program that writes to the catalogue may remove or cut it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "lab/catalogue/sqlite.h"
+
+namespace lab {
+
+// How large the journal of a catalogue of that size is kept, both in bytes.
+std::int64_t journal_bytes(std::int64_t catalogue_bytes);
+
+// What the journal lacks to take any change of what the catalogue holds now, as
+// a finding; none when it lacks nothing.
+std::optional<std::string> journal_problem(database const& catalogue);
+
+// Gives the journal what it lacks, durably; what it holds stays. The catalogue is
+// locked against other writers meanwhile, and no transaction may be open on it.
+// A recorder is of use without, so a failure only leaves the finding in place.
+void put_back_journal(database& catalogue);
+
+}  // namespace lab

@@ -1,0 +1,22 @@
+// What is wrong with a catalogue by itself.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "lab/catalogue/sqlite.h"
+
+namespace lab {
+
+// Adds a line for everything that makes the file no sound database.
+void check_integrity(database const& catalogue, std::vector<std::string>& lines);
+
+// Adds a line for every period that contradicts its units or lacks its storage
+// id.
+void check_periods(database const& catalogue, std::vector<std::string>& lines);
+
+// "period 12 ch01_NR_S00_2026112107", from the columns id, channel number,
+// type, stream and start of a row.
+std::string name_of_period(statement const& row);
+
+}  // namespace lab

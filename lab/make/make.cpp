@@ -1,0 +1,353 @@
+// Making a recorder: its units are laid straight where the plan wants them, and
+// the catalogue gets its name last, so that whatever a stop leaves behind is no
+// recorder.
+#include "lab/make/make.h"
+
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <map>
+#include <optional>
+#include <set>
+#include <system_error>
+#include <utility>
+
+#include "lab/catalogue/catalogue.h"
+#include "lab/catalogue/journal.h"
+#include "lab/catalogue/schema.h"
+#include "lab/disk/file_steps.h"
+#include "lab/make/plan.h"
+#include "lab/recorder/state.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/moves.h"
+#include "lab/volume/place.h"
+
+namespace lab {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t megabyte = std::int64_t{1024} * 1024;
+constexpr std::size_t longest_preallocate_path = 255;
+constexpr char const* new_catalogue_file = "catalogue.new";
+
+void require_usable_path(fs::path const& where, make_plan const& plan) {
+  auto const share = where / share_folder;
+  require_path_without_share(where);
+  for (auto const& volume : plan.volumes) {
+    auto const storage = storage_folder((share / volume.name).string(), volume.sid_text);
+    auto const longest = storage + "/" + preallocate_folder;
+    if (longest.size() > longest_preallocate_path) {
+      throw error(where.string() + ": path is too long: " + std::to_string(longest.size()) +
+                  " characters down to the preallocated units, at most " +
+                  std::to_string(longest_preallocate_path) + " are possible");
+    }
+  }
+}
+
+// What a make that was killed leaves behind is nothing that no make makes. The
+// catalogue's journal comes after the new catalogue: alone it is what is left of
+// a recorder that has lost its catalogue.
+bool is_left_by_a_make(std::vector<std::string> const& names) {
+  auto const file = std::string(new_catalogue_file);
+  std::set<std::string> made{share_folder, file, file + "-journal"};
+  if (std::count(names.begin(), names.end(), file) == 1) made.insert(catalogue_journal_file);
+  return std::all_of(names.begin(), names.end(),
+                     [&made](auto const& name) { return made.count(name) == 1; });
+}
+
+[[noreturn]] void fail_as_not_empty(fs::path const& where, std::vector<std::string> const& names) {
+  if (!is_left_by_a_make(names)) throw error(where.string() + ": folder is not empty");
+  std::string left;
+  for (auto const& name : names) left += (left.empty() ? "" : ", ") + name;
+  throw error(where.string() + ": folder is not empty: it looks as a stopped make leaves it (" +
+              left + "); remove that first, unless it holds recordings");
+}
+
+void require_absent_or_empty(fs::path const& where) {
+  std::error_code problem;
+  auto const status = fs::symlink_status(where, problem);
+  if (status.type() == fs::file_type::not_found) return;
+  if (!fs::is_directory(where, problem)) throw error(where.string() + ": not a folder");
+  auto const names = folder(where).names();
+  if (!names.empty()) fail_as_not_empty(where, names);
+}
+
+void require_room(fs::path const& where, make_plan const& plan, make_options const& options) {
+  auto existing = where;
+  std::error_code problem;
+  while (!fs::exists(existing, problem) && existing.has_relative_path()) {
+    existing = existing.parent_path();
+  }
+  struct statvfs disk {};
+  if (statvfs(existing.c_str(), &disk) != 0) fail_with_errno(existing, "cannot look at the disk");
+  auto const volumes = static_cast<std::int64_t>(plan.volumes.size());
+  auto const recordings = static_cast<std::int64_t>(plan.recordings.size());
+  // Folders, catalogue and its journal come on top of the units.
+  std::int64_t const kilobytes = volumes * (plan.units + 64) + recordings * 8 + 8192;
+  std::int64_t const needed_mb = volumes * options.volume_mb + kilobytes / 1024;
+  auto const block = static_cast<std::int64_t>(disk.f_frsize);
+  auto const free_mb =
+      static_cast<std::int64_t>(disk.f_bavail) / (megabyte / std::min(block, megabyte));
+  if (free_mb < needed_mb) {
+    throw error(existing.string() + ": too little disk: " + std::to_string(needed_mb) +
+                " MB needed, " + std::to_string(free_mb) + " MB are free");
+  }
+}
+
+// Removes on destruction what was made, unless it was kept.
+class making {
+ public:
+  explicit making(fs::path where)
+      : where_(std::move(where)), made_folder_(steps::make_folders(where_)) {}
+
+  // The catalogue goes first: where it stays, all stays, so that no recorder is
+  // left in parts.
+  ~making() {
+    if (kept_) return;
+    try {
+      folder const inside(where_);
+      for (auto const& name : made_) {
+        if (!steps::remove_tree(inside, name)) return;
+      }
+      if (made_folder_) steps::remove_empty_folder(folder(where_.parent_path()), where_.filename());
+    } catch (error const&) {
+      // What is left is no recorder.
+    }
+  }
+
+  making(making const&) = delete;
+  making& operator=(making const&) = delete;
+
+  // Makes the share folder. Whoever makes it owns the rest: of two that make a
+  // recorder in one folder, one fails here.
+  void claim() {
+    if (!steps::make_folder(folder(where_), share_folder)) {
+      throw error(where_.string() + ": folder is not empty");
+    }
+    auto const file = std::string(new_catalogue_file);
+    made_ = {catalogue_file, catalogue_journal_file, file, file + "-journal", share_folder};
+  }
+
+  void keep() { kept_ = true; }
+
+ private:
+  fs::path where_;
+  bool made_folder_;
+  std::vector<std::string> made_;
+  bool kept_ = false;
+};
+
+// What becomes of a unit: a recording's, by its place in the plan, or free.
+using unit_uses = std::vector<std::optional<std::size_t>>;
+
+unit_uses uses_of_units(make_plan const& plan, int volume) {
+  unit_uses uses(static_cast<std::size_t>(plan.units));
+  for (std::size_t index = 0; index < plan.recordings.size(); ++index) {
+    auto const& recording = plan.recordings[index];
+    if (plan.channels[static_cast<std::size_t>(recording.channel)].volume != volume) continue;
+    auto const first = static_cast<std::size_t>(recording.first_unit);
+    for (std::size_t unit = first; unit < first + static_cast<std::size_t>(recording.units);
+         ++unit) {
+      uses[unit] = index;
+    }
+  }
+  return uses;
+}
+
+std::string hour_folder_of(planned_recording const& recording) {
+  return hour_folder_name(recording.channel, recording.recording_type, recording.stream,
+                          recording.hour_ms);
+}
+
+// Tells how many of all units are laid.
+class unit_count {
+ public:
+  unit_count(make_plan const& plan, progress const& report)
+      : total_(static_cast<std::int64_t>(plan.volumes.size()) * plan.units), report_(report) {}
+
+  void add_one() {
+    ++done_;
+    tell();
+  }
+
+  void tell() const {
+    if (report_) report_(done_, total_);
+  }
+
+ private:
+  std::int64_t total_;
+  std::int64_t done_ = 0;
+  progress const& report_;
+};
+
+class volume_layer {
+ public:
+  volume_layer(make_plan const& plan, make_options const& options, unit_count& count)
+      : plan_(plan), unit_bytes_(options.unit_mb * megabyte), count_(count) {}
+
+  void lay(folder const& share, int volume) {
+    auto const& planned = plan_.volumes[static_cast<std::size_t>(volume)];
+    steps::make_folder(share, planned.name);
+    folder const place(share, planned.name);
+    steps::make_file(place, identity_file, identity_text(planned.sid_text));
+    steps::make_folder(place, storage_folder_name(planned.sid_text));
+    folder const storage(place, storage_folder_name(planned.sid_text));
+    lay_units(storage, uses_of_units(plan_, volume));
+  }
+
+ private:
+  void lay_units(folder const& storage, unit_uses const& uses) {
+    steps::make_folder(storage, preallocate_folder);
+    folder const home(storage, preallocate_folder);
+    for (std::size_t unit = 0; unit < uses.size(); ++unit) {
+      auto const name = unit_name(static_cast<int>(unit));
+      if (uses[unit]) {
+        lay_recorded(storage, hour_folder_of(plan_.recordings[*uses[unit]]), name);
+      } else {
+        preallocate(home, name);
+      }
+      count_.add_one();
+    }
+  }
+
+  void lay_recorded(folder const& storage, std::string const& hour_name, std::string const& name) {
+    steps::make_folder(storage, hour_name);
+    folder const hour(storage, hour_name);
+    preallocate(hour, name);
+    steps::write_head(hour, name, recording_head(hour_name, name));
+  }
+
+  void preallocate(folder const& in, std::string const& name) {
+    steps::preallocate_file(in, name, unit_bytes_, [this] { count_.tell(); });
+  }
+
+  make_plan const& plan_;
+  std::int64_t unit_bytes_;
+  unit_count& count_;
+};
+
+void insert_spaces_and_volumes(database& catalogue, make_plan const& plan) {
+  statement space(catalogue, "INSERT INTO space (id, sid, name, uuid) VALUES (?, ?, ?, ?)");
+  for (std::size_t index = 0; index < plan.spaces.size(); ++index) {
+    auto const& planned = plan.spaces[index];
+    space.with(static_cast<std::int64_t>(index + 1), planned.sid, planned.name, planned.uuid).run();
+  }
+  statement volume(
+      catalogue,
+      "INSERT INTO volume (id, space_id, sid_number, sid_text, name, folder, volume_no)"
+      "  VALUES (?1, ?2, ?1, ?3, ?4, ?4, ?1)");
+  for (std::size_t index = 0; index < plan.volumes.size(); ++index) {
+    auto const& planned = plan.volumes[index];
+    volume
+        .with(static_cast<std::int64_t>(index + 1), planned.space + 1, planned.sid_text,
+              planned.name)
+        .run();
+  }
+}
+
+void insert_channels(database& catalogue, make_plan const& plan) {
+  statement channel(catalogue, "INSERT INTO channel (id, number, sid) VALUES (?, ?, ?)");
+  statement assignment(catalogue, "INSERT INTO assignment (channel_id, volume_id) VALUES (?, ?)");
+  for (std::size_t index = 0; index < plan.channels.size(); ++index) {
+    auto const number = static_cast<std::int64_t>(index);
+    channel.with(number + 1, number, plan.channels[index].sid).run();
+    assignment.with(number + 1, plan.channels[index].volume + 1).run();
+  }
+}
+
+// So many rows are written in a small fraction of a second.
+constexpr std::size_t rows_at_once = 1000;
+
+void insert_periods(database& catalogue, make_plan const& plan, unit_count const& count) {
+  statement period(catalogue,
+                   "INSERT INTO period"
+                   "  (id, channel_id, recording_type, stream, start_ms, end_ms, storage_id)"
+                   "  VALUES (?, ?, ?, ?, ?, ?, ?)");
+  for (std::size_t index = 0; index < plan.recordings.size(); ++index) {
+    auto const& recording = plan.recordings[index];
+    auto const& channel = plan.channels[static_cast<std::size_t>(recording.channel)];
+    period
+        .with(static_cast<std::int64_t>(index + 1), recording.channel + 1, recording.recording_type,
+              recording.stream, recording.hour_ms, recording.hour_ms + hour_milliseconds,
+              plan.volumes[static_cast<std::size_t>(channel.volume)].sid_text)
+        .run();
+    if (index % rows_at_once == 0) count.tell();
+  }
+}
+
+void insert_units(database& catalogue, make_plan const& plan, int volume, unit_count const& count) {
+  statement free_unit(catalogue, "INSERT INTO unit (volume_id, name) VALUES (?, ?)");
+  statement recorded(catalogue,
+                     "INSERT INTO unit (volume_id, name, state, channel_id, recording_type, stream,"
+                     "                  hour_ms, period_id)"
+                     "  VALUES (?, ?, 'recorded', ?, ?, ?, ?, ?)");
+  auto const uses = uses_of_units(plan, volume);
+  for (std::size_t unit = 0; unit < uses.size(); ++unit) {
+    if (unit % rows_at_once == 0) count.tell();
+    auto const name = unit_name(static_cast<int>(unit));
+    if (!uses[unit]) {
+      free_unit.with(volume + 1, name).run();
+      continue;
+    }
+    auto const& recording = plan.recordings[*uses[unit]];
+    recorded
+        .with(volume + 1, name, recording.channel + 1, recording.recording_type, recording.stream,
+              recording.hour_ms, static_cast<std::int64_t>(*uses[unit] + 1))
+        .run();
+  }
+}
+
+void write_catalogue(fs::path const& file, make_plan const& plan, make_options const& options,
+                     unit_count const& count) {
+  database catalogue(file, database::mode::create, default_patience);
+  transaction all(catalogue, transaction_kind::writing);
+  catalogue.execute(catalogue_schema);
+  statement(catalogue, "INSERT INTO recorder (id, unit_mb, seed, made_ms) VALUES (1, ?, ?, ?)")
+      .with(options.unit_mb, static_cast<std::int64_t>(options.seed), options.now_ms)
+      .run();
+  insert_spaces_and_volumes(catalogue, plan);
+  insert_channels(catalogue, plan);
+  insert_periods(catalogue, plan, count);
+  for (int volume = 0; volume < static_cast<int>(plan.volumes.size()); ++volume) {
+    insert_units(catalogue, plan, volume, count);
+  }
+  all.commit();
+  catalogue.reserve(catalogue_reserve);
+}
+
+}  // namespace
+
+void make_recorder(fs::path const& folder_to_make, make_options const& options,
+                   progress const& report) {
+  auto const plan = plan_recorder(options);
+  auto const where = resolved(folder_to_make);
+  require_usable_path(where, plan);
+  require_absent_or_empty(where);
+  require_room(where, plan, options);
+  making made(where);
+  made.claim();
+  lab::folder const recorder_folder(where);
+  lab::folder const share(recorder_folder, share_folder);
+  unit_count count(plan, report);
+  volume_layer layer(plan, options, count);
+  for (int volume = 0; volume < static_cast<int>(plan.volumes.size()); ++volume) {
+    layer.lay(share, volume);
+  }
+  write_catalogue(where / new_catalogue_file, plan, options, count);
+  // Units can be given back on a full disk: nothing of the catalogue's needs
+  // space then.
+  std::error_code ignored;
+  auto const bytes = static_cast<std::int64_t>(fs::file_size(where / new_catalogue_file, ignored));
+  steps::preallocate_file(recorder_folder, catalogue_journal_file, journal_bytes(bytes));
+  steps::sync_file_system(recorder_folder);
+  // The last moment in which it can be stopped.
+  count.tell();
+  steps::rename_file(recorder_folder, new_catalogue_file, catalogue_file);
+  steps::sync_folder(recorder_folder);
+  made.keep();
+}
+
+}  // namespace lab

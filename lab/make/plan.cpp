@@ -1,0 +1,173 @@
+#include "lab/make/plan.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdio>
+#include <set>
+#include <tuple>
+
+#include "lab/util/generator.h"
+#include "lab/volume/layout.h"
+
+namespace lab {
+
+namespace {
+
+constexpr int hours_a_day = 24;
+
+// How much of a volume is recorded at most, so that there is room to go on.
+constexpr int filled_percent = 60;
+
+struct stream_kind {
+  std::int32_t recording_type;
+  std::int32_t stream;
+  int weight;
+};
+
+// Most recordings are normal ones of the main stream.
+constexpr std::array<stream_kind, 5> kinds{
+    {{4, 0, 12}, {4, 1, 3}, {1, 0, 3}, {1, 2, 2}, {2, 0, 1}}};
+
+void require(char const* what, int value, limits const& allowed) {
+  if (value >= allowed.least && value <= allowed.most) return;
+  throw error(std::string(what) + " must be " + std::to_string(allowed.least) + " to " +
+              std::to_string(allowed.most) + ", not " + std::to_string(value));
+}
+
+// 32 digits whose first 31 are unlike those of every other id.
+std::string new_id(generator& random, std::set<std::string>& taken) {
+  for (;;) {
+    auto id = random.digits(32);
+    if (taken.insert(id.substr(0, 31)).second) return id;
+  }
+}
+
+// Channels go round the spaces first, then round the volumes within a space.
+int volume_of_channel(int channel, make_options const& options) {
+  int const space = channel % options.spaces;
+  int const within = channel / options.spaces % options.volumes;
+  return space * options.volumes + within;
+}
+
+std::size_t chosen_kind(generator& random) {
+  int all = 0;
+  for (auto const& kind : kinds) all += kind.weight;
+  auto left = random.below(all);
+  for (std::size_t index = 0; index < kinds.size(); ++index) {
+    left -= kinds[index].weight;
+    if (left < 0) return index;
+  }
+  return 0;
+}
+
+// The past hours of one stream, each to be taken once, in a random order.
+class hour_choice {
+ public:
+  hour_choice(std::int64_t now_ms, int days) {
+    for (std::int64_t back = 1; back <= std::int64_t{days} * hours_a_day; ++back) {
+      left_.push_back(hour_of(now_ms) - back * hour_milliseconds);
+    }
+  }
+
+  bool empty() const { return left_.empty(); }
+
+  std::int64_t take(generator& random) {
+    auto const place =
+        static_cast<std::size_t>(random.below(static_cast<std::int64_t>(left_.size())));
+    std::swap(left_[place], left_.back());
+    auto const hour = left_.back();
+    left_.pop_back();
+    return hour;
+  }
+
+ private:
+  std::vector<std::int64_t> left_;
+};
+
+// Records hours of one channel until its share of units is used up or every
+// fourth hour or so is still missing. The first ones show each kind once.
+std::vector<planned_recording> record_channel(int channel, int units, make_options const& options,
+                                              generator& random) {
+  std::vector<hour_choice> hours(kinds.size(), hour_choice(options.now_ms, options.days));
+  int const most = options.days * hours_a_day;
+  std::vector<planned_recording> found;
+  for (int hour = 0; hour < most && units > 0; ++hour) {
+    auto const shown = static_cast<std::size_t>(hour);
+    auto const kind = shown < kinds.size() ? shown : chosen_kind(random);
+    if (hours[kind].empty()) continue;
+    int const size = std::min(units, random.below(4) == 0 ? 2 : 1);
+    found.push_back({channel, kinds[kind].recording_type, kinds[kind].stream,
+                     hours[kind].take(random), 0, size});
+    units -= size;
+  }
+  return found;
+}
+
+auto chronological_key(planned_recording const& recording) {
+  return std::make_tuple(recording.hour_ms, recording.channel, recording.recording_type,
+                         recording.stream);
+}
+
+void assign_units(make_plan& plan) {
+  std::vector<int> next_unit(plan.volumes.size(), 0);
+  for (auto& recording : plan.recordings) {
+    auto const channel = static_cast<std::size_t>(recording.channel);
+    auto& next = next_unit[static_cast<std::size_t>(plan.channels[channel].volume)];
+    recording.first_unit = next;
+    next += recording.units;
+  }
+}
+
+void plan_recordings(make_plan& plan, make_options const& options, generator& random) {
+  for (int channel = 0; channel < options.channels; ++channel) {
+    int const volume = plan.channels[static_cast<std::size_t>(channel)].volume;
+    auto const sharing =
+        std::count_if(plan.channels.begin(), plan.channels.end(),
+                      [volume](auto const& other) { return other.volume == volume; });
+    auto const share = std::int64_t{plan.units} * filled_percent / 100 / sharing;
+    auto const recorded = record_channel(channel, static_cast<int>(share), options, random);
+    plan.recordings.insert(plan.recordings.end(), recorded.begin(), recorded.end());
+  }
+  std::sort(plan.recordings.begin(), plan.recordings.end(),
+            [](auto const& left, auto const& right) {
+              return chronological_key(left) < chronological_key(right);
+            });
+  assign_units(plan);
+}
+
+}  // namespace
+
+void require_in_range(make_options const& options) {
+  require("the number of spaces", options.spaces, space_limits);
+  require("the number of volumes a space", options.volumes, volume_limits);
+  require("the unit size in MB", options.unit_mb, unit_mb_limits);
+  require("the volume size in MB", options.volume_mb, {options.unit_mb, volume_mb_limits.most});
+  require("the number of channels", options.channels, channel_limits);
+  require("the number of days", options.days, day_limits);
+  if (options.volume_mb % options.unit_mb != 0) {
+    throw error("the volume size must be a multiple of the unit size");
+  }
+}
+
+make_plan plan_recorder(make_options const& options) {
+  require_in_range(options);
+  generator random(options.seed);
+  std::set<std::string> taken;
+  make_plan plan{};
+  plan.units = options.volume_mb / options.unit_mb;
+  for (int space = 0; space < options.spaces; ++space) {
+    plan.spaces.push_back({random.uuid(), "Storage" + std::to_string(space + 1), random.uuid()});
+    for (int within = 0; within < options.volumes; ++within) {
+      auto const name = volume_folder_name(static_cast<int>(plan.volumes.size()));
+      plan.volumes.push_back({space, new_id(random, taken), name});
+    }
+  }
+  for (int channel = 0; channel < options.channels; ++channel) {
+    plan.channels.push_back({new_id(random, taken), volume_of_channel(channel, options)});
+  }
+  plan_recordings(plan, options, random);
+  return plan;
+}
+
+}  // namespace lab

@@ -1,0 +1,79 @@
+// What a recorder to be made will hold, as a pure function of its options.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "lab/recorder/recorder.h"
+
+namespace lab {
+
+// Places in the plan's lists, counted from 0, stand for what they name.
+struct planned_space {
+  std::string sid;
+  std::string name;
+  std::string uuid;
+};
+
+struct planned_volume {
+  int space;
+  std::string sid_text;
+  std::string name;
+};
+
+struct planned_channel {
+  std::string sid;
+  int volume;
+};
+
+// One hour recorded by a channel into its volume, and its first unit there.
+struct planned_recording {
+  int channel;
+  std::int32_t recording_type;
+  std::int32_t stream;
+  std::int64_t hour_ms;
+  int first_unit;
+  int units;
+};
+
+struct make_options {
+  int spaces = 2;
+  int volumes = 2;  // a space
+  int volume_mb = 64;
+  int unit_mb = 1;
+  int channels = 4;
+  int days = 3;
+  std::uint64_t seed = 1;
+  std::int64_t now_ms = 0;
+};
+
+// Both ends included.
+struct limits {
+  int least;
+  int most;
+};
+
+inline constexpr limits space_limits{1, 64};
+inline constexpr limits volume_limits{1, 64};  // a space
+inline constexpr limits unit_mb_limits{1, most_unit_mb};
+inline constexpr limits volume_mb_limits{1, 1024 * 1024};  // at least a unit
+inline constexpr limits channel_limits{1, 256};
+inline constexpr limits day_limits{0, 3650};
+
+struct make_plan {
+  std::vector<planned_space> spaces;
+  std::vector<planned_volume> volumes;
+  std::vector<planned_channel> channels;
+  std::vector<planned_recording> recordings;
+  int units;  // a volume
+};
+
+// Throws lab::error when an option is out of its range, or the volume size is no
+// multiple of the unit size.
+void require_in_range(make_options const& options);
+
+// Throws as require_in_range does.
+make_plan plan_recorder(make_options const& options);
+
+}  // namespace lab

@@ -1,0 +1,64 @@
+// Opening a recorder, and what is finished then.
+#include <utility>
+
+#include "lab/catalogue/catalogue.h"
+#include "lab/recorder/state.h"
+#include "lab/volume/lock.h"
+#include "lab/volume/moves.h"
+#include "lab/volume/place.h"
+
+namespace lab {
+
+recorder recorder::open(std::filesystem::path const& folder, access mode,
+                        std::chrono::milliseconds patience) {
+  auto where = resolved(folder);
+  require_path_without_share(where);
+  auto catalogue = open_catalogue(where, mode, patience);
+  std::int64_t const unit_mb = number_of(catalogue, "SELECT unit_mb FROM recorder");
+  if (unit_mb < 1) throw error(where.string() + ": not a recorder: its catalogue is empty");
+  if (unit_mb > most_unit_mb) {
+    throw error(where.string() + ": not a recorder: its units are too large");
+  }
+  recorder opened(
+      std::make_unique<state>(state{std::move(where), std::move(catalogue), unit_mb, patience}));
+  if (mode == access::read_write) opened.finish_stopped_moves();
+  return opened;
+}
+
+// Volumes that are not mounted or cannot take their units back keep what was
+// begun on them, and what moves under somebody else's lock is somebody else's.
+void recorder::finish_stopped_moves() {
+  statement query(state_->catalogue,
+                  "SELECT DISTINCT volume_id FROM unit WHERE state IN ('recording', 'recycling')");
+  std::vector<std::int64_t> volume_ids;
+  while (query.next()) volume_ids.push_back(query.integer(0));
+  for (auto const volume_id : volume_ids) {
+    auto const place = place_of(state_->catalogue, state_->folder, volume_id);
+    try {
+      if (auto const lock = volume_lock::try_take(place)) finish_moves(state_->catalogue, place);
+    } catch (busy_error const&) {
+      throw;
+    } catch (database_error const&) {
+      throw;
+    } catch (error const&) {
+      // Other volumes are of use without this one, whose own operations say
+      // what is wrong with it.
+    }
+  }
+}
+
+recorder::recorder(std::unique_ptr<state> opened) : state_(std::move(opened)) {}
+recorder::recorder(recorder&&) noexcept = default;
+recorder& recorder::operator=(recorder&&) noexcept = default;
+recorder::~recorder() = default;
+
+void recorder::wait_at_most(std::chrono::milliseconds patience) {
+  state_->patience = patience;
+  state_->catalogue.wait_at_most(patience);
+}
+
+std::filesystem::path const& recorder::folder() const { return state_->folder; }
+
+std::int64_t recorder::unit_mb() const { return state_->unit_mb; }
+
+}  // namespace lab

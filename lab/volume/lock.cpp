@@ -1,0 +1,76 @@
+#include "lab/volume/lock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <string_view>
+
+#include "lab/util/error.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/place.h"
+
+namespace lab {
+
+namespace {
+
+constexpr std::chrono::milliseconds pause{10};
+
+bool try_lock(descriptor const& identity, volume_lock::kind which) {
+  int const operation = which == volume_lock::kind::shared ? LOCK_SH : LOCK_EX;
+  int result = -1;
+  do {
+    result = flock(identity.number(), operation | LOCK_NB);
+  } while (result != 0 && errno == EINTR);
+  if (result == 0) return true;
+  if (errno == EWOULDBLOCK) return false;
+  fail_with_errno(identity_file, "cannot lock");
+}
+
+// Whether who takes the lock now, by the identity's path, takes it of the same
+// file, and that is still the volume's identity. It can have been replaced
+// between its opening and its locking.
+bool is_in_place(descriptor const& identity, volume_place const& place) {
+  auto const now = look_at(place);
+  struct stat held {};
+  struct stat found {};
+  return now.how == mount::present && fstat(identity.number(), &held) == 0 &&
+         fstat(now.identity.number(), &found) == 0 && held.st_dev == found.st_dev &&
+         held.st_ino == found.st_ino;
+}
+
+void rest() {
+  timespec const length{0, std::chrono::nanoseconds(pause).count()};
+  nanosleep(&length, nullptr);
+}
+
+}  // namespace
+
+volume_lock::volume_lock(volume_place const& place, kind which, std::chrono::milliseconds patience)
+    : identity_(-1) {
+  // Rests are counted instead of asking a clock, which may be held.
+  for (auto left = patience;; left -= pause) {
+    auto found = look_at(place);
+    if (found.how != mount::present) require_mounted(place);
+    identity_ = std::move(found.identity);
+    if (try_lock(identity_, which) && is_in_place(identity_, place)) return;
+    if (left <= std::chrono::milliseconds::zero()) {
+      throw busy_error("volume " + place.folder_name + " is being written by somebody else");
+    }
+    rest();
+  }
+}
+
+std::optional<volume_lock> volume_lock::try_take(volume_place const& place) {
+  auto found = look_at(place);
+  if (found.how != mount::present) return std::nullopt;
+  if (!try_lock(found.identity, kind::exclusive)) return std::nullopt;
+  if (!is_in_place(found.identity, place)) return std::nullopt;
+  return volume_lock(std::move(found.identity));
+}
+
+}  // namespace lab

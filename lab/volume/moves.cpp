@@ -1,0 +1,184 @@
+#include "lab/volume/moves.h"
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "lab/disk/file_steps.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/place.h"
+#include "lab/volume/values.h"
+
+namespace lab {
+
+namespace {
+
+using units_by_folder = std::map<std::string, std::vector<moving_unit>>;
+
+enum class whereabouts { away, away_and_home, home, nowhere };
+
+bool holds_file(folder const& in, std::string const& name) {
+  auto const status = in.status(name);
+  return status && S_ISREG(status->st_mode);
+}
+
+bool same_file(folder const& left, folder const& right, std::string const& name) {
+  auto const one = left.status(name);
+  auto const other = right.status(name);
+  return one && other && one->st_dev == other->st_dev && one->st_ino == other->st_ino;
+}
+
+bool is_smaller(folder const& in, folder const& than_in, std::string const& name) {
+  auto const one = in.status(name);
+  auto const other = than_in.status(name);
+  return one && other && one->st_size < other->st_size;
+}
+
+// Links a unit into preallocate. Another file that has the unit's name in the
+// hour folder is nobody's to remove: such a unit counts as home already, unless
+// what is there is none.
+whereabouts link_home(folder const& hour, folder const& home, std::string const& name) {
+  if (!holds_file(hour, name)) {
+    return holds_file(home, name) ? whereabouts::home : whereabouts::nowhere;
+  }
+  if (steps::link_file(hour, home, name)) return whereabouts::away_and_home;
+  if (same_file(hour, home, name)) return whereabouts::away_and_home;
+  bool const is_unit = holds_file(home, name) && !is_smaller(home, hour, name);
+  return is_unit ? whereabouts::home : whereabouts::nowhere;
+}
+
+void remove_all(folder const& in, std::vector<std::string> const& names) {
+  for (auto const& name : names) steps::remove_file(in, name);
+}
+
+// One hour folder on the way home, between the syncing of preallocate and that
+// of the storage folder.
+struct emptied_folder {
+  folder hour;
+  std::vector<std::string> names;
+};
+
+units_by_folder by_folder(std::vector<moving_unit> const& units) {
+  units_by_folder sorted;
+  for (auto const& unit : units) sorted[unit.hour_folder].push_back(unit);
+  return sorted;
+}
+
+std::vector<std::string> link_all_home(std::optional<folder> const& hour, folder const& home,
+                                       std::vector<moving_unit> const& units,
+                                       std::vector<moving_unit>& nowhere) {
+  std::vector<std::string> linked;
+  for (auto const& unit : units) {
+    auto found = whereabouts::nowhere;
+    if (hour) {
+      found = link_home(*hour, home, unit.name);
+    } else if (holds_file(home, unit.name)) {
+      found = whereabouts::home;
+    }
+    if (found == whereabouts::away_and_home) linked.push_back(unit.name);
+    if (found == whereabouts::nowhere) nowhere.push_back(unit);
+  }
+  return linked;
+}
+
+std::vector<moving_unit> units_on_their_way(database const& catalogue, volume_place const& place) {
+  statement query(catalogue,
+                  "SELECT u.id, u.name, c.number, u.recording_type, u.stream, u.hour_ms"
+                  "  FROM unit u JOIN channel c ON c.id = u.channel_id"
+                  "  WHERE u.volume_id = ? AND u.state IN ('recording', 'recycling')"
+                  "  ORDER BY u.id LIMIT ?");
+  query.with(place.id, move_batch);
+  std::vector<moving_unit> units;
+  while (query.next()) {
+    units.push_back({query.integer(0), unit_name_in(query, 1),
+                     hour_folder_name(channel_number_in(query, 2), recording_type_in(query, 3),
+                                      stream_in(query, 4), time_in(query, 5))});
+  }
+  return units;
+}
+
+void note_arrival(database& catalogue, std::vector<moving_unit> const& units,
+                  std::vector<moving_unit> const& nowhere) {
+  transaction arrival(catalogue, transaction_kind::writing);
+  statement update(catalogue,
+                   "UPDATE unit SET state = ?, channel_id = NULL, recording_type = NULL,"
+                   "                stream = NULL, hour_ms = NULL, period_id = NULL"
+                   "  WHERE id = ?");
+  for (auto const& unit : units) update.with("free", unit.id).run();
+  for (auto const& unit : nowhere) update.with("bad", unit.id).run();
+  arrival.commit();
+}
+
+}  // namespace
+
+std::string recording_head(std::string const& hour_folder, std::string const& unit_name) {
+  return hour_folder + "/" + unit_name + "\n";
+}
+
+std::vector<moving_unit> take_out(folder const& storage, std::vector<moving_unit> const& units) {
+  if (units.empty()) return {};
+  folder const home(storage, preallocate_folder);
+  std::string const& hour_name = units.front().hour_folder;
+  if (steps::make_folder(storage, hour_name)) steps::sync_folder(storage);
+  folder const hour(storage, hour_name);
+  std::vector<moving_unit> missing;
+  std::vector<std::string> linked;
+  for (auto const& unit : units) {
+    auto const status = home.status(unit.name);
+    if (!status || !S_ISREG(status->st_mode)) {
+      missing.push_back(unit);
+    } else if (status->st_nlink > 1) {
+      throw error((home.path() / unit.name).string() + ": unit has a second name elsewhere");
+    } else if (steps::link_file(home, hour, unit.name)) {
+      linked.push_back(unit.name);
+      steps::write_head(hour, unit.name, recording_head(hour_name, unit.name));
+      steps::sync_file(hour, unit.name);
+    } else {
+      throw error((hour.path() / unit.name).string() + ": unit is there already");
+    }
+  }
+  steps::sync_folder(hour);
+  remove_all(home, linked);
+  steps::sync_folder(home);
+  return missing;
+}
+
+std::vector<moving_unit> bring_home(folder const& storage, std::vector<moving_unit> const& units) {
+  folder const home(storage, preallocate_folder);
+  std::vector<moving_unit> nowhere;
+  std::map<std::string, emptied_folder> emptied;
+  for (auto const& [name, in_folder] : by_folder(units)) {
+    auto hour = folder::find(storage, name);
+    auto linked = link_all_home(hour, home, in_folder, nowhere);
+    if (hour) emptied.emplace(name, emptied_folder{std::move(*hour), std::move(linked)});
+  }
+  steps::sync_folder(home);
+  for (auto const& [name, left] : emptied) {
+    remove_all(left.hour, left.names);
+    if (!steps::remove_empty_folder(storage, name)) steps::sync_folder(left.hour);
+  }
+  // A folder whose removal is durable holds no names that could come back.
+  if (!emptied.empty()) steps::sync_folder(storage);
+  return nowhere;
+}
+
+std::int64_t finish_moves(database& catalogue, volume_place const& place) {
+  std::int64_t came_back = 0;
+  std::int64_t last_id = std::numeric_limits<std::int64_t>::min();
+  for (;;) {
+    auto const units = units_on_their_way(catalogue, place);
+    if (units.empty()) return came_back;
+    // Units come in the order of their ids, and none that has arrived again.
+    if (units.front().id <= last_id) throw error("catalogue: its indexes contradict its tables");
+    last_id = units.back().id;
+    folder const storage = open_storage(place);
+    auto const nowhere = bring_home(storage, units);
+    note_arrival(catalogue, units, nowhere);
+    came_back += static_cast<std::int64_t>(units.size() - nowhere.size());
+  }
+}
+
+}  // namespace lab

@@ -1,0 +1,52 @@
+// Moving units between preallocate and their hour folders so that no stop at
+// any point, power loss included, loses one or makes a second one of it:
+//
+//  1. the catalogue says durably that the units are on their way,
+//  2. they are linked into the folder where they go, and that folder is synced,
+//  3. they are unlinked where they were, and that folder is synced,
+//  4. the catalogue says durably that they have arrived.
+//
+// No transaction is open in steps 2 and 3. A unit's name never changes, so a
+// unit on its way is found by its name in either folder or in both. The caller
+// holds the volume's lock throughout.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "lab/catalogue/sqlite.h"
+#include "lab/disk/folder.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/lock.h"
+#include "lab/volume/place.h"
+
+namespace lab {
+
+// How many units a step of a move takes at most.
+inline constexpr std::int64_t move_batch = 256;
+
+struct moving_unit {
+  std::int64_t id;
+  std::string name;
+  std::string hour_folder;
+};
+
+// What the beginning of a recorded unit holds.
+std::string recording_head(std::string const& hour_folder, std::string const& unit_name);
+
+// Steps 2 and 3 out of preallocate, into the units' one hour folder, which is
+// made when absent. Returns the units that are not in preallocate.
+std::vector<moving_unit> take_out(folder const& storage, std::vector<moving_unit> const& units);
+
+// Steps 2 and 3 back into preallocate; hour folders that became empty go.
+// Returns the units that are in neither folder.
+std::vector<moving_unit> bring_home(folder const& storage, std::vector<moving_unit> const& units);
+
+// Brings every unit that is on its way on the volume back into preallocate,
+// whichever way it went, and says in the catalogue that it is free, or bad when
+// it is found nowhere. Needs no free space, and can be stopped and repeated at
+// any point. Returns how many units came back.
+std::int64_t finish_moves(database& catalogue, volume_place const& place);
+
+}  // namespace lab

@@ -1,0 +1,81 @@
+// What the catalogue says of a volume's units beside what lies in its folders.
+// Looking changes nothing; whoever looks holds the volume's lock.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lab/catalogue/sqlite.h"
+#include "lab/disk/folder.h"
+#include "lab/volume/lock.h"
+#include "lab/volume/place.h"
+
+namespace lab {
+
+inline constexpr std::int64_t megabyte = std::int64_t{1024} * 1024;
+
+// Where what nobody knows is set aside, in the volume's folder. A file system of
+// its own has a folder by this name too; nothing in it is a finding.
+inline constexpr char const* lost_folder = "lost+found";
+
+struct unit_row {
+  std::int64_t id;
+  std::string name;
+  std::string state;
+  std::string folder_name;  // where it belongs; empty for a bad one
+  bool has_period;
+};
+
+bool is_on_its_way(unit_row const& unit);
+
+// The volume's units in the catalogue's order.
+std::vector<unit_row> units_of(database const& catalogue, volume_place const& place);
+
+// A regular file that has a unit's name.
+struct unit_file {
+  std::string folder_name;  // in the storage folder
+  std::int64_t size;
+  std::int64_t allocated;
+  dev_t device;
+  ino_t number;
+};
+
+bool is_same_file(unit_file const& left, unit_file const& right);
+
+// Something that the catalogue knows nothing of.
+struct stranger {
+  enum class kind { entry, empty_folder };
+  kind what;
+  std::string folder_path;  // from the volume's folder, empty for itself
+  std::string name;
+  std::string shown;  // from the storage folder
+};
+
+struct volume_survey {
+  std::vector<unit_row> units;
+  bool has_storage = false;
+  bool has_preallocate = false;
+  std::vector<stranger> strangers;
+  std::map<std::string, std::vector<unit_file>> files;  // by the unit's name
+
+  // The files by a unit's name, in the order of their folders' names.
+  std::vector<unit_file> const& files_of(std::string const& unit_name) const;
+};
+
+// Throws lab::error when the volume is not mounted, or not any more.
+volume_survey survey(database const& catalogue, volume_place const& place);
+
+// As survey(); throws lab::error for a volume without its storage folder, too.
+volume_survey survey_storage(database const& catalogue, volume_place const& place);
+
+// The first bytes of a file, fewer when it is shorter; none when it cannot be
+// read.
+std::optional<std::string> beginning_of(folder const& in, std::string const& name,
+                                        std::size_t bytes);
+
+}  // namespace lab
