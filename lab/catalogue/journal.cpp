@@ -14,6 +14,20 @@ namespace {
 // A change journals each page at most once, and few changes touch many.
 constexpr std::int64_t most_bytes = std::int64_t{8} * 1024 * 1024;
 
+class waiting_for_nobody {
+ public:
+  explicit waiting_for_nobody(database& of) : database_(of), before_(of.patience()) {
+    database_.wait_at_most(std::chrono::milliseconds::zero());
+  }
+  ~waiting_for_nobody() { database_.wait_at_most(before_); }
+  waiting_for_nobody(waiting_for_nobody const&) = delete;
+  waiting_for_nobody& operator=(waiting_for_nobody const&) = delete;
+
+ private:
+  database& database_;
+  std::chrono::milliseconds before_;
+};
+
 std::string name_of_journal(database const& catalogue) {
   return catalogue.file().filename().string() + "-journal";
 }
@@ -64,6 +78,7 @@ std::optional<std::string> journal_problem(database const& catalogue) {
 void put_back_journal(database& catalogue) {
   try {
     if (!journal_problem(catalogue)) return;
+    waiting_for_nobody const meanwhile(catalogue);
     // Whoever uses the journal holds this lock, and nobody gets it before what
     // was cut short has been undone.
     transaction const nobody_writes(catalogue, transaction_kind::writing);

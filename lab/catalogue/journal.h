@@ -20,7 +20,8 @@ std::optional<std::string> journal_problem(database const& catalogue);
 
 // Gives the journal what it lacks, durably; what it holds stays. The catalogue is
 // locked against other writers meanwhile, and no transaction may be open on it.
-// A recorder is of use without, so a failure only leaves the finding in place.
+// A recorder is of use without, so a failure only leaves the finding in place, and
+// nobody is waited for.
 void put_back_journal(database& catalogue);
 
 }  // namespace lab

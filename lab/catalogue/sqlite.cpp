@@ -2,7 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <system_error>
 
 #include "lab/disk/file_steps.h"
@@ -13,6 +15,12 @@ namespace {
 
 constexpr int growth_bytes = 64 * 1024;
 constexpr int longest_value = 1024 * 1024;
+
+// What one statement may take, in steps of SQLite's machine: far more than any
+// needs of a file of that size, even where each row is held against many others.
+constexpr std::uintmax_t least_bound = 10'000'000;
+constexpr std::uintmax_t steps_for_a_byte = 20;
+constexpr std::uintmax_t most_counted = std::uintmax_t{1} << 32U;
 
 constexpr char const* size_query =
     "SELECT page_count * page_size FROM pragma_page_count, pragma_page_size";
@@ -39,6 +47,7 @@ std::string reason_of(sqlite3* connection, int kind) {
     case SQLITE_LOCKED:
       return "in use by somebody else";
     case SQLITE_CORRUPT:
+    case SQLITE_INTERRUPT:  // it asks for more work than it can hold
       return "the catalogue is damaged";
     case SQLITE_NOTADB:
       return "not a catalogue";
@@ -109,6 +118,21 @@ void trust_nothing(sqlite3* connection) {
   sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, longest_value);
 }
 
+int give_up(void* /*unused*/) { return 1; }
+
+// Pages that hold each other have more rows than a file of any size could. The
+// steps are counted for each statement by itself.
+void bound_work(sqlite3* connection, std::filesystem::path const& file) {
+  std::error_code unknown;
+  auto const bytes = std::filesystem::file_size(file, unknown);
+  if (unknown) return;
+  std::uintmax_t const most =
+      least_bound + std::min<std::uintmax_t>(bytes, most_counted) * steps_for_a_byte;
+  auto const greatest = static_cast<std::uintmax_t>(std::numeric_limits<int>::max());
+  sqlite3_progress_handler(connection, static_cast<int>(std::min(most, greatest)), give_up,
+                           nullptr);
+}
+
 }  // namespace
 
 void database::closer::operator()(sqlite3* connection) const noexcept {
@@ -123,6 +147,7 @@ database::database(std::filesystem::path const& file, mode how, std::chrono::mil
   if (result != SQLITE_OK) fail(connection, file.string());
   sqlite3_extended_result_codes(connection, 1);
   trust_nothing(connection);
+  if (how != mode::create) bound_work(connection, file);
   wait_at_most(patience);
   // The journal stays, so that a change needs no space. The first access undoes
   // a change that was cut short, and would remove the journal then but for the
@@ -131,13 +156,13 @@ database::database(std::filesystem::path const& file, mode how, std::chrono::mil
     execute("PRAGMA locking_mode = EXCLUSIVE;");
     require_rollback_journal(*this);
     execute("PRAGMA journal_mode = PERSIST;");
-    execute("PRAGMA locking_mode = NORMAL; SELECT count(*) FROM sqlite_master;");
+    execute("PRAGMA locking_mode = NORMAL; SELECT 1 FROM sqlite_master LIMIT 1;");
   }
   if (how == mode::read_only) require_rollback_journal(*this);
   // EXTRA also syncs the folder should a journal be removed: without it a power
   // loss could bring back a journal that undoes a commit which files already
   // rely on.
-  execute("PRAGMA foreign_keys = ON; PRAGMA synchronous = EXTRA;");
+  execute("PRAGMA foreign_keys = ON; PRAGMA synchronous = EXTRA; PRAGMA temp_store = MEMORY;");
 }
 
 void database::wait_at_most(std::chrono::milliseconds patience) {

@@ -35,11 +35,14 @@ class database {
   // Opens the file, no link in its path, with foreign keys on. A committed
   // transaction is on disk, and its journal can no longer undo it. The journal
   // stays, so that the next change needs no new file for it. Nothing that the
-  // file brings is run: no trigger, no view, no function in its schema.
+  // file brings is run: no trigger, no view, no function in its schema; a statement
+  // that takes more work than a file of that size can ask for fails; and nothing is
+  // kept in a file elsewhere meanwhile.
   database(std::filesystem::path const& file, mode how, std::chrono::milliseconds patience);
 
   // How long to wait for another connection.
   void wait_at_most(std::chrono::milliseconds patience);
+  std::chrono::milliseconds patience() const { return *patience_; }
 
   // The absolute path of the file.
   std::filesystem::path file() const;

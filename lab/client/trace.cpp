@@ -62,22 +62,25 @@ std::string quoted(std::string_view text) {
 
 // Asked before anything is opened, as opening a device can do something, and
 // again of what was opened.
+bool is_plain(struct stat const& status) { return S_ISREG(status.st_mode) && status.st_nlink == 1; }
+
 bool may_be_written(std::filesystem::path const& file) {
   struct stat status {};
-  return ::stat(file.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+  return ::lstat(file.c_str(), &status) != 0 || is_plain(status);
 }
 
-bool is_regular(int descriptor) {
+bool is_plain(int descriptor) {
   struct stat status {};
-  return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  return ::fstat(descriptor, &status) == 0 && is_plain(status);
 }
 
 void append(std::filesystem::path const& file, std::string const& line) {
   if (!may_be_written(file)) return;
   int const descriptor =
-      ::open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0644);
+      ::open(file.c_str(),
+             O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, 0644);
   if (descriptor < 0) return;
-  if (is_regular(descriptor)) {
+  if (is_plain(descriptor)) {
     [[maybe_unused]] ssize_t const written = ::write(descriptor, line.data(), line.size());
   }
   ::close(descriptor);

@@ -194,7 +194,13 @@ std::string damager::duplicate_unit() {
     where = one_of(sound_units("recorded"), "volume " + place_.folder_name + " has no hour folder")
                 .folder_name;
   }
-  steps::copy_file(folder_of(unit), opened_folder(storage(), where), unit.name);
+  auto const from = folder_of(unit);
+  statement size(catalogue_, "SELECT unit_mb FROM recorder");
+  auto const status = from.status(unit.name);
+  if (!size.next() || !status || status->st_size / megabyte > size.integer(0)) {
+    throw error(shown(unit) + on_volume() + " is longer than a unit");
+  }
+  steps::copy_file(from, opened_folder(storage(), where), unit.name);
   return "duplicate-unit: copied " + shown(unit) + " into " + where + on_volume();
 }
 

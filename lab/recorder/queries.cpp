@@ -74,7 +74,7 @@ std::int32_t state_without_mount(std::int32_t state) {
 std::vector<channel> channels_in(statement& query) {
   std::vector<channel> found;
   while (query.next())
-    found.push_back({query.integer(0), channel_number_in(query, 1), query.text(2)});
+    found.push_back({query.integer(0), channel_number_in(query, 1), text_in(query, 2)});
   return found;
 }
 
@@ -97,7 +97,7 @@ std::vector<period> periods_in(statement& query) {
   while (query.next()) {
     auto const [start_ms, end_ms] = bounds_in(query, 4);
     found.push_back({query.integer(0), query.integer(1), recording_type_in(query, 2),
-                     stream_in(query, 3), start_ms, end_ms, query.text(6)});
+                     stream_in(query, 3), start_ms, end_ms, text_in(query, 6)});
   }
   return found;
 }
@@ -159,7 +159,7 @@ std::vector<space> recorder::spaces() const {
   statement query(state_->catalogue, spaces_query);
   std::vector<space> found;
   while (query.next()) {
-    found.push_back({query.integer(0), query.text(1), query.text(2), query.text(3),
+    found.push_back({query.integer(0), text_in(query, 1), text_in(query, 2), text_in(query, 3),
                      query.integer32(4), query.integer32(5), query.integer(6) * unit_mb(),
                      query.integer(7) * unit_mb()});
   }
@@ -173,10 +173,10 @@ std::vector<volume> recorder::volumes() const {
     std::string const folder_name = volume_folder_in(query, 9);
     volume one{query.integer(0),
                query.integer(1),
-               query.text(2),
+               text_in(query, 2),
                query.integer32(3),
                storage_id_in(query, 4),
-               query.text(5),
+               text_in(query, 5),
                query.integer32(6),
                query.integer32(7),
                query.integer32(8),
@@ -219,7 +219,7 @@ std::vector<pairing> recorder::pairings(std::int64_t space_id) const {
   statement query(state_->catalogue, pairings_query);
   query.with(space_id);
   std::vector<pairing> found;
-  while (query.next()) found.push_back({query.integer(0), query.text(1)});
+  while (query.next()) found.push_back({query.integer(0), text_in(query, 1)});
   return found;
 }
 
@@ -238,7 +238,7 @@ std::vector<std::string> recorder::days(std::int64_t channel_id, std::int32_t re
   query.with(channel_id, recording_type);
   std::set<std::string> dates;
   while (query.next()) {
-    if (asked.count(query.text(2)) == 0) continue;
+    if (asked.count(text_in(query, 2)) == 0) continue;
     add_local_dates(bounds_in(query, 0), dates);
   }
   return {dates.begin(), dates.end()};

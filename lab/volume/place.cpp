@@ -6,6 +6,7 @@
 
 #include <array>
 #include <optional>
+#include <set>
 #include <string_view>
 
 #include "lab/util/error.h"
@@ -123,7 +124,13 @@ std::vector<volume_place> places_of(database const& catalogue,
                                     std::filesystem::path const& recorder_folder) {
   statement query(catalogue, "SELECT id, folder, sid_text FROM volume ORDER BY id");
   std::vector<volume_place> places;
-  while (query.next()) places.push_back(place_in(query, recorder_folder));
+  std::set<std::string> known;
+  while (query.next()) {
+    places.push_back(place_in(query, recorder_folder));
+    if (!known.insert(places.back().folder_name).second) {
+      throw error("catalogue: two volumes have one folder");
+    }
+  }
   return places;
 }
 

@@ -8,6 +8,8 @@ namespace lab {
 
 namespace {
 
+constexpr std::size_t longest_text = 511;
+
 bool is_time(std::int64_t time_ms) { return time_ms >= first_time_ms && time_ms <= last_time_ms; }
 
 }  // namespace
@@ -27,6 +29,12 @@ std::string volume_folder_in(statement const& row, int column) {
 std::string storage_id_in(statement const& row, int column) {
   auto text = row.text(column);
   if (!is_storage_id(text)) throw error("catalogue: a volume's storage id is none");
+  return text;
+}
+
+std::string text_in(statement const& row, int column) {
+  auto text = row.text(column);
+  if (text.size() > longest_text) throw error("catalogue: a name or an id is too long");
   return text;
 }
 

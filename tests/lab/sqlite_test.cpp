@@ -89,6 +89,25 @@ TEST_F(sqlite, nothing_that_a_file_brings_is_run) {
   EXPECT_THROW(database.execute("INSERT INTO t VALUES (zeroblob(2000000))"), lab::database_error);
 }
 
+// Pages that hold each other have no end.
+TEST_F(sqlite, no_statement_works_without_end) {
+  connect().execute("CREATE TABLE t (x); INSERT INTO t VALUES (1), (2), (3), (4)");
+  lab::database const database(file(), lab::database::mode::read_write,
+                               std::chrono::milliseconds(0));
+  lab::statement endless(
+      database, "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT i FROM n");
+  EXPECT_THROW(endless.run(), lab::database_error);
+  lab::statement again(database, "SELECT x FROM t");
+  EXPECT_TRUE(again.next());
+}
+
+TEST_F(sqlite, keeps_nothing_in_files_elsewhere) {
+  auto const database = connect();
+  lab::statement store(database, "PRAGMA temp_store");
+  ASSERT_TRUE(store.next());
+  EXPECT_EQ(2, store.integer(0)) << "not in memory";
+}
+
 // Files are moved on the strength of a commit: it has to outlast a power loss.
 constexpr std::int64_t extra = 3;
 

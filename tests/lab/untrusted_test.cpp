@@ -145,6 +145,12 @@ TEST_F(untrusted, a_volume_that_names_a_folder_elsewhere_is_refused) {
             world::failure_of([&] { recorder.volumes(); }));
 }
 
+TEST_F(untrusted, a_name_longer_than_any_is_refused) {
+  tamper("UPDATE volume SET name = printf('%.*c', 512, 'x') WHERE id = 1");
+  EXPECT_EQ("catalogue: a name or an id is too long",
+            world::failure_of([this] { open(lab::access::read_only).volumes(); }));
+}
+
 TEST_F(untrusted, a_storage_id_that_is_a_path_is_refused) {
   tamper("UPDATE volume SET sid_text = '../../../../../../../../outsides' WHERE id = 1");
   auto const recorder = open(lab::access::read_only);

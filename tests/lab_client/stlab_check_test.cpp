@@ -7,7 +7,6 @@
 namespace {
 
 using bench::holds;
-using bench::hour_ms;
 using bench::outcome;
 
 class stlab_check : public bench::stlab_test {};

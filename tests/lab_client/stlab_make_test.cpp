@@ -18,7 +18,6 @@
 namespace {
 
 using bench::holds;
-using bench::hour_ms;
 using bench::outcome;
 
 class stlab_make : public bench::stlab_test {

@@ -264,8 +264,8 @@ TEST_F(stlab_show, half_a_letter_is_escaped) {
        std::vector<std::pair<std::string, std::string>>{{"c3", "\\xc3"},
                                                         {"e282", "\\xe2\\x82"},
                                                         {"c080", "\\xc0\\x80"},
-                                                        {"eda080", "\\xed\\xa0\\x80"},
-                                                        {"f4908080", "\\xf4\\x90\\x80\\x80"},
+                                                        {"eda080", R"(\xed\xa0\x80)"},
+                                                        {"f4908080", R"(\xf4\x90\x80\x80)"},
                                                         {"f09f9880", "\xf0\x9f\x98\x80"},
                                                         {"80", "\\x80"}}) {
     alter_catalogue("UPDATE volume SET name = CAST(x'" + hex + "' AS TEXT) WHERE id = 1");
