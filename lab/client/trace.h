@@ -11,7 +11,8 @@
 // Text is UTF-8; a byte that is no part of it is written as \u00XX (characters
 // above 7F are never escaped otherwise). Each line is one write to a file
 // opened for appending, so several processes can share it. Only a regular file
-// is written, or a new one made. A trace that cannot be written is dropped
+// of one name is written, or a new one made, and no link is followed: it may lead
+// out of a recorder. A trace that cannot be written is dropped
 // silently: it must not change what the program does, nor make it wait.
 #pragma once
 

@@ -408,6 +408,13 @@ TEST_F(damage_that_leads_outside, writes_into_no_unit_that_has_a_second_name) {
   }
 }
 
+// It could be of any length.
+TEST_F(damage_that_leads_outside, copies_no_unit_that_is_longer_than_units_are) {
+  for (auto const& unit : recorded_units()) fs::resize_file(unit, 2 * fs::file_size(unit));
+  auto const text = expect_refused(of("duplicate-unit"));
+  EXPECT_NE(std::string::npos, text.find(" is longer than a unit")) << text;
+}
+
 // "duplicate-unit: copied <hour folder>/<unit> into preallocate on volume vol1".
 TEST_F(damage, a_copy_is_like_the_unit) {
   fill_units();
