@@ -12,7 +12,7 @@
 #include <system_error>
 #include <vector>
 
-#include "lab/disk/fault_points.h"
+#include "lab/disk/fault_hook.h"
 #include "lab/util/error.h"
 
 namespace lab::steps {

@@ -1,6 +1,7 @@
 // Every step by which a recorder changes what is on disk. Nothing else in the
 // lab writes, so this is the one place where a step can be watched or made to
-// fail (see fault_points.h). Each throws lab::error when it fails, except where it says otherwise.
+// fail (see fault_hook.h). Each throws lab::error when it fails, except where it
+// says otherwise.
 #pragma once
 
 #include <cstdint>

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "bench.h"
-#include "lab/disk/fault_points.h"
+#include "fault_points.h"
 
 namespace fault_loop {
 

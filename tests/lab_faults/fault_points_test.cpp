@@ -1,5 +1,5 @@
 // What STLAB_FAULT can say, and that faults happen where they are asked for.
-#include "lab/disk/fault_points.h"
+#include "fault_points.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <set>
 
 #include "bench.h"
-#include "lab/disk/fault_points.h"
+#include "fault_points.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <optional>
 #include <set>
 
+#include "fault_points.h"
 #include "lab/catalogue/sqlite.h"
-#include "lab/disk/fault_points.h"
 #include "lab/disk/file_steps.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/moves.h"

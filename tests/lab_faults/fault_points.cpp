@@ -1,4 +1,4 @@
-#include "lab/disk/fault_points.h"
+#include "fault_points.h"
 
 #include <unistd.h>
 
@@ -32,6 +32,13 @@ observer from_environment() {
 observer& present() {
   static observer now = from_environment();
   return now;
+}
+
+bool is_refused(point const& at) {
+  int const answer = present()(at);
+  if (answer == 0) return false;
+  errno = answer;
+  return true;
 }
 
 bool is_hit(fault const& what, int point) {
@@ -99,23 +106,18 @@ observer injector(fault const& what, int& points) {
   };
 }
 
-bool refused(call what, std::filesystem::path const& path, std::filesystem::path const& other) {
-  int const answer = present()({what, path, other});
-  if (answer == 0) return false;
-  errno = answer;
-  return true;
-}
+bool refused(call what, std::filesystem::path const& path) { return is_refused({what, path, {}}); }
 
 bool refused(call what, folder const& in, std::string const& name) {
-  return refused(what, in.path() / name);
+  return is_refused({what, in.path() / name, {}});
 }
 
 bool refused_link(folder const& from, folder const& to, std::string const& name) {
-  return refused(call::link, to.path() / name, from.path() / name);
+  return is_refused({call::link, to.path() / name, from.path() / name});
 }
 
 bool refused_move(folder const& from, folder const& to, std::string const& name) {
-  return refused(call::rename, to.path() / name, from.path() / name);
+  return is_refused({call::rename, to.path() / name, from.path() / name});
 }
 
 }  // namespace lab::fault_points

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "lab/disk/fault_points.h"
+#include "lab/disk/fault_hook.h"
 
 namespace lab::fault_points {
 
