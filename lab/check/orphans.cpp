@@ -71,11 +71,12 @@ class loose_files {
  private:
   void add(unit_row const& unit, unit_file const& file, scope which) {
     bool const in_place = file.folder_name == unit.folder_name ||
-                          (is_on_its_way(unit) && file.folder_name == preallocate_folder);
+                          (is_in_transit(unit.state) && file.folder_name == preallocate_folder);
     if (in_place && which == scope::out_of_place) return;
     folder const in(open_storage(volume_->place), file.folder_name);
     auto head = first_line(in, unit.name);
-    if (in_place && unit.state == "recorded" && head == recording_head(file.folder_name, unit.name))
+    if (in_place && unit.state == unit_state::recorded &&
+        head == recording_head(file.folder_name, unit.name))
       return;
     found_.push_back(
         {{volume_, unit.name, file.folder_name + "/" + unit.name,
@@ -138,7 +139,8 @@ scope needed_scope(std::vector<surveyed_volume> const& volumes) {
   for (auto const& volume : volumes) {
     if (!volume.found.has_storage) continue;
     for (auto const& unit : volume.found.units) {
-      if (unit.state == "recorded" && file_in_place(volume, unit) == nullptr) return scope::all;
+      if (unit.state == unit_state::recorded && file_in_place(volume, unit) == nullptr)
+        return scope::all;
     }
   }
   return scope::out_of_place;
@@ -183,7 +185,7 @@ class search {
   }
 
   void look_for(surveyed_volume const& home, unit_row const& unit) {
-    if (unit.state != "recorded") return;
+    if (unit.state != unit_state::recorded) return;
     auto files = files_in(by_head_, key_of(unit));
     auto unread = files_in(unreadable_, unit.name);
     if (unread.empty() && doubt_) unread.push_back(*doubt_);

@@ -18,7 +18,7 @@ enum class place { own, other };
 
 // Files by the names of units in their own place or in others. Repair makes the
 // units of those of free and bad ones.
-void add_files(std::vector<surveyed_volume> const& volumes, std::string const& state, place where,
+void add_files(std::vector<surveyed_volume> const& volumes, unit_state state, place where,
                std::vector<placed_unit>& found) {
   for (auto const& volume : volumes) {
     for (auto const& unit : volume.found.units) {
@@ -34,10 +34,10 @@ void add_files(std::vector<surveyed_volume> const& volumes, std::string const& s
 // In the order in which they keep their files.
 std::vector<placed_unit> units_with_files(std::vector<surveyed_volume> const& volumes) {
   std::vector<placed_unit> found;
-  add_files(volumes, "recorded", place::own, found);
-  add_files(volumes, "free", place::own, found);
-  add_files(volumes, "free", place::other, found);
-  add_files(volumes, "bad", place::other, found);
+  add_files(volumes, unit_state::recorded, place::own, found);
+  add_files(volumes, unit_state::free, place::own, found);
+  add_files(volumes, unit_state::free, place::other, found);
+  add_files(volumes, unit_state::bad, place::other, found);
   return found;
 }
 

@@ -38,15 +38,15 @@ class volume_check {
   void check_unit(unit_row const& unit) {
     auto const& files = found_.files_of(unit.name);
     for (auto const& file : files) check_size(unit, file);
-    if (is_on_its_way(unit)) {
-      add("moving", "unit " + unit.name + " is on its way (" + unit.state + ")");
+    if (is_in_transit(unit.state)) {
+      add("moving", "unit " + unit.name + " is on its way (" + text_of(unit.state) + ")");
       check_place_on_its_way(unit, files);
       return;
     }
-    if (unit.state == "recorded" && !unit.has_period) {
+    if (unit.state == unit_state::recorded && !unit.has_period) {
       add("leak", "unit " + unit.name + " is recorded without a period in " + unit.folder_name);
     }
-    if (unit.state == "bad") add("bad", "unit " + unit.name + " is bad");
+    if (unit.state == unit_state::bad) add("bad", "unit " + unit.name + " is bad");
     check_place(unit, files);
   }
 
@@ -60,7 +60,7 @@ class volume_check {
 
   void check_place(unit_row const& unit, std::vector<unit_file> const& files) {
     if (files.empty()) {
-      if (unit.state != "bad") {
+      if (unit.state != unit_state::bad) {
         add("missing", "unit " + unit.name + " is missing from " + unit.folder_name);
       }
       return;
@@ -105,12 +105,12 @@ class volume_check {
     std::int64_t lost = 0;
     std::int64_t preallocated = 0;
     for (auto const& unit : found_.units) {
-      if (unit.has_period || is_on_its_way(unit)) {
+      if (unit.has_period || is_in_transit(unit.state)) {
         ++used;
-      } else if (unit.state != "free") {
+      } else if (unit.state != unit_state::free) {
         ++lost;
       }
-      if (!is_on_its_way(unit) && lies_in_preallocate(unit)) ++preallocated;
+      if (!is_in_transit(unit.state) && lies_in_preallocate(unit)) ++preallocated;
     }
     auto const total = static_cast<std::int64_t>(found_.units.size());
     if (used + preallocated + lost == total) return;

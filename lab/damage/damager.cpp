@@ -77,12 +77,14 @@ volume_place damager::chosen_place() {
   return place_of(catalogue_, folder_, query.integer(0));
 }
 
-std::string damager::wanted_state() const { return options_.unit.value_or("recorded"); }
+unit_state damager::wanted_state() const {
+  return options_.unit == "free" ? unit_state::free : unit_state::recorded;
+}
 
-std::vector<unit_row> damager::sound_units(std::string const& state) const {
+std::vector<unit_row> damager::sound_units(unit_state state) const {
   std::vector<unit_row> found;
   for (auto const& unit : units_of(catalogue_, place_)) {
-    if (unit.state != state || (state == "recorded" && !unit.has_period)) continue;
+    if (unit.state != state || (state == unit_state::recorded && !unit.has_period)) continue;
     if (is_in_place(unit)) found.push_back(unit);
   }
   return found;
@@ -90,7 +92,7 @@ std::vector<unit_row> damager::sound_units(std::string const& state) const {
 
 unit_row damager::chosen_unit() {
   return one_of(sound_units(wanted_state()),
-                "volume " + place_.folder_name + " has no " + wanted_state() + " unit");
+                "volume " + place_.folder_name + " has no " + text_of(wanted_state()) + " unit");
 }
 
 bool damager::is_in_place(unit_row const& unit) const {
@@ -190,8 +192,9 @@ std::string damager::add_unknown_file() {
 std::string damager::duplicate_unit() {
   auto const unit = chosen_unit();
   std::string where = preallocate_folder;
-  if (unit.state == "free") {
-    where = one_of(sound_units("recorded"), "volume " + place_.folder_name + " has no hour folder")
+  if (unit.state == unit_state::free) {
+    where = one_of(sound_units(unit_state::recorded),
+                   "volume " + place_.folder_name + " has no hour folder")
                 .folder_name;
   }
   auto const from = folder_of(unit);
@@ -257,8 +260,8 @@ std::string damager::misplace_on_other_volume() {
     }
   }
   auto const chosen =
-      one_of(moves, "no " + wanted_state() + " unit of volume " + place_.folder_name +
-                        " has a name that is free on another mounted volume");
+      one_of(moves, std::string("no ") + text_of(wanted_state()) + " unit of volume " +
+                        place_.folder_name + " has a name that is free on another mounted volume");
   volume_lock const other(chosen.host, volume_lock::kind::exclusive, options_.patience);
   auto const within =
       opened_folder(opened_folder(share_, chosen.host.folder_name), storage_name(chosen.host));

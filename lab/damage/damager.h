@@ -45,12 +45,12 @@ class damager {
     return choice[static_cast<std::size_t>(random_.below(size))];
   }
 
-  // "recorded" or "free".
-  std::string wanted_state() const;
+  // Free or recorded.
+  unit_state wanted_state() const;
 
   // Units in their place that are free or held by a period. Throws lab::error
   // when one of them is a link or lies behind one.
-  std::vector<unit_row> sound_units(std::string const& state) const;
+  std::vector<unit_row> sound_units(unit_state state) const;
   unit_row chosen_unit();
 
   bool is_in_place(unit_row const& unit) const;

@@ -52,7 +52,7 @@ void link_unit(folder const& from, folder const& to, unit_row const& unit) {
 // Whole hours, so that retention can have dropped all of their periods: first
 // that of a unit which the seed chooses, then the oldest.
 std::vector<unit_row> damager::units_to_recycle(int least) {
-  auto held = sound_units("recorded");
+  auto held = sound_units(unit_state::recorded);
   require(held.size(), least, "recorded unit", on_volume());
   auto const chosen = one_of(held, "").folder_name;
   std::stable_partition(held.begin(), held.end(),
@@ -64,7 +64,7 @@ std::vector<unit_row> damager::units_to_recycle(int least) {
 }
 
 std::vector<unit_row> damager::units_to_record(int count) {
-  auto home = sound_units("free");
+  auto home = sound_units(unit_state::free);
   require(home.size(), count, "free unit", on_volume());
   home.resize(static_cast<std::size_t>(count));
   return home;

@@ -9,6 +9,7 @@
 #include "lab/volume/layout.h"
 #include "lab/volume/moves.h"
 #include "lab/volume/place.h"
+#include "lab/volume/unit_state.h"
 #include "lab/volume/values.h"
 
 namespace lab {
@@ -86,11 +87,7 @@ std::vector<moving_unit> begin_recording(database& catalogue, volume_place const
 void note_missing(database& catalogue, std::vector<moving_unit> const& missing) {
   if (missing.empty()) return;
   transaction loss(catalogue, transaction_kind::writing);
-  statement update(catalogue,
-                   "UPDATE unit SET state = 'bad', channel_id = NULL, recording_type = NULL,"
-                   "                stream = NULL, hour_ms = NULL"
-                   "  WHERE id = ?");
-  for (auto const& unit : missing) update.with(unit.id).run();
+  for (auto const& unit : missing) take_out_of_hour(catalogue, unit.id, unit_state::bad);
   loss.commit();
 }
 

@@ -91,7 +91,8 @@ bool volume_repair::finish_moves() {
     made_folder(storage(), preallocate_folder);
     mended("made preallocate");
   }
-  auto const moving = std::count_if(found.units.begin(), found.units.end(), is_on_its_way);
+  auto const moving = std::count_if(found.units.begin(), found.units.end(),
+                                    [](unit_row const& unit) { return is_in_transit(unit.state); });
   if (moving == 0) return true;
   auto const came_back = lab::finish_moves(catalogue_, place_);
   mended("units on their way that are back in preallocate: " + std::to_string(came_back));
@@ -103,7 +104,7 @@ bool volume_repair::finish_moves() {
 }
 
 void volume_repair::part(shared_unit const& which, volume_repair& other) {
-  if (which.unit->state == "recorded") {
+  if (which.unit->state == unit_state::recorded) {
     leave_alone(which.unit->name);
     other.leave_alone(which.other->name);
     left(text_of(which) + ": which of them it is cannot be told");
@@ -156,7 +157,7 @@ void volume_repair::mend(elsewhere others) {
   auto const placed = survey(catalogue_, place_);
   for (auto const& unit : placed.units) {
     auto const& files = placed.files_of(unit.name);
-    if (is_left_alone(unit) || unit.state == "bad" || files.size() != 1) continue;
+    if (is_left_alone(unit) || unit.state == unit_state::bad || files.size() != 1) continue;
     if (files.front().folder_name != unit.folder_name) continue;
     mend_unit(unit, [&] { mend_size(unit, files.front()); });
   }
@@ -165,7 +166,7 @@ void volume_repair::mend(elsewhere others) {
     attempt([&] { mend_stranger(each, others); });
   }
   for (auto const& unit : sized.units) {
-    if (unit.state != "bad" || is_left_alone(unit)) continue;
+    if (unit.state != unit_state::bad || is_left_alone(unit)) continue;
     mend_unit(unit, [&] { preallocate_anew(unit, sized.files_of(unit.name)); });
   }
 }
@@ -193,7 +194,7 @@ void volume_repair::mend_unit(unit_row const& unit, Operation const& operation) 
 
 void volume_repair::mend_place(unit_row const& unit, std::vector<unit_file> const& files,
                                elsewhere others) {
-  bool const is_bad = unit.state == "bad";
+  bool const is_bad = unit.state == unit_state::bad;
   if (is_bad && files.empty()) return;
   if (others == elsewhere::some_unseen && leave_what_may_be_elsewheres(unit, files)) return;
   // A file that a bad unit has in preallocate holds no recording: it may well be
@@ -238,7 +239,8 @@ bool volume_repair::leave_what_may_be_elsewheres(unit_row const& unit,
   for (auto const& file : files) {
     if (own_place != files.end() && is_same_file(file, *own_place)) continue;
     if (is_unused(file, unit.name)) continue;
-    if (unit.state == "recorded" && begins_with(file, unit.folder_name, unit.name)) continue;
+    if (unit.state == unit_state::recorded && begins_with(file, unit.folder_name, unit.name))
+      continue;
     leave_alone(unit.name);
     left("unit " + unit.name + ": " + file.folder_name + "/" + unit.name +
          " may be of a volume that is not mounted");
@@ -250,7 +252,7 @@ bool volume_repair::leave_what_may_be_elsewheres(unit_row const& unit,
 // A leak is recycled, and with it what lies in its place: an unused file or its
 // own recording.
 bool volume_repair::leave_leak_of_another(unit_row const& unit, unit_file const& kept) {
-  if (unit.state != "recorded" || unit.has_period) return false;
+  if (unit.state != unit_state::recorded || unit.has_period) return false;
   if (is_unused(kept, unit.name) || begins_with(kept, unit.folder_name, unit.name)) return false;
   leave_alone(unit.name);
   left("unit " + unit.name + " in " + unit.folder_name +
@@ -288,15 +290,15 @@ std::vector<unit_file> volume_repair::files_that_may_be(unit_row const& unit,
                                                         std::vector<unit_file> const& files) const {
   std::vector<unit_file> found;
   std::copy_if(files.begin(), files.end(), std::back_inserter(found), [&](unit_file const& each) {
-    return unit.state == "recorded" ? begins_with(each, unit.folder_name, unit.name)
-                                    : !begins_with(each, each.folder_name, unit.name);
+    return unit.state == unit_state::recorded ? begins_with(each, unit.folder_name, unit.name)
+                                              : !begins_with(each, each.folder_name, unit.name);
   });
   return found;
 }
 
 void volume_repair::give_up(unit_row const& unit, std::vector<unit_file> const& files,
                             elsewhere others) {
-  if (unit.state == "recorded" && others != elsewhere::all_seen) {
+  if (unit.state == unit_state::recorded && others != elsewhere::all_seen) {
     leave_alone(unit.name);
     left("unit " + unit.name + " was found nowhere: it may be " +
          (others == elsewhere::some_unseen ? "on a volume that is not mounted"
@@ -310,7 +312,7 @@ void volume_repair::give_up(unit_row const& unit, std::vector<unit_file> const& 
            ", as it is not what its unit should hold, in " + where);
   }
   require_mounted(place_);
-  set_state(unit, "bad");
+  set_state(unit, unit_state::bad);
   mended("unit " + unit.name +
          (files.empty() ? " was found nowhere and is bad now"
                         : " was found in no file of its name and is bad now"));
@@ -342,12 +344,12 @@ void volume_repair::move_file(std::string const& name, std::string const& from,
 void volume_repair::mend_size(unit_row const& unit, unit_file const& file) {
   auto const shown = "unit " + unit.name + " in " + file.folder_name;
   if (file.size > unit_bytes_) {
-    if (unit.state != "free") {
+    if (unit.state != unit_state::free) {
       left(shown + " is too long: cutting it would remove what it holds");
       return;
     }
     auto const where = set_aside(file, unit.name);
-    set_state(unit, "bad");
+    set_state(unit, unit_state::bad);
     mended("set aside " + shown.substr(5) + ", too long for a unit, in " + where);
     return;
   }
@@ -413,19 +415,14 @@ void volume_repair::preallocate_anew(unit_row const& unit, std::vector<unit_file
     left("unit " + unit.name + " stays bad: " + problem.what());
     return;
   }
-  set_state(unit, "free");
+  set_state(unit, unit_state::free);
   mended("unit " + unit.name + (has_file ? " is in preallocate" : " was preallocated anew") +
          " and is free now");
 }
 
-void volume_repair::set_state(unit_row const& unit, char const* state) {
+void volume_repair::set_state(unit_row const& unit, unit_state state) {
   transaction change(catalogue_, transaction_kind::writing);
-  statement(catalogue_,
-            "UPDATE unit SET state = ?, channel_id = NULL, recording_type = NULL, stream = NULL,"
-            "                hour_ms = NULL, period_id = NULL"
-            "  WHERE id = ?")
-      .with(state, unit.id)
-      .run();
+  take_out_of_hour(catalogue_, unit.id, state);
   change.commit();
 }
 

@@ -80,7 +80,7 @@ class volume_repair {
   void mend_size(unit_row const& unit, unit_file const& file);
   void mend_stranger(stranger const& what, elsewhere others);
   void preallocate_anew(unit_row const& unit, std::vector<unit_file> const& files);
-  void set_state(unit_row const& unit, char const* state);
+  void set_state(unit_row const& unit, unit_state state);
 
   // Both give the file's place below lost+found.
   std::string set_aside(std::string const& folder_path, std::string const& name);

@@ -10,6 +10,7 @@
 #include "lab/disk/file_steps.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/place.h"
+#include "lab/volume/unit_state.h"
 #include "lab/volume/values.h"
 
 namespace lab {
@@ -103,12 +104,8 @@ std::vector<moving_unit> units_on_their_way(database const& catalogue, volume_pl
 void note_arrival(database& catalogue, std::vector<moving_unit> const& units,
                   std::vector<moving_unit> const& nowhere) {
   transaction arrival(catalogue, transaction_kind::writing);
-  statement update(catalogue,
-                   "UPDATE unit SET state = ?, channel_id = NULL, recording_type = NULL,"
-                   "                stream = NULL, hour_ms = NULL, period_id = NULL"
-                   "  WHERE id = ?");
-  for (auto const& unit : units) update.with("free", unit.id).run();
-  for (auto const& unit : nowhere) update.with("bad", unit.id).run();
+  for (auto const& unit : units) take_out_of_hour(catalogue, unit.id, unit_state::free);
+  for (auto const& unit : nowhere) take_out_of_hour(catalogue, unit.id, unit_state::bad);
   arrival.commit();
 }
 

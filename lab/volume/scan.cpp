@@ -90,10 +90,6 @@ class surveyor {
 
 }  // namespace
 
-bool is_on_its_way(unit_row const& unit) {
-  return unit.state == "recording" || unit.state == "recycling";
-}
-
 bool is_same_file(unit_file const& left, unit_file const& right) {
   return left.device == right.device && left.number == right.number;
 }
@@ -107,11 +103,11 @@ std::vector<unit_row> units_of(database const& catalogue, volume_place const& pl
   query.with(place.id);
   std::vector<unit_row> units;
   while (query.next()) {
-    unit_row unit{query.integer(0), unit_name_in(query, 1), query.text(2), "",
+    unit_row unit{query.integer(0), unit_name_in(query, 1), unit_state_in(query, 2), "",
                   query.integer(3) != 0};
-    if (unit.state == "free") {
+    if (unit.state == unit_state::free) {
       unit.folder_name = preallocate_folder;
-    } else if (unit.state != "bad") {
+    } else if (unit.state != unit_state::bad) {
       unit.folder_name = hour_folder_name(channel_number_in(query, 4), recording_type_in(query, 5),
                                           stream_in(query, 6), time_in(query, 7));
     }

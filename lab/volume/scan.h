@@ -14,6 +14,7 @@
 #include "lab/disk/folder.h"
 #include "lab/volume/lock.h"
 #include "lab/volume/place.h"
+#include "lab/volume/unit_state.h"
 
 namespace lab {
 
@@ -26,12 +27,10 @@ inline constexpr char const* lost_folder = "lost+found";
 struct unit_row {
   std::int64_t id;
   std::string name;
-  std::string state;
+  unit_state state;
   std::string folder_name;  // where it belongs; empty for a bad one
   bool has_period;
 };
-
-bool is_on_its_way(unit_row const& unit);
 
 // The volume's units in the catalogue's order.
 std::vector<unit_row> units_of(database const& catalogue, volume_place const& place);

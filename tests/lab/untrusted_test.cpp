@@ -129,6 +129,12 @@ TEST_F(untrusted, units_larger_than_any_are_refused) {
   expect_refused_as(": not a recorder: its units are too large");
 }
 
+TEST_F(untrusted, a_unit_in_a_state_that_is_none_is_told) {
+  tamper("PRAGMA ignore_check_constraints = ON; UPDATE unit SET state = 'Free' WHERE id = 1");
+  EXPECT_EQ("unreadable: volume vol1: catalogue: a unit's state is none",
+            lab::check(open(lab::access::read_only)).back());
+}
+
 TEST_F(untrusted, a_unit_that_names_a_file_elsewhere_is_not_moved) {
   tamper("UPDATE unit SET name = '../../../../../outside/somebodys' WHERE id = 1");
   auto recorder = open();
