@@ -137,11 +137,12 @@ bool is_write_refusal(database_error const& failure) {
   return kind == SQLITE_READONLY || kind == SQLITE_CANTOPEN;
 }
 
-database connect(fs::path const& folder, database::mode how, std::chrono::milliseconds patience) {
+database connect(fs::path const& folder, database::mode how,
+                 std::chrono::milliseconds lock_timeout) {
   std::error_code problem;
   auto const where = fs::canonical(folder, problem);
   if (problem) throw error(folder.string() + ": cannot open recorder: " + problem.message());
-  database catalogue(where / catalogue_file, how, patience);
+  database catalogue(where / catalogue_file, how, lock_timeout);
   require_known_format(catalogue, folder);
   require_own_schema(catalogue, folder);
   return catalogue;
@@ -149,9 +150,9 @@ database connect(fs::path const& folder, database::mode how, std::chrono::millis
 
 // A change that was cut short by a crash can only be undone by who may write. A
 // journal that undoes nothing would stay in readers' way: the next change ends it.
-void undo_last_change(fs::path const& folder, std::chrono::milliseconds patience) {
+void undo_last_change(fs::path const& folder, std::chrono::milliseconds lock_timeout) {
   try {
-    auto catalogue = connect(folder, database::mode::read_write, patience);
+    auto catalogue = connect(folder, database::mode::read_write, lock_timeout);
     catalogue.execute("PRAGMA user_version = " + std::to_string(catalogue_format));
   } catch (database_error const& failure) {
     if (!is_write_refusal(failure)) throw;
@@ -163,17 +164,17 @@ void undo_last_change(fs::path const& folder, std::chrono::milliseconds patience
 
 // A reader that finds such a change has it undone, if that is permitted.
 database connect_to_consistent(fs::path const& folder, database::mode how,
-                               std::chrono::milliseconds patience) {
+                               std::chrono::milliseconds lock_timeout) {
   try {
-    return connect(folder, how, patience);
+    return connect(folder, how, lock_timeout);
   } catch (database_error const& failure) {
     if (failure.code() == SQLITE_NOTADB) {
       throw error(folder.string() + ": not a recorder: its catalogue is not a database");
     }
     if (failure.code() != SQLITE_READONLY_ROLLBACK) throw;
   }
-  undo_last_change(folder, patience);
-  return connect(folder, how, patience);
+  undo_last_change(folder, lock_timeout);
+  return connect(folder, how, lock_timeout);
 }
 
 }  // namespace
@@ -187,11 +188,11 @@ fs::path resolved(fs::path const& folder) {
 }
 
 database open_catalogue(fs::path const& recorder_folder, access mode,
-                        std::chrono::milliseconds patience) {
+                        std::chrono::milliseconds lock_timeout) {
   require_readable_catalogue(recorder_folder);
   auto const how =
       mode == access::read_only ? database::mode::read_only : database::mode::read_write;
-  auto catalogue = connect_to_consistent(recorder_folder, how, patience);
+  auto catalogue = connect_to_consistent(recorder_folder, how, lock_timeout);
   if (mode == access::read_write && catalogue.read_only()) {
     throw error((recorder_folder / catalogue_file).string() + ": catalogue cannot be written");
   }

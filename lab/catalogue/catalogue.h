@@ -18,7 +18,7 @@ inline constexpr std::int64_t catalogue_format = 1;
 // needs far less, and gives it back when the units have arrived.
 inline constexpr std::int64_t catalogue_reserve = std::int64_t{512} * 1024;
 
-inline constexpr std::chrono::milliseconds default_patience{5000};
+inline constexpr std::chrono::milliseconds default_lock_timeout{5000};
 
 enum class access { read_only, read_write };
 
@@ -26,7 +26,7 @@ enum class access { read_only, read_write };
 // it is one that this program knows. With read_write, its journal is whole then
 // if that can be.
 database open_catalogue(std::filesystem::path const& recorder_folder, access mode,
-                        std::chrono::milliseconds patience = default_patience);
+                        std::chrono::milliseconds lock_timeout = default_lock_timeout);
 
 // The first number that the query answers, 0 when it answers nothing.
 std::int64_t number_of(database const& catalogue, char const* query);

@@ -71,16 +71,16 @@ CREATE INDEX period_by_stream ON period (channel_id, recording_type, stream, sta
 
 -- One unit file. Its name never changes, only its folder:
 --   free       in preallocate
---   recording  on its way from preallocate into its hour folder, in either
+--   recording  in transit from preallocate into its hour folder, in either
 --   recorded   in its hour folder
---   recycling  on its way back into preallocate, in either
+--   recycling  in transit back into preallocate, in either
 --   bad        found in neither; never used again
--- A unit on its way is one whose move has begun and must be finished: whatever
+-- A unit in transit is one whose move has begun and must be finished: whatever
 -- stopped it, the next writer brings the unit back into preallocate. Only when
 -- all units of a new period are in place do they become recorded, together
 -- with the period.
 --
--- A unit is accounted for while a period holds it and while it is on its way.
+-- A unit is accounted for while a period holds it and while it is in transit.
 -- A recorded unit without a period is what a leak is made of.
 CREATE TABLE unit (
   id             INTEGER PRIMARY KEY,

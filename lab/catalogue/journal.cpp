@@ -16,7 +16,7 @@ constexpr std::int64_t most_bytes = std::int64_t{8} * 1024 * 1024;
 
 class waiting_for_nobody {
  public:
-  explicit waiting_for_nobody(database& of) : database_(of), before_(of.patience()) {
+  explicit waiting_for_nobody(database& of) : database_(of), before_(of.lock_timeout()) {
     database_.wait_at_most(std::chrono::milliseconds::zero());
   }
   ~waiting_for_nobody() { database_.wait_at_most(before_); }

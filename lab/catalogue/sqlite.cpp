@@ -77,8 +77,8 @@ std::string reason_of(sqlite3* connection, int kind) {
 }
 
 // Rests are counted instead of asking a clock, which may be held.
-int rest(void* patience, int rests) {
-  if (rests * pause >= *static_cast<std::chrono::milliseconds const*>(patience)) return 0;
+int rest(void* lock_timeout, int rests) {
+  if (rests * pause >= *static_cast<std::chrono::milliseconds const*>(lock_timeout)) return 0;
   sqlite3_sleep(static_cast<int>(pause.count()));
   return 1;
 }
@@ -139,8 +139,9 @@ void database::closer::operator()(sqlite3* connection) const noexcept {
   sqlite3_close_v2(connection);
 }
 
-database::database(std::filesystem::path const& file, mode how, std::chrono::milliseconds patience)
-    : patience_(std::make_unique<std::chrono::milliseconds>(patience)) {
+database::database(std::filesystem::path const& file, mode how,
+                   std::chrono::milliseconds lock_timeout)
+    : lock_timeout_(std::make_unique<std::chrono::milliseconds>(lock_timeout)) {
   sqlite3* connection = nullptr;
   int const result = steps::open_database(file, &connection, open_flags(how));
   connection_.reset(connection);
@@ -148,7 +149,7 @@ database::database(std::filesystem::path const& file, mode how, std::chrono::mil
   sqlite3_extended_result_codes(connection, 1);
   trust_nothing(connection);
   if (how != mode::create) bound_work(connection, file);
-  wait_at_most(patience);
+  wait_at_most(lock_timeout);
   // The journal stays, so that a change needs no space. The first access undoes
   // a change that was cut short, and would remove the journal then but for the
   // exclusive mode, which ends with the next access.
@@ -165,9 +166,9 @@ database::database(std::filesystem::path const& file, mode how, std::chrono::mil
   execute("PRAGMA foreign_keys = ON; PRAGMA synchronous = EXTRA; PRAGMA temp_store = MEMORY;");
 }
 
-void database::wait_at_most(std::chrono::milliseconds patience) {
-  *patience_ = patience;
-  sqlite3_busy_handler(connection(), rest, patience_.get());
+void database::wait_at_most(std::chrono::milliseconds lock_timeout) {
+  *lock_timeout_ = lock_timeout;
+  sqlite3_busy_handler(connection(), rest, lock_timeout_.get());
 }
 
 std::filesystem::path database::file() const { return sqlite3_db_filename(connection(), "main"); }

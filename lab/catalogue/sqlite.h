@@ -38,11 +38,11 @@ class database {
   // file brings is run: no trigger, no view, no function in its schema; a statement
   // that takes more work than a file of that size can ask for fails; and nothing is
   // kept in a file elsewhere meanwhile.
-  database(std::filesystem::path const& file, mode how, std::chrono::milliseconds patience);
+  database(std::filesystem::path const& file, mode how, std::chrono::milliseconds lock_timeout);
 
   // How long to wait for another connection.
-  void wait_at_most(std::chrono::milliseconds patience);
-  std::chrono::milliseconds patience() const { return *patience_; }
+  void wait_at_most(std::chrono::milliseconds lock_timeout);
+  std::chrono::milliseconds lock_timeout() const { return *lock_timeout_; }
 
   // The absolute path of the file.
   std::filesystem::path file() const;
@@ -72,7 +72,7 @@ class database {
   struct closer {
     void operator()(sqlite3* connection) const noexcept;
   };
-  std::unique_ptr<std::chrono::milliseconds> patience_;  // which the connection refers to
+  std::unique_ptr<std::chrono::milliseconds> lock_timeout_;  // which the connection refers to
   std::unique_ptr<sqlite3, closer> connection_;
 };
 

@@ -62,8 +62,8 @@ void check_against_folders(recorder::state const& state, findings& lines) {
     }
     try {
       // Nobody moves units while they are compared.
-      volume_lock const lock(place, volume_lock::kind::shared, state.patience);
-      mounted.push_back({place, survey(catalogue, place)});
+      volume_lock const lock(place, volume_lock::kind::shared, state.lock_timeout);
+      mounted.push_back({place, scan(catalogue, place)});
       check_volume(mounted.back(), state.unit_mb, lines);
     } catch (busy_error const&) {
       throw;

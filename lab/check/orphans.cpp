@@ -47,8 +47,8 @@ class loose_files {
     for (auto const& unit : volume.found.units) {
       for (auto const& file : volume.found.files_of(unit.name)) add(unit, file, which);
     }
-    for (auto const& each : volume.found.strangers) {
-      if (each.what != stranger::kind::entry) continue;
+    for (auto const& each : volume.found.unknown_entries) {
+      if (each.what != unknown_entry::kind::entry) continue;
       bool const in_unit_folder = each.folder_path.find('/') != std::string::npos;
       add_any(open_volume(volume.place).below(each.folder_path), each.name, each.shown,
               in_unit_folder ? position::unit_folder : position::beside);

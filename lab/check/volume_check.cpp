@@ -18,8 +18,8 @@ class volume_check {
 
   void run() {
     if (found_.has_storage && !found_.has_preallocate) add("missing", "preallocate is missing");
-    for (auto const& each : found_.strangers) {
-      bool const is_folder = each.what == stranger::kind::empty_folder;
+    for (auto const& each : found_.unknown_entries) {
+      bool const is_folder = each.what == unknown_entry::kind::empty_folder;
       add("unknown", (is_folder ? "unknown folder " : "unknown file ") + each.shown);
     }
     if (!found_.has_storage) {
@@ -120,7 +120,7 @@ class volume_check {
   }
 
   std::string place_;
-  volume_survey const& found_;
+  volume_scan const& found_;
   std::int64_t unit_bytes_;
   std::vector<std::string>& lines_;
 };

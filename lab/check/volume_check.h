@@ -12,7 +12,7 @@ namespace lab {
 
 struct surveyed_volume {
   volume_place place;
-  volume_survey found;
+  volume_scan found;
 };
 
 // Adds a line for everything that is wrong with one volume.

@@ -43,7 +43,7 @@ std::filesystem::path recorder_folder() {
 std::chrono::milliseconds patience() {
   char const* const set = std::getenv("STLAB_PATIENCE_MS");
   std::string_view const text = set == nullptr ? "" : set;
-  if (text.empty()) return default_patience;
+  if (text.empty()) return default_lock_timeout;
   int number = -1;
   auto const [stopped, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
   bool const whole = failure == std::errc() && stopped == text.data() + text.size();

@@ -60,7 +60,7 @@ damager::damager(fs::path const& recorder_folder, database& catalogue,
       options_(options),
       random_(options.seed),
       place_(chosen_place()),
-      lock_(place_, volume_lock::kind::exclusive, options_.patience),
+      lock_(place_, volume_lock::kind::exclusive, options_.lock_timeout),
       recorder_(folder_),
       share_(opened_folder(recorder_, share_folder)),
       volume_(opened_folder(share_, place_.folder_name)) {
@@ -262,7 +262,7 @@ std::string damager::misplace_on_other_volume() {
   auto const chosen =
       one_of(moves, std::string("no ") + text_of(wanted_state()) + " unit of volume " +
                         place_.folder_name + " has a name that is free on another mounted volume");
-  volume_lock const other(chosen.host, volume_lock::kind::exclusive, options_.patience);
+  volume_lock const other(chosen.host, volume_lock::kind::exclusive, options_.lock_timeout);
   auto const within =
       opened_folder(opened_folder(share_, chosen.host.folder_name), storage_name(chosen.host));
   steps::make_folder(within, chosen.unit.folder_name);

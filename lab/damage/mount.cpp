@@ -62,8 +62,8 @@ void require_to_be(volume_place const& place, folder const& volume) {
     throw error(volume.path().string() + ": not the folder of volume " + place.folder_name +
                 ": no " + storage_name(place));
   }
-  auto const home = folder(volume, storage_name(place)).status(preallocate_folder);
-  if (home && !S_ISDIR(home->st_mode)) {
+  auto const preallocate = folder(volume, storage_name(place)).status(preallocate_folder);
+  if (preallocate && !S_ISDIR(preallocate->st_mode)) {
     throw error(volume.path().string() + ": not the folder of volume " + place.folder_name +
                 ": its preallocate is not a folder");
   }
@@ -91,7 +91,7 @@ bool give_identity(volume_place const& place, folder const& volume) {
   return true;
 }
 
-void bring_back(folder const& recorder, folder const& share, volume_place const& place) {
+void put_back(folder const& recorder, folder const& share, volume_place const& place) {
   auto const aside = folder_of_recorder(recorder, unmounted_folder);
   steps::move_file(aside, share, place.folder_name);
   steps::sync_folder(share);
@@ -102,9 +102,9 @@ void bring_back(folder const& recorder, folder const& share, volume_place const&
 }  // namespace
 
 std::string mount_volume(std::filesystem::path const& recorder_folder, std::string const& name,
-                         std::chrono::milliseconds patience) {
+                         std::chrono::milliseconds lock_timeout) {
   auto const where = resolved(recorder_folder);
-  auto catalogue = open_catalogue(where, access::read_write, patience);
+  auto catalogue = open_catalogue(where, access::read_write, lock_timeout);
   // Of two that mount it, one comes after the other.
   transaction const nobody_else(catalogue, transaction_kind::writing);
   auto const place = place_named(catalogue, where, name);
@@ -116,7 +116,7 @@ std::string mount_volume(std::filesystem::path const& recorder_folder, std::stri
   folder const volume = is_away ? std::move(*away) : in_its_place(share, place);
   require_to_be(place, volume);
   bool const is_identity_new = give_identity(place, volume);
-  if (is_away) bring_back(recorder, share, place);
+  if (is_away) put_back(recorder, share, place);
   require_mounted(place);
   std::string did = "mounted volume " + place.folder_name + ":";
   if (is_away) did += " its folder is back from " + std::string(unmounted_folder);

@@ -16,6 +16,6 @@ namespace lab {
 // its folder is nowhere or is not the one with the volume's storage folder, or
 // when something is in the way. It can be stopped at any point and repeated.
 std::string mount_volume(std::filesystem::path const& recorder_folder, std::string const& name,
-                         std::chrono::milliseconds patience = default_patience);
+                         std::chrono::milliseconds lock_timeout = default_lock_timeout);
 
 }  // namespace lab

@@ -64,10 +64,10 @@ std::vector<unit_row> damager::units_to_recycle(int least) {
 }
 
 std::vector<unit_row> damager::units_to_record(int count) {
-  auto home = sound_units(unit_state::free);
-  require(home.size(), count, "free unit", on_volume());
-  home.resize(static_cast<std::size_t>(count));
-  return home;
+  auto free = sound_units(unit_state::free);
+  require(free.size(), count, "free unit", on_volume());
+  free.resize(static_cast<std::size_t>(count));
+  return free;
 }
 
 // Step 1 is the intent, as retention begins it; then every unit is linked, every
@@ -108,8 +108,8 @@ std::vector<unit_row> damager::begin_recording(std::vector<unit_row> moving, int
   auto const hour_name = hour_folder_name(channel.integer32(1), 4, 0, hour.integer(0));
   for (auto& unit : moving) unit.folder_name = hour_name;
   auto const within = storage();
-  auto const home = opened_folder(within, preallocate_folder);
-  for (auto const& unit : moving) require_only_name(home, unit.name);
+  auto const preallocate = opened_folder(within, preallocate_folder);
+  for (auto const& unit : moving) require_only_name(preallocate, unit.name);
   if (within.status(hour_name)) {
     require_room(opened_folder(within, hour_name), moving, (step - 1) / 2);
   }
@@ -133,17 +133,17 @@ void damager::stop_recording(std::vector<unit_row> moving, int step) {
   auto const& hour_name = moving.front().folder_name;
   if (!left.next()) return;
   steps::make_folder(within, hour_name);
-  auto const home = opened_folder(within, preallocate_folder);
+  auto const preallocate = opened_folder(within, preallocate_folder);
   auto const hour = opened_folder(within, hour_name);
   for (auto const& unit : moving) {
     if (!left.next()) return;
-    link_unit(home, hour, unit);
+    link_unit(preallocate, hour, unit);
     if (!left.next()) return;
     steps::write_head(hour, unit.name, recording_head(hour_name, unit.name));
   }
   for (auto const& unit : moving) {
     if (!left.next()) return;
-    steps::remove_file(home, unit.name);
+    steps::remove_file(preallocate, unit.name);
   }
 }
 

@@ -201,13 +201,13 @@ class volume_layer {
  private:
   void lay_units(folder const& storage, unit_uses const& uses) {
     steps::make_folder(storage, preallocate_folder);
-    folder const home(storage, preallocate_folder);
+    folder const preallocated(storage, preallocate_folder);
     for (std::size_t unit = 0; unit < uses.size(); ++unit) {
       auto const name = unit_name(static_cast<int>(unit));
       if (uses[unit]) {
         lay_recorded(storage, hour_folder_of(plan_.recordings[*uses[unit]]), name);
       } else {
-        preallocate(home, name);
+        preallocate(preallocated, name);
       }
       count_.add_one();
     }
@@ -302,7 +302,7 @@ void insert_units(database& catalogue, make_plan const& plan, int volume, unit_c
 
 void write_catalogue(fs::path const& file, make_plan const& plan, make_options const& options,
                      unit_count const& count) {
-  database catalogue(file, database::mode::create, default_patience);
+  database catalogue(file, database::mode::create, default_lock_timeout);
   transaction all(catalogue, transaction_kind::writing);
   catalogue.execute(catalogue_schema);
   statement(catalogue, "INSERT INTO recorder (id, unit_mb, seed, made_ms) VALUES (1, ?, ?, ?)")

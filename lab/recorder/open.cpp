@@ -10,17 +10,17 @@
 namespace lab {
 
 recorder recorder::open(std::filesystem::path const& folder, access mode,
-                        std::chrono::milliseconds patience) {
+                        std::chrono::milliseconds lock_timeout) {
   auto where = resolved(folder);
   require_path_without_share(where);
-  auto catalogue = open_catalogue(where, mode, patience);
+  auto catalogue = open_catalogue(where, mode, lock_timeout);
   std::int64_t const unit_mb = number_of(catalogue, "SELECT unit_mb FROM recorder");
   if (unit_mb < 1) throw error(where.string() + ": not a recorder: its catalogue is empty");
   if (unit_mb > most_unit_mb) {
     throw error(where.string() + ": not a recorder: its units are too large");
   }
-  recorder opened(
-      std::make_unique<state>(state{std::move(where), std::move(catalogue), unit_mb, patience}));
+  recorder opened(std::make_unique<state>(
+      state{std::move(where), std::move(catalogue), unit_mb, lock_timeout}));
   if (mode == access::read_write) opened.finish_stopped_moves();
   return opened;
 }
@@ -52,9 +52,9 @@ recorder::recorder(recorder&&) noexcept = default;
 recorder& recorder::operator=(recorder&&) noexcept = default;
 recorder::~recorder() = default;
 
-void recorder::wait_at_most(std::chrono::milliseconds patience) {
-  state_->patience = patience;
-  state_->catalogue.wait_at_most(patience);
+void recorder::wait_at_most(std::chrono::milliseconds lock_timeout) {
+  state_->lock_timeout = lock_timeout;
+  state_->catalogue.wait_at_most(lock_timeout);
 }
 
 std::filesystem::path const& recorder::folder() const { return state_->folder; }

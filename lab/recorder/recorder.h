@@ -8,7 +8,7 @@
 // Everything is answered from the catalogue, in its insertion order. Times are
 // ms since the epoch, sizes are MB. Every operation throws lab::error (a
 // lab::busy_error when somebody else holds what it needs for too long) and
-// then leaves the catalogue as it was or as a later open mends it.
+// then leaves the catalogue as it was or as a later open finishes it.
 #pragma once
 
 #include <chrono>
@@ -106,7 +106,7 @@ struct volume_change {
 struct volume_account {
   std::int64_t total;
   std::int64_t held;          // by a period
-  std::int64_t moving;        // on their way, counted as used
+  std::int64_t moving;        // in transit, counted as used
   std::int64_t preallocated;  // free
   std::int64_t lost;          // recorded without a period, or bad
 };
@@ -125,10 +125,10 @@ class recorder {
   // where they cannot be. Whoever opens it, to read only as well, first undoes
   // a change of the catalogue that a crash cut short, which takes permission to
   // write. Whoever writes also puts a missing journal of the catalogue back, if
-  // that can be. `patience` is how long this and every later operation waits for
+  // that can be. `lock_timeout` is how long this and every later operation waits for
   // somebody else.
   static recorder open(std::filesystem::path const& folder, access mode,
-                       std::chrono::milliseconds patience = default_patience);
+                       std::chrono::milliseconds lock_timeout = default_lock_timeout);
 
   recorder(recorder&&) noexcept;
   recorder& operator=(recorder&&) noexcept;
@@ -137,7 +137,7 @@ class recorder {
   // How long an operation waits for what somebody else holds, before it throws
   // a busy_error. Some seconds unless set. What needs several volumes waits so
   // long for each of them.
-  void wait_at_most(std::chrono::milliseconds patience);
+  void wait_at_most(std::chrono::milliseconds lock_timeout);
 
   std::filesystem::path const& folder() const;
   std::int64_t unit_mb() const;

@@ -11,7 +11,7 @@ struct recorder::state {
   std::filesystem::path folder;
   database catalogue;
   std::int64_t unit_mb;
-  std::chrono::milliseconds patience = default_patience;
+  std::chrono::milliseconds lock_timeout = default_lock_timeout;
 };
 
 // Throws lab::error for an id that is none.

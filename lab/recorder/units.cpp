@@ -150,11 +150,11 @@ struct locked_volume {
 };
 
 std::vector<locked_volume> lock_mounted(std::vector<volume_place> const& places,
-                                        std::chrono::milliseconds patience) {
+                                        std::chrono::milliseconds lock_timeout) {
   std::vector<locked_volume> locked;
   for (auto const& place : places) {
     if (mount_of(place) != mount::present) continue;
-    locked.push_back({place, volume_lock(place, volume_lock::kind::exclusive, patience)});
+    locked.push_back({place, volume_lock(place, volume_lock::kind::exclusive, lock_timeout)});
   }
   return locked;
 }
@@ -236,7 +236,7 @@ std::size_t begin_expiry(database& catalogue, std::vector<std::int64_t> const& p
 std::int64_t recorder::recycle(std::int64_t volume_id, stream const& of, span const& within) {
   auto& catalogue = state_->catalogue;
   auto const place = place_of(catalogue, state_->folder, volume_id);
-  volume_lock const lock(place, volume_lock::kind::exclusive, state_->patience);
+  volume_lock const lock(place, volume_lock::kind::exclusive, state_->lock_timeout);
   finish_moves(catalogue, place);
   std::int64_t const rest_of_hour = hour_milliseconds - 1;
   if (within.end_ms < std::numeric_limits<std::int64_t>::min() + rest_of_hour) return 0;
@@ -256,7 +256,7 @@ void recorder::record(std::int64_t volume_id, stream const& of, std::int64_t hou
   auto& catalogue = state_->catalogue;
   require_recordable(of, hour_ms, units);
   auto const place = place_of(catalogue, state_->folder, volume_id);
-  volume_lock const lock(place, volume_lock::kind::exclusive, state_->patience);
+  volume_lock const lock(place, volume_lock::kind::exclusive, state_->lock_timeout);
   finish_moves(catalogue, place);
   std::int64_t const free_units = account(volume_id).preallocated;
   if (free_units < units) fail_as_full(place, units, free_units);
@@ -277,7 +277,7 @@ void recorder::record(std::int64_t volume_id, stream const& of, std::int64_t hou
 
 std::int64_t recorder::expire(std::int64_t before_ms) {
   auto& catalogue = state_->catalogue;
-  auto usable = lock_mounted(places_of(catalogue, state_->folder), state_->patience);
+  auto usable = lock_mounted(places_of(catalogue, state_->folder), state_->lock_timeout);
   std::vector<std::string> failures;
   bring_all_home(catalogue, usable, failures);
   std::int64_t came_back = 0;

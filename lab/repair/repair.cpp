@@ -61,7 +61,7 @@ std::vector<surveyed_volume> survey_all(database const& catalogue, repairs const
   std::vector<surveyed_volume> surveyed;
   surveyed.reserve(volumes.size());
   for (auto const* const each : volumes) {
-    surveyed.push_back({each->place(), survey_storage(catalogue, each->place())});
+    surveyed.push_back({each->place(), scan_storage(catalogue, each->place())});
   }
   return surveyed;
 }
@@ -328,7 +328,7 @@ void repair_all(recorder& which, report& lines) {
   std::vector<std::int64_t> settled;
   {
     auto const places = places_of(catalogue, state.folder);
-    auto locked = lock_mounted(catalogue, places, state.unit_mb, state.patience, lines);
+    auto locked = lock_mounted(catalogue, places, state.unit_mb, state.lock_timeout, lines);
     auto const volumes = finish_all_moves(locked, lines);
     part_shared(catalogue, volumes, lines);
     bring_displaced_back(catalogue, volumes);

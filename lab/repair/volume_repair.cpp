@@ -82,7 +82,7 @@ bool volume_repair::is_left_alone(unit_row const& unit) const {
 }
 
 bool volume_repair::finish_moves() {
-  auto const found = survey(catalogue_, place_);
+  auto const found = scan(catalogue_, place_);
   if (!found.has_storage) {
     left("storage folder is missing: whether its units are lost is not known until it is back");
     return false;
@@ -149,20 +149,20 @@ void volume_repair::leave_alone(std::string const& name) { left_alone_.insert(na
 bool volume_repair::is_settled() const { return left_alone_.empty(); }
 
 void volume_repair::mend(elsewhere others) {
-  auto const whole = survey_storage(catalogue_, place_);
+  auto const whole = scan_storage(catalogue_, place_);
   for (auto const& unit : whole.units) {
     if (is_left_alone(unit)) continue;
     mend_unit(unit, [&] { mend_place(unit, whole.files_of(unit.name), others); });
   }
-  auto const placed = survey(catalogue_, place_);
+  auto const placed = scan(catalogue_, place_);
   for (auto const& unit : placed.units) {
     auto const& files = placed.files_of(unit.name);
     if (is_left_alone(unit) || unit.state == unit_state::bad || files.size() != 1) continue;
     if (files.front().folder_name != unit.folder_name) continue;
     mend_unit(unit, [&] { mend_size(unit, files.front()); });
   }
-  auto const sized = survey(catalogue_, place_);
-  for (auto const& each : sized.strangers) {
+  auto const sized = scan(catalogue_, place_);
+  for (auto const& each : sized.unknown_entries) {
     attempt([&] { mend_stranger(each, others); });
   }
   for (auto const& unit : sized.units) {
@@ -367,9 +367,9 @@ void volume_repair::mend_size(unit_row const& unit, unit_file const& file) {
   }
 }
 
-void volume_repair::mend_stranger(stranger const& what, elsewhere others) {
+void volume_repair::mend_stranger(unknown_entry const& what, elsewhere others) {
   folder const in = open_volume(place_).below(what.folder_path);
-  if (what.what == stranger::kind::empty_folder) {
+  if (what.what == unknown_entry::kind::empty_folder) {
     if (!steps::remove_empty_folder(in, what.name)) return;
     steps::sync_folder(in);
     mended("removed the empty folder " + what.shown);

@@ -78,7 +78,7 @@ class volume_repair {
   void keep_one(unit_row const& unit, std::vector<unit_file> const& files, unit_file const& kept);
   void move_file(std::string const& name, std::string const& from, std::string const& to);
   void mend_size(unit_row const& unit, unit_file const& file);
-  void mend_stranger(stranger const& what, elsewhere others);
+  void mend_stranger(unknown_entry const& what, elsewhere others);
   void preallocate_anew(unit_row const& unit, std::vector<unit_file> const& files);
   void set_state(unit_row const& unit, unit_state state);
 

@@ -50,10 +50,11 @@ void rest() {
 
 }  // namespace
 
-volume_lock::volume_lock(volume_place const& place, kind which, std::chrono::milliseconds patience)
+volume_lock::volume_lock(volume_place const& place, kind which,
+                         std::chrono::milliseconds lock_timeout)
     : identity_(-1) {
   // Rests are counted instead of asking a clock, which may be held.
-  for (auto left = patience;; left -= pause) {
+  for (auto left = lock_timeout;; left -= pause) {
     auto found = look_at(place);
     if (found.how != mount::present) require_mounted(place);
     identity_ = std::move(found.identity);

@@ -16,10 +16,10 @@ class volume_lock {
   // A shared lock keeps writers away while it is held.
   enum class kind { shared, exclusive };
 
-  // Waits at most `patience`, then throws busy_error. Throws lab::error when
+  // Waits at most `lock_timeout`, then throws busy_error. Throws lab::error when
   // the volume is not mounted. The lock is of the identity that is there when it
   // is got, and keeps others away for as long as that one is there.
-  volume_lock(volume_place const& place, kind which, std::chrono::milliseconds patience);
+  volume_lock(volume_place const& place, kind which, std::chrono::milliseconds lock_timeout);
 
   // None when the volume is not mounted or somebody holds its lock.
   static std::optional<volume_lock> try_take(volume_place const& place);

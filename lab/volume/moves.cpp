@@ -19,7 +19,7 @@ namespace {
 
 using units_by_folder = std::map<std::string, std::vector<moving_unit>>;
 
-enum class whereabouts { away, away_and_home, home, nowhere };
+enum class whereabouts { preallocate, both, nowhere };
 
 bool holds_file(folder const& in, std::string const& name) {
   auto const status = in.status(name);
@@ -38,25 +38,24 @@ bool is_smaller(folder const& in, folder const& than_in, std::string const& name
   return one && other && one->st_size < other->st_size;
 }
 
-// Links a unit into preallocate. Another file that has the unit's name in the
-// hour folder is nobody's to remove: such a unit counts as home already, unless
-// what is there is none.
-whereabouts link_home(folder const& hour, folder const& home, std::string const& name) {
+// Links a unit into preallocate. Another file by the unit's name in the hour
+// folder is not removed: such a unit counts as back already, unless what is in
+// preallocate is no unit.
+whereabouts link_back(folder const& hour, folder const& preallocate, std::string const& name) {
   if (!holds_file(hour, name)) {
-    return holds_file(home, name) ? whereabouts::home : whereabouts::nowhere;
+    return holds_file(preallocate, name) ? whereabouts::preallocate : whereabouts::nowhere;
   }
-  if (steps::link_file(hour, home, name)) return whereabouts::away_and_home;
-  if (same_file(hour, home, name)) return whereabouts::away_and_home;
-  bool const is_unit = holds_file(home, name) && !is_smaller(home, hour, name);
-  return is_unit ? whereabouts::home : whereabouts::nowhere;
+  if (steps::link_file(hour, preallocate, name)) return whereabouts::both;
+  if (same_file(hour, preallocate, name)) return whereabouts::both;
+  bool const is_unit = holds_file(preallocate, name) && !is_smaller(preallocate, hour, name);
+  return is_unit ? whereabouts::preallocate : whereabouts::nowhere;
 }
 
 void remove_all(folder const& in, std::vector<std::string> const& names) {
   for (auto const& name : names) steps::remove_file(in, name);
 }
 
-// One hour folder on the way home, between the syncing of preallocate and that
-// of the storage folder.
+// An hour folder and what of it is linked into preallocate too.
 struct emptied_folder {
   folder hour;
   std::vector<std::string> names;
@@ -68,24 +67,24 @@ units_by_folder by_folder(std::vector<moving_unit> const& units) {
   return sorted;
 }
 
-std::vector<std::string> link_all_home(std::optional<folder> const& hour, folder const& home,
+std::vector<std::string> link_all_back(std::optional<folder> const& hour, folder const& preallocate,
                                        std::vector<moving_unit> const& units,
                                        std::vector<moving_unit>& nowhere) {
   std::vector<std::string> linked;
   for (auto const& unit : units) {
     auto found = whereabouts::nowhere;
     if (hour) {
-      found = link_home(*hour, home, unit.name);
-    } else if (holds_file(home, unit.name)) {
-      found = whereabouts::home;
+      found = link_back(*hour, preallocate, unit.name);
+    } else if (holds_file(preallocate, unit.name)) {
+      found = whereabouts::preallocate;
     }
-    if (found == whereabouts::away_and_home) linked.push_back(unit.name);
+    if (found == whereabouts::both) linked.push_back(unit.name);
     if (found == whereabouts::nowhere) nowhere.push_back(unit);
   }
   return linked;
 }
 
-std::vector<moving_unit> units_on_their_way(database const& catalogue, volume_place const& place) {
+std::vector<moving_unit> units_in_transit(database const& catalogue, volume_place const& place) {
   statement query(catalogue,
                   "SELECT u.id, u.name, c.number, u.recording_type, u.stream, u.hour_ms"
                   "  FROM unit u JOIN channel c ON c.id = u.channel_id"
@@ -117,19 +116,19 @@ std::string recording_head(std::string const& hour_folder, std::string const& un
 
 std::vector<moving_unit> take_out(folder const& storage, std::vector<moving_unit> const& units) {
   if (units.empty()) return {};
-  folder const home(storage, preallocate_folder);
+  folder const preallocate(storage, preallocate_folder);
   std::string const& hour_name = units.front().hour_folder;
   if (steps::make_folder(storage, hour_name)) steps::sync_folder(storage);
   folder const hour(storage, hour_name);
   std::vector<moving_unit> missing;
   std::vector<std::string> linked;
   for (auto const& unit : units) {
-    auto const status = home.status(unit.name);
+    auto const status = preallocate.status(unit.name);
     if (!status || !S_ISREG(status->st_mode)) {
       missing.push_back(unit);
     } else if (status->st_nlink > 1) {
-      throw error((home.path() / unit.name).string() + ": unit has a second name elsewhere");
-    } else if (steps::link_file(home, hour, unit.name)) {
+      throw error((preallocate.path() / unit.name).string() + ": unit has a second name elsewhere");
+    } else if (steps::link_file(preallocate, hour, unit.name)) {
       linked.push_back(unit.name);
       steps::write_head(hour, unit.name, recording_head(hour_name, unit.name));
       steps::sync_file(hour, unit.name);
@@ -138,21 +137,21 @@ std::vector<moving_unit> take_out(folder const& storage, std::vector<moving_unit
     }
   }
   steps::sync_folder(hour);
-  remove_all(home, linked);
-  steps::sync_folder(home);
+  remove_all(preallocate, linked);
+  steps::sync_folder(preallocate);
   return missing;
 }
 
-std::vector<moving_unit> bring_home(folder const& storage, std::vector<moving_unit> const& units) {
-  folder const home(storage, preallocate_folder);
+std::vector<moving_unit> give_back(folder const& storage, std::vector<moving_unit> const& units) {
+  folder const preallocate(storage, preallocate_folder);
   std::vector<moving_unit> nowhere;
   std::map<std::string, emptied_folder> emptied;
   for (auto const& [name, in_folder] : by_folder(units)) {
     auto hour = folder::find(storage, name);
-    auto linked = link_all_home(hour, home, in_folder, nowhere);
+    auto linked = link_all_back(hour, preallocate, in_folder, nowhere);
     if (hour) emptied.emplace(name, emptied_folder{std::move(*hour), std::move(linked)});
   }
-  steps::sync_folder(home);
+  steps::sync_folder(preallocate);
   for (auto const& [name, left] : emptied) {
     remove_all(left.hour, left.names);
     if (!steps::remove_empty_folder(storage, name)) steps::sync_folder(left.hour);
@@ -166,13 +165,13 @@ std::int64_t finish_moves(database& catalogue, volume_place const& place) {
   std::int64_t came_back = 0;
   std::int64_t last_id = std::numeric_limits<std::int64_t>::min();
   for (;;) {
-    auto const units = units_on_their_way(catalogue, place);
+    auto const units = units_in_transit(catalogue, place);
     if (units.empty()) return came_back;
     // Units come in the order of their ids, and none that has arrived again.
     if (units.front().id <= last_id) throw error("catalogue: its indexes contradict its tables");
     last_id = units.back().id;
     folder const storage = open_storage(place);
-    auto const nowhere = bring_home(storage, units);
+    auto const nowhere = give_back(storage, units);
     note_arrival(catalogue, units, nowhere);
     came_back += static_cast<std::int64_t>(units.size() - nowhere.size());
   }

@@ -1,14 +1,21 @@
 // Moving units between preallocate and their hour folders so that no stop at
 // any point, power loss included, loses one or makes a second one of it:
 //
-//  1. the catalogue says durably that the units are on their way,
+//  1. the catalogue says durably that the units are in transit,
 //  2. they are linked into the folder where they go, and that folder is synced,
 //  3. they are unlinked where they were, and that folder is synced,
 //  4. the catalogue says durably that they have arrived.
 //
 // No transaction is open in steps 2 and 3. A unit's name never changes, so a
-// unit on its way is found by its name in either folder or in both. The caller
+// unit in transit is found by its name in either folder or in both. The caller
 // holds the volume's lock throughout.
+//
+// Why so, and not simpler:
+//  - One change of the catalogue, before or after the files: a stop between them
+//    leaves files where their rows do not say, and nothing tells that from damage.
+//  - Renaming: it changes two folders, and only one can be made durable at a time.
+//    Where the file system does not promise both at once, a power loss may leave
+//    the name in neither. Linked and synced first, it is always in one.
 #pragma once
 
 #include <cstdint>
@@ -41,9 +48,9 @@ std::vector<moving_unit> take_out(folder const& storage, std::vector<moving_unit
 
 // Steps 2 and 3 back into preallocate; hour folders that became empty go.
 // Returns the units that are in neither folder.
-std::vector<moving_unit> bring_home(folder const& storage, std::vector<moving_unit> const& units);
+std::vector<moving_unit> give_back(folder const& storage, std::vector<moving_unit> const& units);
 
-// Brings every unit that is on its way on the volume back into preallocate,
+// Gives every unit of the volume that is in transit back to preallocate,
 // whichever way it went, and says in the catalogue that it is free, or bad when
 // it is found nowhere. Needs no free space, and can be stopped and repeated at
 // any point. Returns how many units came back.

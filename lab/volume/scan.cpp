@@ -19,9 +19,9 @@ namespace {
 
 constexpr std::int64_t stat_block = 512;
 
-class surveyor {
+class scanner {
  public:
-  surveyor(database const& catalogue, volume_place const& place) : place_(place) {
+  scanner(database const& catalogue, volume_place const& place) : place_(place) {
     found_.units = units_of(catalogue, place);
     for (auto const& unit : found_.units) {
       names_.insert(unit.name);
@@ -29,21 +29,21 @@ class surveyor {
     }
   }
 
-  volume_survey look() {
+  volume_scan look() {
     folder const volume = open_volume(place_);
     std::string const storage = storage_name(place_);
     for (auto const& name : volume.names()) {
       if (name == identity_file || name == storage || name == lost_folder) continue;
-      add_stranger(stranger::kind::entry, "", name, name);
+      add_unknown(unknown_entry::kind::entry, "", name, name);
     }
     if (auto const inside = folder::find(volume, storage)) look_into_storage(*inside, storage);
     return std::move(found_);
   }
 
  private:
-  void add_stranger(stranger::kind what, std::string const& folder_path, std::string const& name,
-                    std::string const& shown) {
-    found_.strangers.push_back({what, folder_path, name, shown});
+  void add_unknown(unknown_entry::kind what, std::string const& folder_path,
+                   std::string const& name, std::string const& shown) {
+    found_.unknown_entries.push_back({what, folder_path, name, shown});
   }
 
   void look_into_storage(folder const& storage, std::string const& storage_path) {
@@ -51,14 +51,14 @@ class surveyor {
     for (auto const& name : storage.names()) {
       auto const inside = folder::find(storage, name);
       if (!inside) {
-        add_stranger(stranger::kind::entry, storage_path, name, name);
+        add_unknown(unknown_entry::kind::entry, storage_path, name, name);
         continue;
       }
       bool const known = name == preallocate_folder || folders_.count(name) > 0;
       if (name == preallocate_folder) found_.has_preallocate = true;
       bool const holds_units = look_into(*inside, storage_path + "/" + name, name);
       if (!known && !holds_units) {
-        add_stranger(stranger::kind::empty_folder, storage_path, name, name);
+        add_unknown(unknown_entry::kind::empty_folder, storage_path, name, name);
       }
     }
   }
@@ -70,8 +70,8 @@ class surveyor {
       auto const status = inside.status(name);
       if (!status) continue;
       if (!S_ISREG(status->st_mode) || names_.count(name) == 0) {
-        add_stranger(stranger::kind::entry, path, name,
-                     std::string(folder_name).append("/").append(name));
+        add_unknown(unknown_entry::kind::entry, path, name,
+                    std::string(folder_name).append("/").append(name));
         continue;
       }
       holds_units = true;
@@ -83,7 +83,7 @@ class surveyor {
   }
 
   volume_place const& place_;
-  volume_survey found_;
+  volume_scan found_;
   std::set<std::string> names_;
   std::set<std::string> folders_;
 };
@@ -116,20 +116,20 @@ std::vector<unit_row> units_of(database const& catalogue, volume_place const& pl
   return units;
 }
 
-std::vector<unit_file> const& volume_survey::files_of(std::string const& unit_name) const {
+std::vector<unit_file> const& volume_scan::files_of(std::string const& unit_name) const {
   static std::vector<unit_file> const none;
   auto const found = files.find(unit_name);
   return found == files.end() ? none : found->second;
 }
 
-volume_survey survey(database const& catalogue, volume_place const& place) {
-  auto found = surveyor(catalogue, place).look();
+volume_scan scan(database const& catalogue, volume_place const& place) {
+  auto found = scanner(catalogue, place).look();
   require_mounted(place);
   return found;
 }
 
-volume_survey survey_storage(database const& catalogue, volume_place const& place) {
-  auto found = survey(catalogue, place);
+volume_scan scan_storage(database const& catalogue, volume_place const& place) {
+  auto found = scan(catalogue, place);
   if (!found.has_storage) throw error(place.path.string() + ": its storage folder is missing");
   return found;
 }

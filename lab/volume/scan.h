@@ -20,7 +20,7 @@ namespace lab {
 
 inline constexpr std::int64_t megabyte = std::int64_t{1024} * 1024;
 
-// Where what nobody knows is set aside, in the volume's folder. A file system of
+// Where unknown entries are set aside, in the volume's folder. A file system of
 // its own has a folder by this name too; nothing in it is a finding.
 inline constexpr char const* lost_folder = "lost+found";
 
@@ -47,7 +47,7 @@ struct unit_file {
 bool is_same_file(unit_file const& left, unit_file const& right);
 
 // Something that the catalogue knows nothing of.
-struct stranger {
+struct unknown_entry {
   enum class kind { entry, empty_folder };
   kind what;
   std::string folder_path;  // from the volume's folder, empty for itself
@@ -55,11 +55,11 @@ struct stranger {
   std::string shown;  // from the storage folder
 };
 
-struct volume_survey {
+struct volume_scan {
   std::vector<unit_row> units;
   bool has_storage = false;
   bool has_preallocate = false;
-  std::vector<stranger> strangers;
+  std::vector<unknown_entry> unknown_entries;
   std::map<std::string, std::vector<unit_file>> files;  // by the unit's name
 
   // The files by a unit's name, in the order of their folders' names.
@@ -67,10 +67,10 @@ struct volume_survey {
 };
 
 // Throws lab::error when the volume is not mounted, or not any more.
-volume_survey survey(database const& catalogue, volume_place const& place);
+volume_scan scan(database const& catalogue, volume_place const& place);
 
-// As survey(); throws lab::error for a volume without its storage folder, too.
-volume_survey survey_storage(database const& catalogue, volume_place const& place);
+// As scan(); throws lab::error for a volume without its storage folder, too.
+volume_scan scan_storage(database const& catalogue, volume_place const& place);
 
 // The first bytes of a file, fewer when it is shorter; none when it cannot be
 // read.

@@ -61,7 +61,7 @@ TEST_P(damage_of_kind, waits_for_the_volumes_writer) {
                                lab::volume_lock::kind::shared, std::chrono::milliseconds(0));
   auto const before = world::tree_of(root());
   auto options = of(GetParam().kind);
-  options.patience = std::chrono::milliseconds(0);
+  options.lock_timeout = std::chrono::milliseconds(0);
   EXPECT_THROW(damaged_recorder::damage(options), lab::busy_error);
   EXPECT_EQ(strings(), world::differences(before, world::tree_of(root())));
 }

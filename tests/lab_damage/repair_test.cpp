@@ -1097,7 +1097,7 @@ TEST_F(repair_of_vanishing, a_volume_without_its_storage_folder_gives_no_unit_up
 TEST_F(repair_of_vanishing, nothing_is_searched_in_vain) {
   fs::create_directory(volume_folder() / "lost+found");
   fs::rename(place(first_volume), volume_folder() / "lost+found" / unit);
-  std::vector<lab::surveyed_volume> surveyed{{first_place, lab::survey(catalogue, first_place)}};
+  std::vector<lab::surveyed_volume> surveyed{{first_place, lab::scan(catalogue, first_place)}};
   surveyed.front().found.files.clear();
   ASSERT_EQ(1U, lab::displaced_units(surveyed).size());
   unmount();
@@ -1106,7 +1106,7 @@ TEST_F(repair_of_vanishing, nothing_is_searched_in_vain) {
         +[](std::vector<lab::surveyed_volume> const& in) { lab::loose_recordings(in); }}) {
     EXPECT_NE("", world::failure_of([&] { search(surveyed); }));
   }
-  EXPECT_NE("", world::failure_of([&] { lab::survey(catalogue, first_place); }));
+  EXPECT_NE("", world::failure_of([&] { lab::scan(catalogue, first_place); }));
 }
 
 }  // namespace

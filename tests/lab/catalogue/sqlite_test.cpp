@@ -118,8 +118,8 @@ std::int64_t synchronous(lab::database const& of) {
 
 TEST_F(sqlite, who_writes_syncs_all_that_a_commit_needs) {
   EXPECT_EQ(extra, synchronous(connect()));
-  auto const patience = std::chrono::milliseconds(0);
-  EXPECT_EQ(extra, synchronous({file(), lab::database::mode::read_write, patience}));
+  auto const lock_timeout = std::chrono::milliseconds(0);
+  EXPECT_EQ(extra, synchronous({file(), lab::database::mode::read_write, lock_timeout}));
 }
 
 using catalogue = world::recorder_test;

@@ -72,13 +72,13 @@ TEST_F(check, finds_a_unit_in_the_wrong_folder) {
 }
 
 TEST_F(check, finds_unknown_files_and_folders) {
-  world::write_file(away() / "stranger", "");
+  world::write_file(away() / "unknown", "");
   world::write_file(home() / "unit999999", "");
   world::write_file(storage(first_volume) / "note", "");
   world::write_file(root() / "share" / "vol1" / "top", "");
   fs::create_directory(storage(first_volume) / "ch09_NR_S00_2026112100");
   EXPECT_EQ((strings{"unknown: volume vol1: unknown file top",
-                     "unknown: volume vol1: unknown file ch01_NR_S00_2026112100/stranger",
+                     "unknown: volume vol1: unknown file ch01_NR_S00_2026112100/unknown",
                      "unknown: volume vol1: unknown folder ch09_NR_S00_2026112100",
                      "unknown: volume vol1: unknown file note",
                      "unknown: volume vol1: unknown file preallocate/unit999999"}),
@@ -97,7 +97,7 @@ TEST_F(check, finds_what_belongs_to_no_volume) {
       findings());
 }
 
-TEST_F(check, finds_no_stranger_in_a_volume_that_is_not_mounted) {
+TEST_F(check, finds_no_unknown_entry_in_a_volume_that_is_not_mounted) {
   fs::rename(root() / "share" / "vol1", root().parent_path() / "elsewhere");
   EXPECT_EQ(strings{"not-mounted: volume vol1: its folder is missing"}, findings());
   fs::create_directory(root() / "share" / "vol1");

@@ -146,9 +146,9 @@ TEST_F(recycle, another_volume_gives_back_nothing) {
 TEST_F(recycle, an_unknown_file_keeps_its_hour_folder) {
   make();
   leak(first_volume, main_stream, now, 2);
-  world::write_file(hour_folder(first_volume, now) / "stranger", "mine");
+  world::write_file(hour_folder(first_volume, now) / "unknown", "mine");
   EXPECT_EQ(2, run(always));
-  EXPECT_EQ(strings{"stranger"}, names(hour_folder(first_volume, now)));
+  EXPECT_EQ(strings{"unknown"}, names(hour_folder(first_volume, now)));
 }
 
 TEST_F(recycle, many_units_come_back_batch_by_batch) {

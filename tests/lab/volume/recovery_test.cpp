@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 using world::now;
 using strings = std::vector<std::string>;
 
-enum class lies { away, in_both, home, nowhere };
+enum class lies { in_hour, in_both, in_preallocate, nowhere };
 
 struct stopped_move {
   char const* state;
@@ -22,8 +22,8 @@ class recovery : public world::recorder_test, public testing::WithParamInterface
  protected:
   static constexpr char const* unit = "unit000003";
 
-  fs::path away() const { return storage(first_volume) / lab::hour_folder_name(0, 4, 0, now); }
-  fs::path home() const { return preallocate(first_volume); }
+  fs::path hour() const { return storage(first_volume) / lab::hour_folder_name(0, 4, 0, now); }
+  fs::path preallocated() const { return preallocate(first_volume); }
 
   recovery() { make(); }
 
@@ -31,24 +31,24 @@ class recovery : public world::recorder_test, public testing::WithParamInterface
     tamper("UPDATE unit SET state = '" + std::string(how.state) +
            "', channel_id = 1, recording_type = 4, stream = 0, hour_ms = " + std::to_string(now) +
            " WHERE volume_id = 1 AND name = '" + unit + "'");
-    fs::create_directory(away());
+    fs::create_directory(hour());
     switch (how.where) {
-      case lies::away:
-        fs::rename(home() / unit, away() / unit);
+      case lies::in_hour:
+        fs::rename(preallocated() / unit, hour() / unit);
         break;
       case lies::in_both:
-        fs::create_hard_link(home() / unit, away() / unit);
+        fs::create_hard_link(preallocated() / unit, hour() / unit);
         break;
-      case lies::home:
+      case lies::in_preallocate:
         break;
       case lies::nowhere:
-        fs::remove(home() / unit);
+        fs::remove(preallocated() / unit);
         break;
     }
   }
 };
 
-TEST_P(recovery, brings_the_unit_home_or_calls_it_bad) {
+TEST_P(recovery, gives_the_unit_back_or_calls_it_bad) {
   stop_midway(GetParam());
   EXPECT_EQ(1, open(lab::access::read_only).account(first_volume).moving);
   EXPECT_EQ(1, open(lab::access::read_only).volumes()[0].used_mb);
@@ -58,14 +58,14 @@ TEST_P(recovery, brings_the_unit_home_or_calls_it_bad) {
   EXPECT_EQ(0, account.moving);
   EXPECT_EQ(lost ? 1 : 0, account.lost);
   EXPECT_EQ(lost ? 7 : 8, account.preallocated);
-  EXPECT_EQ(lost ? 7U : 8U, names(home()).size());
-  EXPECT_FALSE(fs::exists(away()));
+  EXPECT_EQ(lost ? 7U : 8U, names(preallocated()).size());
+  EXPECT_FALSE(fs::exists(hour()));
   EXPECT_EQ(lost ? strings{"bad: volume vol1: unit unit000003 is bad"} : strings(),
             lab::check(open()));
 
-  auto const mended = world::tree_of(root());
+  auto const given_back = world::tree_of(root());
   open(lab::access::read_write);
-  EXPECT_EQ(strings(), world::differences(mended, world::tree_of(root())));
+  EXPECT_EQ(strings(), world::differences(given_back, world::tree_of(root())));
 }
 
 TEST_P(recovery, happens_before_the_next_move_too) {
@@ -80,7 +80,7 @@ TEST_P(recovery, happens_before_the_next_move_too) {
 std::vector<stopped_move> all_moves() {
   std::vector<stopped_move> moves;
   for (auto const* const state : {"recycling", "recording"}) {
-    for (auto const where : {lies::away, lies::in_both, lies::home, lies::nowhere}) {
+    for (auto const where : {lies::in_hour, lies::in_both, lies::in_preallocate, lies::nowhere}) {
       moves.push_back({state, where});
     }
   }
@@ -88,7 +88,7 @@ std::vector<stopped_move> all_moves() {
 }
 
 std::string name_of(testing::TestParamInfo<stopped_move> const& move) {
-  std::vector<std::string> const places{"away", "in_both", "home", "nowhere"};
+  std::vector<std::string> const places{"in_hour", "in_both", "in_preallocate", "nowhere"};
   return std::string(move.param.state) + "_" + places[static_cast<std::size_t>(move.param.where)];
 }
 
@@ -118,38 +118,38 @@ TEST_P(recovery_limits, what_is_not_mounted_waits) {
   stop_midway(GetParam());
   fs::rename(root() / "share" / "vol1" / "identity", root() / "kept");
   EXPECT_EQ(1, open().account(first_volume).moving);
-  EXPECT_TRUE(fs::exists(away() / unit));
+  EXPECT_TRUE(fs::exists(hour() / unit));
   fs::rename(root() / "kept", root() / "share" / "vol1" / "identity");
   EXPECT_EQ(0, open().account(first_volume).moving);
 }
 
 TEST_P(recovery_limits, another_file_by_the_units_name_is_nobodys_to_remove) {
   stop_midway(GetParam());
-  world::write_file(home() / unit, "mine");
+  world::write_file(preallocated() / unit, "mine");
   EXPECT_EQ(1, open().account(first_volume).lost);
-  EXPECT_EQ(4U, fs::file_size(home() / unit));
-  EXPECT_EQ(1024U * 1024U, fs::file_size(away() / unit));
+  EXPECT_EQ(4U, fs::file_size(preallocated() / unit));
+  EXPECT_EQ(1024U * 1024U, fs::file_size(hour() / unit));
 }
 
 TEST_P(recovery_limits, a_folder_by_the_units_name_is_no_free_unit) {
   stop_midway(GetParam());
-  fs::create_directory(home() / unit);
+  fs::create_directory(preallocated() / unit);
   auto const account = open().account(first_volume);
   EXPECT_EQ(1, account.lost);
   EXPECT_EQ(7, account.preallocated);
-  EXPECT_EQ(1024U * 1024U, fs::file_size(away() / unit));
+  EXPECT_EQ(1024U * 1024U, fs::file_size(hour() / unit));
 }
 
-TEST_P(recovery_limits, a_copy_that_is_home_is_the_free_unit) {
+TEST_P(recovery_limits, a_copy_in_preallocate_is_the_free_unit) {
   stop_midway(GetParam());
-  fs::copy_file(away() / unit, home() / unit);
+  fs::copy_file(hour() / unit, preallocated() / unit);
   EXPECT_EQ(8, open().account(first_volume).preallocated);
-  EXPECT_TRUE(fs::exists(away() / unit));
+  EXPECT_TRUE(fs::exists(hour() / unit));
 }
 
 INSTANTIATE_TEST_SUITE_P(both_ways, recovery_limits,
-                         testing::Values(stopped_move{"recycling", lies::away},
-                                         stopped_move{"recording", lies::away}),
+                         testing::Values(stopped_move{"recycling", lies::in_hour},
+                                         stopped_move{"recording", lies::in_hour}),
                          name_of);
 
 }  // namespace
