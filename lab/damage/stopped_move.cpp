@@ -6,6 +6,7 @@
 #include "lab/disk/file_steps.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/moves.h"
+#include "lab/volume/recording_type.h"
 
 namespace lab {
 
@@ -105,7 +106,8 @@ std::vector<unit_row> damager::begin_recording(std::vector<unit_row> moving, int
   if (!channel.with(place_.id).next()) throw error("the recorder has no channel");
   statement hour(catalogue_, recording_hour_query);
   hour.with(channel.integer(0)).next();
-  auto const hour_name = hour_folder_name(channel.integer32(1), 4, 0, hour.integer(0));
+  auto const hour_name =
+      hour_folder_name(channel.integer32(1), normal_recording.code, 0, hour.integer(0));
   for (auto& unit : moving) unit.folder_name = hour_name;
   auto const within = storage();
   auto const preallocate = opened_folder(within, preallocate_folder);
@@ -115,10 +117,10 @@ std::vector<unit_row> damager::begin_recording(std::vector<unit_row> moving, int
   }
   transaction intent(catalogue_, transaction_kind::writing);
   statement go(catalogue_,
-               "UPDATE unit SET state = 'recording', channel_id = ?, recording_type = 4,"
+               "UPDATE unit SET state = 'recording', channel_id = ?, recording_type = ?,"
                "                stream = 0, hour_ms = ? WHERE id = ?");
   for (auto const& unit : moving) {
-    go.with(channel.integer(0), hour.integer(0), unit.id).run();
+    go.with(channel.integer(0), normal_recording.code, hour.integer(0), unit.id).run();
   }
   intent.commit();
   return moving;

@@ -9,6 +9,7 @@
 
 #include "lab/util/generator.h"
 #include "lab/volume/layout.h"
+#include "lab/volume/recording_type.h"
 
 namespace lab {
 
@@ -26,8 +27,11 @@ struct stream_kind {
 };
 
 // Most recordings are normal ones of the main stream.
-constexpr std::array<stream_kind, 5> kinds{
-    {{4, 0, 12}, {4, 1, 3}, {1, 0, 3}, {1, 2, 2}, {2, 0, 1}}};
+constexpr std::array<stream_kind, 5> kinds{{{normal_recording.code, 0, 12},
+                                            {normal_recording.code, 1, 3},
+                                            {alarm_recording.code, 0, 3},
+                                            {alarm_recording.code, 2, 2},
+                                            {manual_recording.code, 0, 1}}};
 
 void require(char const* what, int value, limits const& allowed) {
   if (value >= allowed.least && value <= allowed.most) return;

@@ -3,6 +3,7 @@
 
 #include "lab/catalogue/catalogue.h"
 #include "lab/recorder/state.h"
+#include "lab/volume/failure.h"
 #include "lab/volume/lock.h"
 #include "lab/volume/moves.h"
 #include "lab/volume/place.h"
@@ -26,7 +27,8 @@ recorder recorder::open(std::filesystem::path const& folder, access mode,
 }
 
 // Volumes that are not mounted or cannot take their units back keep what was
-// begun on them, and what moves under somebody else's lock is somebody else's.
+// begun on them; their own operations say what is wrong with them. What moves
+// under somebody else's lock is somebody else's.
 void recorder::finish_stopped_moves() {
   statement query(state_->catalogue,
                   "SELECT DISTINCT volume_id FROM unit WHERE state IN ('recording', 'recycling')");
@@ -34,16 +36,9 @@ void recorder::finish_stopped_moves() {
   while (query.next()) volume_ids.push_back(query.integer(0));
   for (auto const volume_id : volume_ids) {
     auto const place = place_of(state_->catalogue, state_->folder, volume_id);
-    try {
+    failure_on_volume([&] {
       if (auto const lock = volume_lock::try_take(place)) finish_moves(state_->catalogue, place);
-    } catch (busy_error const&) {
-      throw;
-    } catch (database_error const&) {
-      throw;
-    } catch (error const&) {
-      // Other volumes are of use without this one, whose own operations say
-      // what is wrong with it.
-    }
+    });
   }
 }
 

@@ -8,6 +8,7 @@
 
 #include "lab/recorder/recorder.h"
 #include "lab/stlab/times.h"
+#include "lab/volume/recording_type.h"
 
 namespace stlab {
 
@@ -124,8 +125,10 @@ void add_type(CLI::App& command, std::string& type, std::vector<std::string> con
 }
 
 std::int32_t type_code(std::string const& name) {
-  if (name == "alarm") return 1;
-  return name == "manual" ? 2 : 4;
+  for (lab::recording_type const& each : lab::recording_types) {
+    if (name == each.name) return each.code;
+  }
+  throw CLI::ValidationError("there is no recording type " + name);
 }
 
 }  // namespace stlab

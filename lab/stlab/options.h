@@ -63,7 +63,7 @@ CLI::Option* add_channel(CLI::App& command, Number& channel, std::string const& 
 // A recording type's name, one of `names`.
 void add_type(CLI::App& command, std::string& type, std::vector<std::string> const& names);
 
-// The code of a recording type's name: normal 4, alarm 1, manual 2.
+// The code of a recording type's name.
 std::int32_t type_code(std::string const& name);
 
 }  // namespace stlab

@@ -5,21 +5,11 @@
 #include "lab/catalogue/catalogue.h"
 #include "lab/recorder/state.h"
 #include "lab/stlab/commands.h"
+#include "lab/volume/recording_type.h"
 
 namespace stlab {
 
 namespace {
-
-char const* type_letters(std::int32_t recording_type) {
-  switch (recording_type) {
-    case 4:
-      return "NR";
-    case 1:
-      return "AR";
-    default:
-      return "MR";
-  }
-}
 
 // Where an unusable folder was named, for who did not type it.
 std::string origin_of(recorder_folder const& folder) {
@@ -98,7 +88,8 @@ void require_free_units(lab::recorder const& in, lab::volume const& on, std::int
 std::string channel_label(std::int32_t number) { return "ch" + two_digits(number + 1); }
 
 std::string stream_label(std::int32_t number, std::int32_t recording_type, std::int32_t stream) {
-  return channel_label(number) + ' ' + type_letters(recording_type) + " S" + two_digits(stream);
+  return channel_label(number) + ' ' + lab::letters_of_type(recording_type) + " S" +
+         two_digits(stream);
 }
 
 }  // namespace stlab

@@ -13,6 +13,7 @@
 #include "lab/stlab/recorder_access.h"
 #include "lab/stlab/text.h"
 #include "lab/stlab/times.h"
+#include "lab/volume/recording_type.h"
 
 namespace stlab {
 
@@ -20,9 +21,6 @@ namespace {
 
 enum class period_detail { summary, each };
 
-constexpr std::int32_t type_normal = 4;
-constexpr std::int32_t type_alarm = 1;
-constexpr std::int32_t type_manual = 2;
 constexpr std::size_t widest_bar = 40;
 constexpr std::size_t bar_indent = 4;
 constexpr std::size_t continuation_indent = 6;
@@ -128,11 +126,13 @@ void show_recorded(lab::recorder const& in, lab::space const& space, selection c
       return in.recorded_mb(space.id, channel.id, type);
     };
     total_mb += recorded(std::nullopt);
+    std::string of_types;
+    for (lab::recording_type const& each : lab::recording_types) {
+      of_types += (of_types.empty() ? "" : ", ") + std::string(each.name) + " " +
+                  std::to_string(recorded(each.code));
+    }
     show_line("  " + channel_label(channel.number) + " recorded " +
-              megabytes(recorded(std::nullopt)) + " (normal " +
-              std::to_string(recorded(type_normal)) + ", alarm " +
-              std::to_string(recorded(type_alarm)) + ", manual " +
-              std::to_string(recorded(type_manual)) + ")");
+              megabytes(recorded(std::nullopt)) + " (" + of_types + ")");
   }
   if (!chosen.channel) show_line("  recorded in all " + megabytes(total_mb));
 }

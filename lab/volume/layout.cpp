@@ -6,6 +6,8 @@
 #include <ctime>
 #include <limits>
 
+#include "lab/volume/recording_type.h"
+
 namespace lab {
 
 namespace {
@@ -19,17 +21,6 @@ bool is_numbered(std::string_view name, std::string_view word, std::size_t least
   auto const number = name.substr(word.size());
   return number.size() >= least_digits && number.size() <= most_digits &&
          std::all_of(number.begin(), number.end(), is_digit);
-}
-
-char const* type_letters(std::int32_t recording_type) {
-  switch (recording_type) {
-    case 4:
-      return "NR";
-    case 1:
-      return "AR";
-    default:
-      return "MR";
-  }
 }
 
 }  // namespace
@@ -75,7 +66,7 @@ std::string hour_folder_name(std::int32_t channel_number, std::int32_t recording
   if (gmtime_r(&seconds, &utc) == nullptr) utc = std::tm{};
   std::array<char, 96> name{};
   std::snprintf(name.data(), name.size(), "ch%02lld_%s_S%02d_%04lld%02d%02d%02d",
-                static_cast<long long>(channel_number) + 1, type_letters(recording_type), stream,
+                static_cast<long long>(channel_number) + 1, letters_of_type(recording_type), stream,
                 static_cast<long long>(utc.tm_year) + 1900, utc.tm_mon + 1, utc.tm_mday,
                 utc.tm_hour);
   return name.data();

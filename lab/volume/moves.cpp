@@ -161,6 +161,10 @@ std::vector<moving_unit> give_back(folder const& storage, std::vector<moving_uni
   return nowhere;
 }
 
+void require_movable(volume_place const& place) {
+  folder const preallocate(open_storage(place), preallocate_folder);
+}
+
 std::int64_t finish_moves(database& catalogue, volume_place const& place) {
   std::int64_t came_back = 0;
   std::int64_t last_id = std::numeric_limits<std::int64_t>::min();
@@ -168,7 +172,7 @@ std::int64_t finish_moves(database& catalogue, volume_place const& place) {
     auto const units = units_in_transit(catalogue, place);
     if (units.empty()) return came_back;
     // Units come in the order of their ids, and none that has arrived again.
-    if (units.front().id <= last_id) throw error("catalogue: its indexes contradict its tables");
+    require_consistent(units.front().id > last_id);
     last_id = units.back().id;
     folder const storage = open_storage(place);
     auto const nowhere = give_back(storage, units);

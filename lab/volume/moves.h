@@ -50,6 +50,10 @@ std::vector<moving_unit> take_out(folder const& storage, std::vector<moving_unit
 // Returns the units that are in neither folder.
 std::vector<moving_unit> give_back(folder const& storage, std::vector<moving_unit> const& units);
 
+// Throws lab::error unless the volume's units can be moved: what cannot be
+// finished must not be begun.
+void require_movable(volume_place const& place);
+
 // Gives every unit of the volume that is in transit back to preallocate,
 // whichever way it went, and says in the catalogue that it is free, or bad when
 // it is found nowhere. Needs no free space, and can be stopped and repeated at

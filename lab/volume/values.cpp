@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "lab/volume/layout.h"
+#include "lab/volume/recording_type.h"
 
 namespace lab {
 
@@ -54,7 +55,7 @@ std::int32_t channel_number_in(statement const& row, int column) {
 
 std::int32_t recording_type_in(statement const& row, int column) {
   std::int32_t const type = row.integer32(column);
-  if (type != 1 && type != 2 && type != 4) throw error("catalogue: a recording type is none");
+  if (find_recording_type(type) == nullptr) throw error("catalogue: a recording type is none");
   return type;
 }
 
@@ -62,6 +63,10 @@ std::int32_t stream_in(statement const& row, int column) {
   std::int32_t const stream = row.integer32(column);
   if (stream < 0 || stream > 4) throw error("catalogue: a stream is none");
   return stream;
+}
+
+void require_consistent(bool answers_as_told) {
+  if (!answers_as_told) throw error("catalogue: its indexes contradict its tables");
 }
 
 bool is_plausible_period(std::int64_t start_ms, std::int64_t end_ms) {

@@ -25,6 +25,10 @@ std::int32_t channel_number_in(statement const& row, int column);
 std::int32_t recording_type_in(statement const& row, int column);
 std::int32_t stream_in(statement const& row, int column);
 
+// Throws lab::error unless the catalogue answers as it was told: its indexes may
+// lie too.
+void require_consistent(bool answers_as_told);
+
 // Whether a period can be one: what is longer has been written by somebody else.
 bool is_plausible_period(std::int64_t start_ms, std::int64_t end_ms);
 

@@ -1,0 +1,126 @@
+// Recording an hour.
+#include <algorithm>
+#include <set>
+
+#include "lab/catalogue/journal.h"
+#include "lab/recorder/state.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/lock.h"
+#include "lab/volume/moves.h"
+#include "lab/volume/place.h"
+#include "lab/volume/recording_type.h"
+#include "lab/volume/unit_state.h"
+#include "lab/volume/values.h"
+
+namespace lab {
+
+namespace {
+
+constexpr char const* recording_query =
+    "UPDATE unit SET state = 'recording', channel_id = ?2, recording_type = ?3, stream = ?4,"
+    "                hour_ms = ?5"
+    "  WHERE id IN (SELECT id FROM unit WHERE volume_id = ?1 AND state = 'free'"
+    "                 ORDER BY id LIMIT ?6)"
+    "  RETURNING id, name";
+
+std::vector<moving_unit> begin_recording(database& catalogue, volume_place const& place,
+                                         stream const& of, std::int64_t hour_ms,
+                                         std::int64_t count) {
+  auto const folder_name = hour_folder_name(channel_number(catalogue, of.channel_id),
+                                            of.recording_type, of.number, hour_ms);
+  transaction intent(catalogue, transaction_kind::writing);
+  statement update(catalogue, recording_query);
+  update.with(place.id, of.channel_id, of.recording_type, of.number, hour_ms, count);
+  std::vector<moving_unit> units;
+  while (update.next()) units.push_back({update.integer(0), unit_name_in(update, 1), folder_name});
+  intent.commit();
+  std::sort(units.begin(), units.end(),
+            [](auto const& left, auto const& right) { return left.id < right.id; });
+  return units;
+}
+
+void note_missing(database& catalogue, std::vector<moving_unit> const& missing) {
+  if (missing.empty()) return;
+  transaction loss(catalogue, transaction_kind::writing);
+  for (auto const& unit : missing) take_out_of_hour(catalogue, unit.id, unit_state::bad);
+  loss.commit();
+}
+
+// All units in transit on a locked volume are this period's.
+void finish_recording(database& catalogue, volume_place const& place, stream const& of,
+                      std::int64_t hour_ms) {
+  transaction arrival(catalogue, transaction_kind::writing);
+  statement(catalogue,
+            "INSERT INTO period"
+            "  (channel_id, recording_type, stream, start_ms, end_ms, storage_id)"
+            "  VALUES (?, ?, ?, ?, ?, ?)")
+      .with(of.channel_id, of.recording_type, of.number, hour_ms, hour_ms + hour_milliseconds,
+            place.sid_text)
+      .run();
+  statement(catalogue,
+            "UPDATE unit SET state = 'recorded', period_id = ?"
+            "  WHERE volume_id = ? AND state = 'recording'")
+      .with(catalogue.last_id(), place.id)
+      .run();
+  arrival.commit();
+}
+
+[[noreturn]] void fail_as_full(volume_place const& place, std::int64_t wanted, std::int64_t left) {
+  throw error("volume " + place.folder_name + " is full: " + std::to_string(wanted) +
+              " units wanted, " + std::to_string(left) + " are free");
+}
+
+void move_into_hour(database& catalogue, volume_place const& place, stream const& of,
+                    std::int64_t hour_ms, std::int64_t count) {
+  require_movable(place);
+  folder const storage = open_storage(place);
+  std::set<std::int64_t> begun;
+  for (std::int64_t left = count; left > 0;) {
+    auto const units = begin_recording(catalogue, place, of, hour_ms, std::min(left, move_batch));
+    if (units.empty()) fail_as_full(place, count, count - left);
+    for (auto const& unit : units) require_consistent(begun.insert(unit.id).second);
+    auto const missing = take_out(storage, units);
+    note_missing(catalogue, missing);
+    left -= static_cast<std::int64_t>(units.size() - missing.size());
+  }
+}
+
+void require_recordable(stream const& of, std::int64_t hour_ms, int units) {
+  if (find_recording_type(of.recording_type) == nullptr) {
+    throw error("there is no recording type " + std::to_string(of.recording_type));
+  }
+  if (of.number < 0 || of.number > 4) {
+    throw error("there is no stream " + std::to_string(of.number));
+  }
+  if (hour_of(hour_ms) != hour_ms) {
+    throw error(std::to_string(hour_ms) + " ms is not the start of an hour");
+  }
+  if (units < 1) throw error("a period needs at least one unit");
+}
+
+}  // namespace
+
+void recorder::record(std::int64_t volume_id, stream const& of, std::int64_t hour_ms, int units) {
+  auto& catalogue = state_->catalogue;
+  require_recordable(of, hour_ms, units);
+  auto const place = place_of(catalogue, state_->folder, volume_id);
+  volume_lock const lock(place, volume_lock::kind::exclusive, state_->lock_timeout);
+  finish_moves(catalogue, place);
+  std::int64_t const free_units = account(volume_id).preallocated;
+  if (free_units < units) fail_as_full(place, units, free_units);
+  catalogue.reserve(catalogue_reserve);
+  put_back_journal(catalogue);
+  try {
+    move_into_hour(catalogue, place, of, hour_ms, units);
+    finish_recording(catalogue, place, of, hour_ms);
+  } catch (error const&) {
+    try {
+      finish_moves(catalogue, place);
+    } catch (error const&) {
+      // The next writer brings back what could not be brought back now.
+    }
+    throw;
+  }
+}
+
+}  // namespace lab
