@@ -41,14 +41,14 @@ std::filesystem::path recorder_folder() {
 }
 
 std::chrono::milliseconds patience() {
-  char const* const set = std::getenv("STLAB_PATIENCE_MS");
+  char const* const set = std::getenv("STLAB_LOCK_TIMEOUT_MS");
   std::string_view const text = set == nullptr ? "" : set;
   if (text.empty()) return default_lock_timeout;
   int number = -1;
   auto const [stopped, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
   bool const whole = failure == std::errc() && stopped == text.data() + text.size();
   if (!whole || number < 0 || number > longest_patience_ms) {
-    std::string const problem = "STLAB_PATIENCE_MS: \"" + std::string(text) +
+    std::string const problem = "STLAB_LOCK_TIMEOUT_MS: \"" + std::string(text) +
                                 "\": not a whole number of milliseconds from 0 to " +
                                 std::to_string(longest_patience_ms);
     tell_once(problem);

@@ -17,7 +17,7 @@ std::filesystem::path const& starting_folder();
 // The recorder's folder, absolute.
 std::filesystem::path recorder_folder();
 
-// How long to wait for others: what STLAB_PATIENCE_MS says (ms, 0 to 3600000), or
+// How long to wait for others: what STLAB_LOCK_TIMEOUT_MS says (ms, 0 to 3600000), or
 // the recorder's own patience when it is unset or empty. When the variable holds
 // anything else, tells the user and throws lab::error.
 std::chrono::milliseconds patience();

@@ -28,8 +28,8 @@ class contract_test : public testing::Test {
     std::string pattern = testing::TempDir() + "st-contract.XXXXXX";
     folder = mkdtemp(pattern.data());
     for (char const* name : {"STLAB_RECORDER", "STLAB_TRACE", "STLAB_SERVICE_FAULT",
-                             "STLAB_PATIENCE_MS", "SCRIPTED_LOG", "SCRIPTED_THROW", "DU_BLOCK_SIZE",
-                             "BLOCK_SIZE", "BLOCKSIZE", "POSIXLY_CORRECT"}) {
+                             "STLAB_LOCK_TIMEOUT_MS", "SCRIPTED_LOG", "SCRIPTED_THROW",
+                             "DU_BLOCK_SIZE", "BLOCK_SIZE", "BLOCKSIZE", "POSIXLY_CORRECT"}) {
       ::unsetenv(name);
     }
     ::setenv("LC_ALL", "C", 1);

@@ -32,7 +32,7 @@ lab::recorder writer(path const& recorder) {
 // What the client library finds: itself opens the recorder to write.
 void through_client(path const& recorder) {
   setenv("STLAB_RECORDER", recorder.c_str(), 1);
-  for (auto const* const name : {"STLAB_TRACE", "STLAB_SERVICE_FAULT", "STLAB_PATIENCE_MS"}) {
+  for (auto const* const name : {"STLAB_TRACE", "STLAB_SERVICE_FAULT", "STLAB_LOCK_TIMEOUT_MS"}) {
     unsetenv(name);
   }
 }

@@ -271,13 +271,13 @@ TEST_F(failing, a_fault_that_does_not_exist_keeps_st_from_doing_anything) {
 }
 
 TEST_F(failing, a_patience_that_is_none_keeps_st_from_doing_anything) {
-  environment const extra{{"STLAB_RECORDER", recorder}, {"STLAB_PATIENCE_MS", "5s"}};
+  environment const extra{{"STLAB_RECORDER", recorder}, {"STLAB_LOCK_TIMEOUT_MS", "5s"}};
   auto const result = end_to_end::run({ST_PROGRAM, "volclean", "-1"}, extra, folder);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "Query storage settings faiure.\n");
   EXPECT_EQ(
       result.errors,
-      "lab client library: STLAB_PATIENCE_MS: \"5s\": not a whole number of milliseconds from "
+      "lab client library: STLAB_LOCK_TIMEOUT_MS: \"5s\": not a whole number of milliseconds from "
       "0 to 3600000\n");
   EXPECT_EQ(account().lost, 2);
 }
@@ -319,7 +319,7 @@ TEST_F(failing, a_volume_that_somebody_else_writes) {
   }();
   lab::volume_lock const other({volume.id, volume.path.filename(), volume.sid_text, volume.path},
                                lab::volume_lock::kind::exclusive, std::chrono::milliseconds(0));
-  environment const impatient{{"STLAB_PATIENCE_MS", "0"}};
+  environment const impatient{{"STLAB_LOCK_TIMEOUT_MS", "0"}};
   EXPECT_TRUE(has_line(st({"volclean", "0"}, {}, impatient), "Initial Tier to process failure."));
   EXPECT_TRUE(has_line(st({"autoclean"}, {}, impatient), "Initial Unit to process failure."));
 }

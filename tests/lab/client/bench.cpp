@@ -23,7 +23,7 @@ namespace {
 
 void scrub_environment() {
   for (char const* const name :
-       {"STLAB_RECORDER", "STLAB_TRACE", "STLAB_SERVICE_FAULT", "STLAB_PATIENCE_MS",
+       {"STLAB_RECORDER", "STLAB_TRACE", "STLAB_SERVICE_FAULT", "STLAB_LOCK_TIMEOUT_MS",
         "DU_BLOCK_SIZE", "BLOCK_SIZE", "BLOCKSIZE", "POSIXLY_CORRECT"}) {
     ::unsetenv(name);
   }

@@ -266,17 +266,17 @@ TEST_F(faults, a_malformed_text_is_told_on_standard_error_once) {
 
 TEST_F(faults, a_patience_that_is_none_is_refused_and_told_on_standard_error_once) {
   for (char const* const text : {"x", "-1", "5s", "3600001", "99999999999999999999"}) {
-    ::setenv("STLAB_PATIENCE_MS", text, 1);
+    ::setenv("STLAB_LOCK_TIMEOUT_MS", text, 1);
     testing::internal::CaptureStderr();
     for (int call = 0; call < 2; ++call) {
       CFSTier tier;
       EXPECT_NE(0, tier.init(bench::space_id(space(0).sid))) << text;
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "lab client library: STLAB_PATIENCE_MS: \"" + std::string(text) +
+              "lab client library: STLAB_LOCK_TIMEOUT_MS: \"" + std::string(text) +
                   "\": not a whole number of milliseconds from 0 to 3600000\n");
   }
-  ::unsetenv("STLAB_PATIENCE_MS");
+  ::unsetenv("STLAB_LOCK_TIMEOUT_MS");
 }
 
 }  // namespace

@@ -171,7 +171,7 @@ TEST_F(reading_after_a_stop, leaves_alone_what_moves_under_somebody_elses_lock) 
 
 // Whoever waited here would do so for an hour.
 TEST_F(reading_after_a_stop, waits_for_nobody) {
-  ::setenv("STLAB_PATIENCE_MS", "3600000", 1);
+  ::setenv("STLAB_LOCK_TIMEOUT_MS", "3600000", 1);
   {
     lab::database other(recorder / "catalogue.db", lab::database::mode::read_write, no_patience);
     lab::transaction const open(other, lab::transaction_kind::writing);

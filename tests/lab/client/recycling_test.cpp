@@ -198,7 +198,7 @@ TEST_F(recycling, a_tier_goes_on_after_a_volume_that_fails_and_reports_it) {
 TEST_F(recycling, is_not_prepared_where_another_holds_a_volume) {
   leak(0, first_stream(), base_ms);
   leak(1, first_stream(), base_ms);
-  ::setenv("STLAB_PATIENCE_MS", "20", 1);
+  ::setenv("STLAB_LOCK_TIMEOUT_MS", "20", 1);
   stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
   kivsid const space_sid = bench::space_id(space(0).sid);
   kivsid const volume_sid = bench::volume_id(volume(1));
@@ -229,9 +229,9 @@ TEST_F(recycling, waits_for_the_same_holder_of_a_volume_once) {
   kivsid const volume_sid = bench::volume_id(volume(0));
   {
     lab::volume_lock const other = hold(0, lab::volume_lock::kind::exclusive);
-    ::setenv("STLAB_PATIENCE_MS", "20", 1);
+    ::setenv("STLAB_LOCK_TIMEOUT_MS", "20", 1);
     EXPECT_NE(0, CFSTier().init(space_sid));
-    ::setenv("STLAB_PATIENCE_MS", "3600000", 1);
+    ::setenv("STLAB_LOCK_TIMEOUT_MS", "3600000", 1);
     EXPECT_NE(0, CFSTier().init(space_sid));
     EXPECT_NE(0, CFSUnit().init(volume_sid));
   }

@@ -277,7 +277,7 @@ outcome arena::st(words const& arguments) const {
   line.insert(line.end(), arguments.begin(), arguments.end());
   environment all = extra;
   all.insert(
-      {{"STLAB_RECORDER", recorder_}, {"STLAB_PATIENCE_MS", std::to_string(patience.count())}});
+      {{"STLAB_RECORDER", recorder_}, {"STLAB_LOCK_TIMEOUT_MS", std::to_string(patience.count())}});
   return run(line, all, folder_, time_limit);
 }
 
@@ -286,7 +286,7 @@ outcome arena::stlab(std::string const& command, words const& options) const {
   line.insert(line.end(), options.begin(), options.end());
   environment all = extra;
   all.insert(
-      {{"STLAB_RECORDER", recorder_}, {"STLAB_PATIENCE_MS", std::to_string(patience.count())}});
+      {{"STLAB_RECORDER", recorder_}, {"STLAB_LOCK_TIMEOUT_MS", std::to_string(patience.count())}});
   return run(line, all, folder_, time_limit);
 }
 

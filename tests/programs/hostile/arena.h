@@ -64,7 +64,7 @@ class arena {
   std::filesystem::path const& victim() const { return victim_; }
   void keep() { kept_ = true; }
 
-  // What the programs get besides STLAB_RECORDER and STLAB_PATIENCE_MS.
+  // What the programs get besides STLAB_RECORDER and STLAB_LOCK_TIMEOUT_MS.
   environment extra;
 
   // The folder of a volume that holds its units, as it was made.

@@ -16,7 +16,7 @@ namespace stress {
 namespace {
 
 constexpr std::chrono::milliseconds no_patience{0};
-end_to_end::environment const impatient{{"STLAB_PATIENCE_MS", "0"}};
+end_to_end::environment const impatient{{"STLAB_LOCK_TIMEOUT_MS", "0"}};
 
 class locks : public stress_test {
  protected:
@@ -72,7 +72,7 @@ class lists_beside_writers : public locks {
     for (int i = 0; i < times && !HasFailure(); ++i) {
       for (words const& command : list_commands()) {
         auto const start = std::chrono::steady_clock::now();
-        list(command, {{"STLAB_PATIENCE_MS", ""}, {"STLAB_TRACE", trace()}});
+        list(command, {{"STLAB_LOCK_TIMEOUT_MS", ""}, {"STLAB_TRACE", trace()}});
         longest = std::max<std::chrono::duration<double>>(longest,
                                                           std::chrono::steady_clock::now() - start);
       }
@@ -110,7 +110,8 @@ TEST_F(locks, a_volclean_waits_for_whoever_writes) {
   leak(0);
   std::optional<lab::volume_lock> lock = hold(0);
   auto running = std::async(std::launch::async, [&] {
-    return run_st({"volclean", "0"}, {{"STLAB_TRACE", trace()}, {"STLAB_PATIENCE_MS", "600000"}});
+    return run_st({"volclean", "0"},
+                  {{"STLAB_TRACE", trace()}, {"STLAB_LOCK_TIMEOUT_MS", "600000"}});
   });
   wait_for_call("CFSTier::CFSTier", running);
   EXPECT_EQ(lost(), leaked_units);

@@ -166,7 +166,7 @@ end_to_end::outcome stress_test::run_st(words const& command, end_to_end::enviro
   line.emplace_back(ST_PROGRAM);
   line.insert(line.end(), command.begin(), command.end());
   // Waits longer than by default: a test machine can be slow.
-  extra.insert({{"STLAB_RECORDER", recorder}, {"STLAB_PATIENCE_MS", "60000"}});
+  extra.insert({{"STLAB_RECORDER", recorder}, {"STLAB_LOCK_TIMEOUT_MS", "60000"}});
   return end_to_end::run(line, extra, folder);
 }
 
