@@ -1,9 +1,10 @@
 #include "lab/client/notice.h"
 
-#include <algorithm>
 #include <iostream>
 #include <mutex>
 #include <set>
+
+#include "lab/util/text.h"
 
 namespace lab::client {
 
@@ -26,12 +27,6 @@ class told_texts {
   std::mutex guard_;
   std::set<std::string> texts_;
 };
-
-std::string printable(std::string text) {
-  auto const is_control = [](unsigned char each) { return each < ' ' || each == '\177'; };
-  std::replace_if(text.begin(), text.end(), is_control, '?');
-  return text;
-}
 
 }  // namespace
 

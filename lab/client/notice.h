@@ -7,7 +7,7 @@
 namespace lab::client {
 
 // Writes the text as a line on standard error, the same one once a process.
-// Control characters are shown as '?'.
+// Control characters are shown as printable() shows them.
 void tell_once(std::string const& text);
 
 }  // namespace lab::client

@@ -7,6 +7,7 @@
 #include "lab/stlab/commands.h"
 #include "lab/stlab/help.h"
 #include "lab/stlab/text.h"
+#include "lab/util/text.h"
 
 namespace stlab {
 
@@ -32,7 +33,7 @@ void add_commands(CLI::App& tool, action& chosen) {
 }
 
 exit_status report(exit_status status, std::string const& problem) {
-  std::cerr << "stlab: " << printable(problem) << '\n';
+  std::cerr << "stlab: " << lab::printable(problem) << '\n';
   return status;
 }
 

@@ -13,6 +13,7 @@
 #include "lab/stlab/recorder_access.h"
 #include "lab/stlab/text.h"
 #include "lab/stlab/times.h"
+#include "lab/util/text.h"
 #include "lab/volume/recording_type.h"
 
 namespace stlab {
@@ -62,7 +63,7 @@ struct selection {
 
 // Prints a line, broken at what the screen takes.
 void show_line(std::string const& text) {
-  std::cout << wrapped(printable(text), columns(), continuation_indent) << '\n';
+  std::cout << wrapped(lab::printable(text), columns(), continuation_indent) << '\n';
 }
 
 std::int64_t bar_width() {

@@ -8,11 +8,6 @@
 
 namespace stlab {
 
-// The text as one line that a terminal only shows: control characters, those
-// that turn the direction of writing, and what is not UTF-8 as "\x1b", a
-// backslash as "\\".
-std::string printable(std::string_view text);
-
 // "1 unit", "2 units".
 std::string counted(std::int64_t count, std::string const& what);
 

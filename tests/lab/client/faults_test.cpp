@@ -258,7 +258,7 @@ TEST_F(faults, a_malformed_text_is_told_on_standard_error_once) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_EQ(
       testing::internal::GetCapturedStderr(),
-      "lab client library: STLAB_SERVICE_FAULT: \"velt_popen=?[2J\": there is no such fault of "
+      "lab client library: STLAB_SERVICE_FAULT: \"velt_popen=\\x1b[2J\": there is no such fault of "
       "this operation\n"
       "lab client library: STLAB_SERVICE_FAULT: \"velt_pclose=odd\": there is no such fault of "
       "this operation\n");
