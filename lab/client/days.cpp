@@ -7,9 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "lab/client/attempt.h"
-#include "lab/client/describe.h"
 #include "lab/client/find.h"
+#include "lab/client/operation.h"
 #include "storage/text.h"
 
 namespace lab::client {
@@ -62,31 +61,24 @@ day_list allocate_days(std::vector<std::string> const& dates) {
 
 }  // namespace
 
-void answer_days(recorder const& from, channel_sid const& of, int recording_type,
-                 std::list<storage_id_text> const& storage_ids, day_list& days) {
-  std::int64_t const channel_id = find_channel(from, of).id;
-  days = allocate_days(from.days(
-      channel_id, recording_type,
-      storage_ids.empty() ? own_storage_ids(from, channel_id) : asked_storage_ids(storage_ids)));
-}
-
-int traced_days(char const* operation, recorder const& from, channel_sid const& of,
-                int recording_type, int selector, std::list<storage_id_text> const& storage_ids,
-                day_list* days) {
-  int const result = attempt(operation, days, [&] {
-    if (days == nullptr) throw error("there is no place for the days");
-    answer_days(from, of, recording_type, storage_ids, *days);
-  });
+int recording_days(char const* name, recorder const& from, channel_sid const& of,
+                   int recording_type, int selector, std::list<storage_id_text> const& storage_ids,
+                   day_list* days) {
   std::vector<json> ids;
   for (storage_id_text const& each : storage_ids) ids.emplace_back(st::field_text(each.text));
-  trace(
-      operation,
+  return operation(
+      name,
       json::object({{"channel", describe_channel(of)},
                     {"recording_type", recording_type},
                     {"selector", selector},
                     {"storage_ids", json::array(ids)}}),
-      json::object({{"result", result}, {"days", days == nullptr ? json(nullptr) : days->count}}));
-  return result;
+      days, [&] {
+        if (days == nullptr) throw error("there is no place for the days");
+        std::int64_t const channel_id = find_channel(from, of).id;
+        *days = allocate_days(from.days(channel_id, recording_type,
+                                        storage_ids.empty() ? own_storage_ids(from, channel_id)
+                                                            : asked_storage_ids(storage_ids)));
+      });
 }
 
 }  // namespace lab::client

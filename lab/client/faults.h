@@ -82,6 +82,11 @@ due_fault next_fault(char const* operation);
 // Stands for the answer of an operation that has none.
 struct no_answer {};
 
+// The answer to recycling: how many units came back. None to be odd.
+struct recycled : no_answer {
+  std::int64_t units = 0;
+};
+
 // Turns a sound answer into an odd one. What is allocated belongs to the
 // answer's receiver, like the rest of the answer.
 void make_odd(std::list<space_info>* spaces, std::uint64_t call);

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "lab/client/source.h"
 #include "lab/client/to_record.h"
 
 namespace lab::client {
@@ -27,8 +29,9 @@ space find_space(recorder const& in, kivsid const& id) {
 
 volume find_volume(recorder const& in, kivsid const& id) {
   std::string const sid(id.text, sizeof id.text);
-  return find(
-      in.volumes(), [&](volume const& each) { return each.sid_text == sid; }, "volume " + sid);
+  auto found = in.volume_with(sid);
+  if (!found) throw error("the recorder has no volume " + sid);
+  return std::move(*found);
 }
 
 channel find_channel(recorder const& in, channel_sid const& id) {
@@ -41,8 +44,10 @@ stream find_stream(recorder const& in, stream_info const& of) {
   return {find_channel(in, of.channel).id, of.recording_type, of.stream};
 }
 
-bool is_mounted(volume const& which) {
-  return which.state != not_mounted_state && which.state != standby_not_mounted_state;
+std::shared_ptr<recorder const> reader_of(channel_sid const& id) {
+  auto from = reader();
+  find_channel(*from, id);
+  return from;
 }
 
 }  // namespace lab::client

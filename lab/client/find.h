@@ -1,7 +1,7 @@
 // From the ids of the contract to what the recorder holds under them.
 #pragma once
 
-#include <cstdint>
+#include <memory>
 
 #include "lab/recorder/recorder.h"
 #include "storage/records.h"
@@ -22,7 +22,7 @@ channel find_channel(recorder const& in, channel_sid const& id);
 // The stream in the recorder's terms.
 stream find_stream(recorder const& in, stream_info const& of);
 
-// Whether the volume's state lets it be worked on.
-bool is_mounted(volume const& which);
+// The recorder to read, which has that channel.
+std::shared_ptr<recorder const> reader_of(channel_sid const& id);
 
 }  // namespace lab::client

@@ -3,21 +3,33 @@
 
 #include <algorithm>
 #include <list>
+#include <utility>
 
-#include "lab/client/attempt.h"
+#include "lab/client/operation.h"
 
 namespace lab::client {
 
 template <typename Object, typename Interface>
 class handed_out {
  public:
-  template <typename... Arguments>
-  Interface* add(Arguments&&... arguments) {
-    return &objects_.emplace_back(std::forward<Arguments>(arguments)...);
+  // For a create operation: makes *object null, then fills it with an object
+  // made of what `ready()` returns, the recorder to read from, and of the further
+  // arguments. It lives here until it is taken back.
+  template <typename Ready, typename... Further>
+  int create(char const* name, json const& arguments, Interface** object, Ready const& ready,
+             Further const&... further) {
+    *object = nullptr;
+    return operation(name, arguments, object,
+                     [&] { *object = &objects_.emplace_back(ready(), further...); });
   }
 
-  // Destroys *object and makes it null; a null *object is accepted, one that
-  // was not handed out here is left alone and refused.
+  // For a destroy operation: destroys *object and makes it null; a null *object is
+  // accepted, one that was not handed out here is left alone and refused.
+  int destroy(char const* name, json const& arguments, Interface** object) {
+    return operation(name, arguments, [&] { return take_back(object); });
+  }
+
+ private:
   int take_back(Interface** object) {
     if (object == nullptr) return failed;
     if (*object == nullptr) return succeeded;
@@ -30,8 +42,13 @@ class handed_out {
     return succeeded;
   }
 
- private:
   std::list<Object> objects_;
 };
+
+// Whether a destroy operation was given an object.
+template <typename Interface>
+json describe_given(Interface** object) {
+  return object != nullptr && *object != nullptr;
+}
 
 }  // namespace lab::client

@@ -1,7 +1,6 @@
 #include <string>
 
-#include "lab/client/attempt.h"
-#include "lab/client/describe.h"
+#include "lab/client/operation.h"
 #include "lab/volume/layout.h"
 #include "storage/service.h"
 
@@ -13,9 +12,10 @@ constexpr std::size_t path_size = 512;
 
 void make_hour_folder_full_path(char* path, char const* storage_folder, stream_info stream,
                                 long long time) {
-  constexpr char operation[] = "make_hour_folder_full_path";
+  constexpr char name[] = "make_hour_folder_full_path";
+  lab::client::no_answer none;
   path[0] = '\0';
-  lab::client::attempt(operation, [&] {
+  lab::client::attempt(name, &none, [&] {
     std::string full = storage_folder;
     full += '/';
     full +=
@@ -23,7 +23,7 @@ void make_hour_folder_full_path(char* path, char const* storage_folder, stream_i
     if (full.size() >= path_size) full.clear();
     path[full.copy(path, path_size - 1)] = '\0';
   });
-  lab::client::trace(operation,
+  lab::client::trace(name,
                      lab::client::json::object({{"storage_folder", storage_folder},
                                                 {"stream", lab::client::describe_stream(stream)},
                                                 {"time", time}}),

@@ -6,15 +6,19 @@
 #include <cstring>
 #include <memory>
 
+#include "lab/client/trace.h"
+
 namespace lab::client {
 
 template <typename State>
 class kept {
  public:
-  // For the object's constructor: makes the state that lives until drop().
+  // For the object's constructor, of that name in the trace: makes the state
+  // that lives until drop().
   template <std::size_t Size>
-  static void make(unsigned char (&room)[Size]) {
+  static void make(char const* constructor, unsigned char (&room)[Size]) {
     static_assert(sizeof(void*) <= Size);
+    trace(constructor, json::object({}), nullptr);
     void const* const state = std::make_unique<State>().release();
     std::memcpy(room, &state, sizeof state);
   }
@@ -29,7 +33,8 @@ class kept {
 
   // For the object's destructor.
   template <std::size_t Size>
-  static void drop(unsigned char const (&room)[Size]) noexcept {
+  static void drop(char const* destructor, unsigned char const (&room)[Size]) noexcept {
+    trace(destructor, json::object({}), nullptr);
     std::unique_ptr<State> const last(&in(room));
   }
 };

@@ -2,13 +2,14 @@
 
 #include <sqlite3.h>
 
-#include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <mutex>
+#include <set>
 #include <string_view>
 #include <system_error>
-#include <vector>
 
+#include "lab/catalogue/catalogue.h"
 #include "lab/client/notice.h"
 #include "storage/logging.h"
 
@@ -16,12 +17,40 @@ namespace lab::client {
 
 namespace {
 
-constexpr int longest_patience_ms = 3'600'000;
+constexpr int longest_timeout_ms = 3'600'000;
 
-bool has_units_on_their_way(recorder const& in) {
-  std::vector<volume> const volumes = in.volumes();
-  return std::any_of(volumes.begin(), volumes.end(),
-                     [&](volume const& each) { return in.account(each.id).moving > 0; });
+// What a run knows of its recorder.
+struct present {
+  std::mutex guard;
+  std::weak_ptr<recorder> reader;
+  std::set<std::filesystem::path> held;  // by others, and waited for in vain
+
+  static present& instance() {
+    static present one;
+    return one;
+  }
+};
+
+std::chrono::milliseconds asked_lock_timeout() {
+  char const* const set = std::getenv("STLAB_LOCK_TIMEOUT_MS");
+  std::string_view const text = set == nullptr ? "" : set;
+  if (text.empty()) return default_lock_timeout;
+  int number = -1;
+  auto const [stopped, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+  bool const whole = failure == std::errc() && stopped == text.data() + text.size();
+  if (!whole || number < 0 || number > longest_timeout_ms) {
+    std::string const problem = "STLAB_LOCK_TIMEOUT_MS: \"" + std::string(text) +
+                                "\": not a whole number of milliseconds from 0 to " +
+                                std::to_string(longest_timeout_ms);
+    tell_once(problem);
+    throw error(problem);
+  }
+  return std::chrono::milliseconds(number);
+}
+
+recorder open_recorder(access mode) {
+  auto const folder = recorder_folder();
+  return recorder::open(folder, mode, lock_timeout(folder));
 }
 
 }  // namespace
@@ -40,28 +69,43 @@ std::filesystem::path recorder_folder() {
   return starting_folder() / (is_named ? named : default_recorder_folder);
 }
 
-std::chrono::milliseconds patience() {
-  char const* const set = std::getenv("STLAB_LOCK_TIMEOUT_MS");
-  std::string_view const text = set == nullptr ? "" : set;
-  if (text.empty()) return default_lock_timeout;
-  int number = -1;
-  auto const [stopped, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
-  bool const whole = failure == std::errc() && stopped == text.data() + text.size();
-  if (!whole || number < 0 || number > longest_patience_ms) {
-    std::string const problem = "STLAB_LOCK_TIMEOUT_MS: \"" + std::string(text) +
-                                "\": not a whole number of milliseconds from 0 to " +
-                                std::to_string(longest_patience_ms);
-    tell_once(problem);
-    throw error(problem);
-  }
-  return std::chrono::milliseconds(number);
+std::chrono::milliseconds lock_timeout(std::filesystem::path const& held) {
+  auto const asked = asked_lock_timeout();
+  present& now = present::instance();
+  std::lock_guard const lock(now.guard);
+  return now.held.count(held) == 0 ? asked : std::chrono::milliseconds::zero();
 }
 
-recorder open_recorder(access mode) { return recorder::open(recorder_folder(), mode, patience()); }
+void wait_no_more_for(std::filesystem::path const& held) {
+  present& now = present::instance();
+  std::lock_guard const lock(now.guard);
+  now.held.insert(held);
+}
+
+void wait_no_more_for_catalogue() {
+  wait_no_more_for(recorder_folder());
+  present& now = present::instance();
+  std::lock_guard const lock(now.guard);
+  if (auto const open = now.reader.lock()) open->wait_at_most(std::chrono::milliseconds::zero());
+}
+
+std::shared_ptr<recorder const> reader() {
+  present& now = present::instance();
+  std::unique_lock lock(now.guard);
+  auto open = now.reader.lock();
+  if (open && open->folder() == resolved(recorder_folder())) return open;
+  lock.unlock();
+  open = std::make_shared<recorder>(open_recorder(access::read_only));
+  lock.lock();
+  now.reader = open;
+  return open;
+}
+
+recorder open_writer() { return open_recorder(access::read_write); }
 
 void finish_stopped_moves(recorder const& of) noexcept {
   try {
-    if (!has_units_on_their_way(of)) return;
+    if (!of.has_units_in_transit()) return;
     recorder::open(of.folder(), access::read_write, std::chrono::milliseconds::zero());
   } catch (std::exception const& problem) {
     log_Debug("units stay on their way: %s", problem.what());
@@ -72,13 +116,6 @@ bool undo_what_was_cut_short(database_error const& failure) {
   if (failure.code() != SQLITE_READONLY_ROLLBACK) return false;
   open_recorder(access::read_only);
   return true;
-}
-
-std::shared_ptr<recorder const> source::reader() {
-  if (!reader_) {
-    reader_ = std::make_shared<recorder const>(open_recorder(access::read_only));
-  }
-  return reader_;
 }
 
 }  // namespace lab::client

@@ -1,4 +1,5 @@
-// Where the client library finds its recorder, and how it opens it.
+// Where the client library finds its recorder, how it opens it, and for how long
+// it waits for others.
 #pragma once
 
 #include <chrono>
@@ -17,13 +18,23 @@ std::filesystem::path const& starting_folder();
 // The recorder's folder, absolute.
 std::filesystem::path recorder_folder();
 
-// How long to wait for others: what STLAB_LOCK_TIMEOUT_MS says (ms, 0 to 3600000), or
-// the recorder's own patience when it is unset or empty. When the variable holds
-// anything else, tells the user and throws lab::error.
-std::chrono::milliseconds patience();
+// How long to wait for whoever holds a volume, by its path, or the catalogue, by
+// the recorder's folder: what STLAB_LOCK_TIMEOUT_MS says (ms, 0 to 3600000), or the
+// recorder's own lock timeout when it is unset or empty. When the variable holds
+// anything else, tells the user and throws lab::error. What was not free in all that
+// time is not waited for again: a run asks anew for each of its streams.
+std::chrono::milliseconds lock_timeout(std::filesystem::path const& held);
 
-// Opens the recorder, with that patience. Throws lab::error.
-recorder open_recorder(access mode);
+// Says that a volume, or the catalogue, was not free in all that time.
+void wait_no_more_for(std::filesystem::path const& held);
+void wait_no_more_for_catalogue();
+
+// The recorder to read, opened at the first need and kept as long as anybody
+// uses it. Throws lab::error when it cannot be opened; the next call tries again.
+std::shared_ptr<recorder const> reader();
+
+// Opens the recorder to write. Throws lab::error.
+recorder open_writer();
 
 // Finishes the moves of units that a stopped writer left midway, as whoever
 // writes next would, so that what was begun is not left waiting for a writer.
@@ -37,16 +48,19 @@ void finish_stopped_moves(recorder const& of) noexcept;
 // again. Throws lab::error when it cannot be undone.
 bool undo_what_was_cut_short(database_error const& failure);
 
-// The recorder as one entry object reads it: opened at the first need and
-// shared with what the object hands out.
-class source {
- public:
-  // Throws lab::error when the recorder cannot be opened; the next call tries
-  // again.
-  std::shared_ptr<recorder const> reader();
-
- private:
-  std::shared_ptr<recorder const> reader_;
-};
+// Runs `body`, and once more after a change that was cut short has been undone.
+// Whoever met a catalogue that somebody else held for too long waits no more.
+template <typename Body>
+int despite_others(Body const& body) {
+  try {
+    return body();
+  } catch (database_error const& failure) {
+    if (!undo_what_was_cut_short(failure)) throw;
+    return body();
+  } catch (busy_error const&) {
+    wait_no_more_for_catalogue();
+    throw;
+  }
+}
 
 }  // namespace lab::client

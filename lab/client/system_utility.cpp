@@ -16,14 +16,12 @@
 #include <string>
 #include <vector>
 
-#include "lab/client/attempt.h"
-#include "lab/client/trace.h"
+#include "lab/client/operation.h"
 
 namespace {
 
-using lab::client::attempt;
 using lab::client::json;
-using lab::client::trace;
+using lab::client::operation;
 
 struct closed_stream {
   void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
@@ -146,13 +144,12 @@ extern "C" char* nstrcpy(char* destination, char const* source, std::size_t size
     std::copy_n(source, length, destination);
     destination[length] = '\0';
   }
-  trace("nstrcpy", json::object({{"source", source}, {"size", json::count(size)}}),
-        size > 0 ? json(destination) : json(nullptr));
+  lab::client::trace("nstrcpy", json::object({{"source", source}, {"size", size}}),
+                     size > 0 ? json(destination) : json(nullptr));
   return destination;
 }
 
 extern "C" std::FILE* velt_popen(char const* mode, char const* program, ...) {
-  constexpr char operation[] = "velt_popen";
   std::vector<std::string> arguments{program};
   std::va_list rest;
   va_start(rest, program);
@@ -161,19 +158,15 @@ extern "C" std::FILE* velt_popen(char const* mode, char const* program, ...) {
 
   bool const readable = std::string_view(mode) == "r";
   std::FILE* stream = nullptr;
-  attempt(operation, &stream, [&] { stream = readable ? open_program(arguments) : nullptr; });
-  trace(operation,
-        json::object({{"mode", mode},
-                      {"program", program},
-                      {"arguments", json::array({arguments.begin() + 1, arguments.end()})}}),
-        json::object({{"obtained", json::boolean(stream != nullptr)}}));
+  operation("velt_popen",
+            json::object({{"mode", mode},
+                          {"program", program},
+                          {"arguments", json::array({arguments.begin() + 1, arguments.end()})}}),
+            &stream, [&] { stream = readable ? open_program(arguments) : nullptr; });
   return stream;
 }
 
 extern "C" int velt_pclose(std::FILE* stream) {
-  constexpr char operation[] = "velt_pclose";
-  int status = lab::client::failed;
-  attempt(operation, [&] { status = open_programs::instance().close(stream); });
-  trace(operation, json::object({{"given", json::boolean(stream != nullptr)}}), status);
-  return status;
+  return operation("velt_pclose", json::object({{"given", stream != nullptr}}),
+                   [&] { return open_programs::instance().close(stream); });
 }

@@ -21,13 +21,6 @@ void put_id(char (&field)[Width], std::string_view text) {
   std::fill(field + length, field + Width, '\0');
 }
 
-std::int32_t number_of(std::string_view storage_id, std::vector<volume> const& volumes) {
-  if (storage_id.empty()) return 0;
-  auto const keeper = std::find_if(volumes.begin(), volumes.end(),
-                                   [&](volume const& each) { return each.sid_text == storage_id; });
-  return keeper == volumes.end() ? -1 : keeper->sid_number;
-}
-
 volume_share_info share_of(volume const& from) {
   volume_share_info share;
   put_text(share.text_512, from.name);
@@ -83,12 +76,12 @@ channel_sid to_record(channel const& from) {
   return record;
 }
 
-time_period to_record(period const& from, std::vector<volume> const& volumes) {
+time_period to_record(period const& from) {
   time_period record;
   record.stream = from.stream;
   record.start_time = from.start_ms;
   record.end_time = from.end_ms;
-  record.storage_id.number = number_of(from.storage_id, volumes);
+  record.storage_id.number = from.storage_number;
   put_id(record.storage_id.text, from.storage_id);
   return record;
 }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "lab/recorder/recorder.h"
 #include "storage/records.h"
@@ -17,10 +16,7 @@ space_info to_record(space const& from);
 volume_info to_record(volume const& from);
 channel_sid to_record(channel const& from);
 
-// `volumes` tells the number that goes with the period's storage id; an id that
-// none of them has gets -1, an empty one 0.
-time_period to_record(period const& from, std::vector<volume> const& volumes);
-
+time_period to_record(period const& from);
 channel_storage_info to_record(pairing const& from, channel const& of);
 
 }  // namespace lab::client

@@ -9,32 +9,11 @@
 #include <filesystem>
 
 #include "lab/client/source.h"
+#include "lab/util/text.h"
 
 namespace lab::client {
 
 namespace {
-
-bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80; }
-
-// The length of the UTF-8 character that `text` begins with; 0 when there is
-// none (a stray or cut byte, an overlong form, a surrogate, beyond U+10FFFF).
-std::size_t utf8_length(std::string_view text) {
-  auto const first = static_cast<unsigned char>(text.front());
-  if (first < 0x80) return 1;
-  std::size_t length = 0;
-  if (first >= 0xc2 && first <= 0xdf) length = 2;
-  if (first >= 0xe0 && first <= 0xef) length = 3;
-  if (first >= 0xf0 && first <= 0xf4) length = 4;
-  if (length == 0 || text.size() < length) return 0;
-  std::string_view const rest = text.substr(1, length - 1);
-  if (!std::all_of(rest.begin(), rest.end(), is_continuation)) return 0;
-  auto const second = static_cast<unsigned char>(text[1]);
-  if (first == 0xe0 && second < 0xa0) return 0;
-  if (first == 0xed && second > 0x9f) return 0;
-  if (first == 0xf0 && second < 0x90) return 0;
-  if (first == 0xf4 && second > 0x8f) return 0;
-  return length;
-}
 
 std::string escaped(char byte) {
   constexpr char digits[] = "0123456789abcdef";
@@ -91,18 +70,6 @@ void append(std::filesystem::path const& file, std::string const& line) {
 json::json(std::string_view text) : text_(quoted(text)) {}
 
 json::json(char const* text) : text_(text == nullptr ? "null" : quoted(text)) {}
-
-json json::boolean(bool value) {
-  json made;
-  made.text_ = value ? "true" : "false";
-  return made;
-}
-
-json json::count(std::size_t number) {
-  json made;
-  made.text_ = std::to_string(number);
-  return made;
-}
 
 json json::array(std::vector<json> const& elements) {
   json made;

@@ -20,6 +20,8 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace lab::client {
@@ -27,17 +29,15 @@ namespace lab::client {
 // A JSON value in its written form.
 class json {
  public:
-  json(std::nullptr_t) : text_("null") {}                          // NOLINT(*-explicit-*)
-  json(int number) : text_(std::to_string(number)) {}              // NOLINT(*-explicit-*)
-  json(std::uint32_t number) : text_(std::to_string(number)) {}    // NOLINT(*-explicit-*)
-  json(long number) : text_(std::to_string(number)) {}             // NOLINT(*-explicit-*)
-  json(long long number) : text_(std::to_string(number)) {}        // NOLINT(*-explicit-*)
+  json(std::nullptr_t) : text_("null") {}                // NOLINT(*-explicit-*)
+  json(bool value) : text_(value ? "true" : "false") {}  // NOLINT(*-explicit-*)
+  template <typename Number, std::enable_if_t<std::is_integral_v<Number>, int> = 0>
+  json(Number number) : text_(std::to_string(number)) {}  // NOLINT(*-explicit-*)
+  json(void const*) = delete;
   json(std::string_view text);                                     // NOLINT(*-explicit-*)
   json(std::string const& text) : json(std::string_view(text)) {}  // NOLINT(*-explicit-*)
   json(char const* text);                                          // NOLINT(*-explicit-*)
 
-  static json boolean(bool value);
-  static json count(std::size_t number);
   static json array(std::vector<json> const& elements);
   static json object(std::initializer_list<std::pair<char const*, json>> members);
 

@@ -20,14 +20,26 @@ constexpr char const* spaces_query =
     "               LEFT JOIN unit u ON u.volume_id = v.id"
     "  GROUP BY s.id ORDER BY s.id";
 
-constexpr char const* volumes_query =
-    "SELECT v.id, v.space_id, s.uuid, v.sid_number, v.sid_text, v.name, v.type, v.state,"
-    "       v.volume_no, v.folder,"
-    "       count(u.id),"
-    "       count(u.period_id) + count(u.id) FILTER (WHERE u.state IN ('recording', 'recycling'))"
-    "  FROM volume v JOIN space s ON s.id = v.space_id"
-    "                LEFT JOIN unit u ON u.volume_id = v.id"
-    "  GROUP BY v.id ORDER BY v.id";
+std::string volumes_query(char const* which) {
+  return std::string(
+             "SELECT v.id, v.space_id, s.uuid, v.sid_number, v.sid_text, v.name, v.type, v.state,"
+             "       v.volume_no, v.folder,"
+             "       count(u.id),"
+             "       count(u.period_id) + count(u.id) FILTER (WHERE u.state IN ('recording', 'recycling'))"
+             "  FROM volume v JOIN space s ON s.id = v.space_id"
+             "                LEFT JOIN unit u ON u.volume_id = v.id ") +
+         which + " GROUP BY v.id ORDER BY v.id";
+}
+
+std::string periods_query(char const* which) {
+  return std::string(
+             "SELECT p.id, p.channel_id, p.recording_type, p.stream, p.start_ms, p.end_ms,"
+             "       p.storage_id, CASE p.storage_id WHEN '' THEN 0 ELSE"
+             "         coalesce((SELECT v.sid_number FROM volume v"
+             "                     WHERE v.sid_text = p.storage_id), -1) END"
+             "  FROM period p ") +
+         which + " ORDER BY p.id";
+}
 
 constexpr char const* account_query =
     "SELECT count(*),"
@@ -97,7 +109,7 @@ std::vector<period> periods_in(statement& query) {
   while (query.next()) {
     auto const [start_ms, end_ms] = bounds_in(query, 4);
     found.push_back({query.integer(0), query.integer(1), recording_type_in(query, 2),
-                     stream_in(query, 3), start_ms, end_ms, text_in(query, 6)});
+                     stream_in(query, 3), start_ms, end_ms, text_in(query, 6), query.integer32(7)});
   }
   return found;
 }
@@ -166,8 +178,28 @@ std::vector<space> recorder::spaces() const {
   return found;
 }
 
+bool is_mounted(volume const& which) {
+  return which.state != not_mounted_state && which.state != standby_not_mounted_state;
+}
+
 std::vector<volume> recorder::volumes() const {
-  statement query(state_->catalogue, volumes_query);
+  statement query(state_->catalogue, volumes_query(""));
+  return volumes_in(query);
+}
+
+std::vector<volume> recorder::volumes(std::int64_t space_id) const {
+  statement query(state_->catalogue, volumes_query("WHERE v.space_id = ?"));
+  return volumes_in(query.with(space_id));
+}
+
+std::optional<volume> recorder::volume_with(std::string const& sid_text) const {
+  statement query(state_->catalogue, volumes_query("WHERE v.sid_text = ?"));
+  auto found = volumes_in(query.with(sid_text));
+  if (found.empty()) return std::nullopt;
+  return std::move(found.front());
+}
+
+std::vector<volume> recorder::volumes_in(statement& query) const {
   std::vector<volume> found;
   while (query.next()) {
     std::string const folder_name = volume_folder_in(query, 9);
@@ -200,18 +232,14 @@ std::vector<channel> recorder::channels() const {
 std::vector<period> recorder::periods(stream const& of, span const& within) const {
   if (within.end_ms < within.start_ms) return {};
   statement query(state_->catalogue,
-                  "SELECT id, channel_id, recording_type, stream, start_ms, end_ms, storage_id"
-                  "  FROM period"
-                  "  WHERE channel_id = ? AND recording_type = ? AND stream = ?"
-                  "    AND start_ms <= ? AND end_ms > ? ORDER BY id");
+                  periods_query("WHERE p.channel_id = ? AND p.recording_type = ? AND p.stream = ?"
+                                "  AND p.start_ms <= ? AND p.end_ms > ?"));
   query.with(of.channel_id, of.recording_type, of.number, within.end_ms, within.start_ms);
   return periods_in(query);
 }
 
 std::vector<period> recorder::periods() const {
-  statement query(state_->catalogue,
-                  "SELECT id, channel_id, recording_type, stream, start_ms, end_ms, storage_id"
-                  "  FROM period ORDER BY id");
+  statement query(state_->catalogue, periods_query(""));
   return periods_in(query);
 }
 
@@ -293,6 +321,12 @@ volume_account recorder::account(std::int64_t volume_id) const {
   statement query(state_->catalogue, account_query);
   query.with(volume_id).next();
   return {query.integer(0), query.integer(1), query.integer(2), query.integer(3), query.integer(4)};
+}
+
+bool recorder::has_units_in_transit() const {
+  return number_of(
+             state_->catalogue,
+             "SELECT EXISTS (SELECT 1 FROM unit WHERE state IN ('recording', 'recycling'))") != 0;
 }
 
 consistent_view::consistent_view(recorder const& of)

@@ -60,6 +60,8 @@ struct volume {
   std::int64_t used_mb;
 };
 
+bool is_mounted(volume const& which);
+
 struct channel {
   std::int64_t id;
   std::int32_t number;  // 0-based
@@ -74,6 +76,9 @@ struct period {
   std::int64_t start_ms;
   std::int64_t end_ms;     // exclusive
   std::string storage_id;  // empty or 32 characters
+  // The number of the volume with that storage id: 0 for an empty id, -1 for one that no volume
+  // has.
+  std::int32_t storage_number;
 };
 
 // One stream of one channel (a catalogue id) and recording type.
@@ -116,6 +121,7 @@ inline constexpr int most_unit_mb = 1024;
 // Where the client library looks when STLAB_RECORDER is unset or empty.
 inline constexpr char const* default_recorder_folder = "/var/lib/stlab/recorder";
 
+class statement;
 class transaction;
 
 class recorder {
@@ -144,6 +150,9 @@ class recorder {
 
   std::vector<space> spaces() const;
   std::vector<volume> volumes() const;
+  std::vector<volume> volumes(std::int64_t space_id) const;
+  // None when no volume has that storage id.
+  std::optional<volume> volume_with(std::string const& sid_text) const;
   std::vector<channel> channels() const;
 
   // The periods of a stream that overlap the span.
@@ -180,6 +189,14 @@ class recorder {
   std::vector<channel> volume_channels(std::int32_t volume_no) const;
 
   volume_account account(std::int64_t volume_id) const;
+
+  // Whether a unit of any volume is in transit.
+  bool has_units_in_transit() const;
+
+  // Takes the volume's lock and keeps it as long as this recorder is open: nobody else moves
+  // units there, and recycle() neither takes the lock nor waits for it. Waits at most so long for
+  // who holds it, then throws a busy_error.
+  void hold(std::int64_t volume_id, std::chrono::milliseconds lock_timeout);
 
   // Changes all given volumes durably in one transaction, or none.
   void change_volumes(std::vector<volume_change> const& changes);
@@ -218,6 +235,7 @@ class recorder {
   friend class consistent_view;
   explicit recorder(std::unique_ptr<state> opened);
   void finish_stopped_moves();
+  std::vector<volume> volumes_in(statement& query) const;
   std::unique_ptr<state> state_;
 };
 

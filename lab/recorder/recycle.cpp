@@ -3,7 +3,6 @@
 
 #include "lab/recorder/state.h"
 #include "lab/volume/layout.h"
-#include "lab/volume/lock.h"
 #include "lab/volume/moves.h"
 #include "lab/volume/place.h"
 #include "lab/volume/values.h"
@@ -50,7 +49,7 @@ std::int64_t begin_recycling(database& catalogue, volume_place const& place, str
 std::int64_t recorder::recycle(std::int64_t volume_id, stream const& of, span const& within) {
   auto& catalogue = state_->catalogue;
   auto const place = place_of(catalogue, state_->folder, volume_id);
-  volume_lock const lock(place, volume_lock::kind::exclusive, state_->lock_timeout);
+  auto const lock = state_->lock(place);
   finish_moves(catalogue, place);
   std::int64_t const rest_of_hour = hour_milliseconds - 1;
   if (within.end_ms < std::numeric_limits<std::int64_t>::min() + rest_of_hour) return 0;

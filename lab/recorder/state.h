@@ -1,8 +1,12 @@
 // What a recorder holds.
 #pragma once
 
+#include <map>
+#include <optional>
+
 #include "lab/catalogue/catalogue.h"
 #include "lab/recorder/recorder.h"
+#include "lab/volume/lock.h"
 #include "lab/volume/place.h"
 
 namespace lab {
@@ -12,6 +16,11 @@ struct recorder::state {
   database catalogue;
   std::int64_t unit_mb;
   std::chrono::milliseconds lock_timeout = default_lock_timeout;
+  std::map<std::int64_t, volume_lock> held = {};  // by the volume's id
+
+  // The volume's lock for one operation; none when it is held for longer already. What was held
+  // of an identity that has been replaced since keeps nobody away, and is taken anew.
+  std::optional<volume_lock> lock(volume_place const& place);
 };
 
 // Throws lab::error for an id that is none.

@@ -38,10 +38,6 @@ std::string state_name(std::int32_t state) {
   return state_names[state];
 }
 
-bool is_mounted(lab::volume const& volume) {
-  return volume.state != lab::not_mounted_state && volume.state != lab::standby_not_mounted_state;
-}
-
 // What of a recorder is shown: all of it, or what belongs to one volume, to one
 // channel, or to both.
 struct selection {

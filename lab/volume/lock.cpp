@@ -31,18 +31,6 @@ bool try_lock(descriptor const& identity, volume_lock::kind which) {
   fail_with_errno(identity_file, "cannot lock");
 }
 
-// Whether who takes the lock now, by the identity's path, takes it of the same
-// file, and that is still the volume's identity. It can have been replaced
-// between its opening and its locking.
-bool is_in_place(descriptor const& identity, volume_place const& place) {
-  auto const now = look_at(place);
-  struct stat held {};
-  struct stat found {};
-  return now.how == mount::present && fstat(identity.number(), &held) == 0 &&
-         fstat(now.identity.number(), &found) == 0 && held.st_dev == found.st_dev &&
-         held.st_ino == found.st_ino;
-}
-
 void rest() {
   timespec const length{0, std::chrono::nanoseconds(pause).count()};
   nanosleep(&length, nullptr);
@@ -58,7 +46,7 @@ volume_lock::volume_lock(volume_place const& place, kind which,
     auto found = look_at(place);
     if (found.how != mount::present) require_mounted(place);
     identity_ = std::move(found.identity);
-    if (try_lock(identity_, which) && is_in_place(identity_, place)) return;
+    if (try_lock(identity_, which) && is_in_place(place)) return;
     if (left <= std::chrono::milliseconds::zero()) {
       throw busy_error("volume " + place.folder_name + " is being written by somebody else");
     }
@@ -70,8 +58,20 @@ std::optional<volume_lock> volume_lock::try_take(volume_place const& place) {
   auto found = look_at(place);
   if (found.how != mount::present) return std::nullopt;
   if (!try_lock(found.identity, kind::exclusive)) return std::nullopt;
-  if (!is_in_place(found.identity, place)) return std::nullopt;
-  return volume_lock(std::move(found.identity));
+  volume_lock taken(std::move(found.identity));
+  if (!taken.is_in_place(place)) return std::nullopt;
+  return taken;
+}
+
+// Whoever takes the lock now takes it by the identity's path. That can have been replaced between
+// its opening and its locking.
+bool volume_lock::is_in_place(volume_place const& place) const {
+  auto const now = look_at(place);
+  struct stat held {};
+  struct stat found {};
+  return now.how == mount::present && fstat(identity_.number(), &held) == 0 &&
+         fstat(now.identity.number(), &found) == 0 && held.st_dev == found.st_dev &&
+         held.st_ino == found.st_ino;
 }
 
 }  // namespace lab

@@ -24,6 +24,9 @@ class volume_lock {
   // None when the volume is not mounted or somebody holds its lock.
   static std::optional<volume_lock> try_take(volume_place const& place);
 
+  // Whether the volume is mounted, and the identity that is locked still its own.
+  bool is_in_place(volume_place const& place) const;
+
  private:
   explicit volume_lock(descriptor identity) : identity_(std::move(identity)) {}
 

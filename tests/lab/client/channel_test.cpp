@@ -93,6 +93,21 @@ TEST_F(sessions, a_period_without_storage_id_has_an_empty_text) {
   EXPECT_EQ(0, found.front().storage_id.number);
 }
 
+TEST_F(sessions, a_storage_id_that_no_volume_has_has_no_number) {
+  record(base_ms);
+  alter_catalogue("UPDATE period SET storage_id = 'gone5678901234567890123456789012'");
+  std::list<time_period> const found = periods(0, bench::now_ms);
+  ASSERT_EQ(1U, found.size());
+  EXPECT_EQ(-1, found.front().storage_id.number);
+}
+
+// A volume cannot be looked at whose folder has such a name.
+TEST_F(sessions, periods_are_listed_without_a_look_at_any_volume) {
+  record(base_ms);
+  alter_catalogue("UPDATE volume SET folder = '../' || id");
+  EXPECT_EQ(1U, periods(0, bench::now_ms).size());
+}
+
 TEST_F(sessions, a_type_or_stream_without_recordings_has_no_periods) {
   record(base_ms);
   std::list<time_period> found;

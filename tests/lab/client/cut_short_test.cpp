@@ -90,6 +90,7 @@ TEST_F(a_change_cut_short, keeps_no_query_from_answering) {
   volume_share_info query;
   query.volume_no = volume(0).volume_no;
   day_list dates;
+  stream_info const stream = bench::stream_of(channel(0), bench::normal, 0);
   CFSTier tier;
   CFSUnit unit;
   std::vector<std::function<int()>> const queries{
@@ -107,7 +108,11 @@ TEST_F(a_change_cut_short, keeps_no_query_from_answering) {
       [&] { return session->get_recording_days(bench::normal, 255, {}, &dates); },
       [&] { return days->get_recording_days(bench::normal, 255, {}, &dates); },
       [&] { return tier.init(space_sid); },
+      [&] { return tier.recycle_stream_data(stream, 0, 1, 0); },
+      [&] { return tier.uninit(); },
       [&] { return unit.init(volume_sid); },
+      [&] { return unit.recycle_stream_data(stream, 0, 1, 0); },
+      [&] { return unit.uninit(); },
   };
   for (std::size_t i = 0; i < queries.size(); ++i) {
     kill_a_writer();

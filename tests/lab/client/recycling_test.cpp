@@ -2,8 +2,10 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <fstream>
 
 #include "bench.h"
+#include "lab/catalogue/sqlite.h"
 #include "lab/check/check.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/lock.h"
@@ -109,6 +111,7 @@ TEST_F(recycling, only_hours_that_lie_whole_in_the_span_come_back) {
   EXPECT_EQ(2, lost(0));
   EXPECT_EQ(0, unit.recycle_stream_data(of, base_ms, base_ms + 2 * hour_ms - 1, 0));
   EXPECT_EQ(0, lost(0));
+  EXPECT_EQ(0, unit.uninit());
   expect_sound();
 }
 
@@ -119,6 +122,7 @@ TEST_F(recycling, what_a_period_holds_stays) {
   EXPECT_EQ(0, unit.recycle_stream_data(bench::stream_of(channel(0), bench::normal, 0), base_ms,
                                         all_hours_end, 0));
   EXPECT_EQ(6U, preallocated(0));
+  EXPECT_EQ(0, unit.uninit());
   expect_sound();
 }
 
@@ -128,7 +132,7 @@ TEST_F(recycling, unknown_ids_are_refused) {
   CFSUnit unit;
   EXPECT_NE(0, unit.init(kivsid()));
   ASSERT_EQ(0, tier.init(bench::space_id(space(0).sid)));
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
+  ASSERT_EQ(0, unit.init(bench::volume_id(volume(2))));
   stream_info of = bench::stream_of(channel(0), bench::normal, 0);
   of.channel = channel_sid();
   EXPECT_NE(0, tier.recycle_stream_data(of, base_ms, all_hours_end, 0));
@@ -192,6 +196,7 @@ TEST_F(recycling, a_tier_goes_on_after_a_volume_that_fails_and_reports_it) {
                                         all_hours_end, 0));
   EXPECT_EQ(0, lost(0));
   EXPECT_EQ(8U, preallocated(0));
+  EXPECT_EQ(0, tier.uninit());
   expect_sound();
 }
 
@@ -211,6 +216,7 @@ TEST_F(recycling, is_not_prepared_where_another_holds_a_volume) {
     EXPECT_NE(0, unit.init(volume_sid));
     EXPECT_NE(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
     EXPECT_EQ(0, unit.init(bench::volume_id(volume(0)))) << "nobody's";
+    EXPECT_EQ(0, unit.uninit());
     EXPECT_EQ(0, tier.init(bench::space_id(space(1).sid))) << "nobody's";
   }
   EXPECT_NE(std::string::npos,
@@ -221,6 +227,101 @@ TEST_F(recycling, is_not_prepared_where_another_holds_a_volume) {
   EXPECT_EQ(0, tier.recycle_stream_data(of, base_ms, all_hours_end, 0));
   EXPECT_EQ(0, lost(0));
   EXPECT_EQ(0, lost(1));
+}
+
+TEST_F(recycling, holds_its_volumes_from_init_to_uninit_or_destruction) {
+  constexpr std::size_t first = 0;
+  auto const is_free = [&](std::size_t index) {
+    try {
+      hold(index, lab::volume_lock::kind::shared);
+      return true;
+    } catch (lab::busy_error const&) {
+      return false;
+    }
+  };
+  {
+    CFSTier tier;
+    ASSERT_EQ(0, tier.init(bench::space_id(space(0).sid)));
+    EXPECT_FALSE(is_free(first) || is_free(1));
+    EXPECT_TRUE(is_free(2));
+    EXPECT_NE(0, tier.init(kivsid()));
+    EXPECT_TRUE(is_free(first) && is_free(1));
+    CFSUnit unit;
+    ASSERT_EQ(0, unit.init(bench::volume_id(volume(first))));
+    EXPECT_FALSE(is_free(first));
+    EXPECT_EQ(0, unit.uninit());
+    ASSERT_EQ(0, tier.init(bench::space_id(space(0).sid)));
+  }
+  EXPECT_TRUE(is_free(first) && is_free(1));
+}
+
+// Whoever opened it again would be refused.
+TEST_F(recycling, does_not_open_the_recorder_again) {
+  leak(0, first_stream(), base_ms);
+  stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
+  kivsid const space_sid = bench::space_id(space(0).sid);
+  CFSTier tier;
+  ASSERT_EQ(0, tier.init(space_sid));
+  ::setenv("STLAB_LOCK_TIMEOUT_MS", "none", 1);
+  EXPECT_EQ(0, tier.recycle_stream_data(of, base_ms, all_hours_end, 0));
+  EXPECT_NE(0, tier.init(space_sid));
+  EXPECT_EQ(0, lost(0));
+}
+
+TEST_F(recycling, of_another_volume_in_the_place_of_the_one_that_is_held_is_refused) {
+  leak(0, first_stream(), base_ms);
+  stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
+  std::filesystem::path const identity = volume(0).path / "identity";
+  std::string const own = bench::content_of(identity);
+  CFSUnit unit;
+  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
+  std::filesystem::remove(identity);
+  EXPECT_NE(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
+  std::ofstream(identity) << own;
+  ::setenv("STLAB_LOCK_TIMEOUT_MS", "0", 1);
+  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
+  std::filesystem::remove(identity);
+  std::ofstream(identity) << own;
+  {
+    lab::volume_lock const other = hold(0, lab::volume_lock::kind::exclusive);
+    EXPECT_NE(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
+  }
+  EXPECT_EQ(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
+  EXPECT_EQ(0, lost(0));
+}
+
+// Whoever waited a second time would do so for an hour.
+TEST_F(recycling, waits_for_the_same_holder_of_the_catalogue_once) {
+  stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
+  kivsid const space_sid = bench::space_id(space(0).sid);
+  leak(0, first_stream(), base_ms);
+  leak(1, first_stream(), base_ms);
+  ::setenv("STLAB_LOCK_TIMEOUT_MS", "3600000", 1);
+  CKivStorage storage;
+  IStorageSetting* setting = nullptr;
+  ASSERT_EQ(0, storage.create_storage_setting(&setting));
+  {
+    lab::database other(recorder / "catalogue.db", lab::database::mode::read_write,
+                        std::chrono::milliseconds::zero());
+    other.execute("BEGIN IMMEDIATE");
+    ::setenv("STLAB_LOCK_TIMEOUT_MS", "20", 1);
+    CFSTier tier;
+    ASSERT_EQ(0, tier.init(space_sid));
+    EXPECT_NE(0, tier.recycle_stream_data(of, base_ms, all_hours_end, 0));
+    ::setenv("STLAB_LOCK_TIMEOUT_MS", "3600000", 1);
+    ASSERT_EQ(0, tier.init(space_sid));
+    EXPECT_NE(0, tier.recycle_stream_data(of, base_ms, all_hours_end, 0));
+    EXPECT_EQ(0, tier.uninit());
+    other.execute("COMMIT; BEGIN EXCLUSIVE");
+    std::list<space_info> spaces;
+    EXPECT_NE(0, setting->get_space_list(spaces));
+    EXPECT_NE(0, tier.init(space_sid));
+  }
+  CFSTier tier;
+  ASSERT_EQ(0, tier.init(space_sid));
+  EXPECT_EQ(0, tier.recycle_stream_data(of, base_ms, all_hours_end, 0));
+  EXPECT_EQ(0, lost(0) + lost(1));
+  EXPECT_EQ(0, storage.destroy_storage_setting(&setting));
 }
 
 // Whoever waited a second time would do so for an hour.

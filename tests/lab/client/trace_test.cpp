@@ -146,7 +146,7 @@ TEST(json_text, values_and_their_collections) {
   EXPECT_EQ("[]", json::array({}).text());
   EXPECT_EQ("{}", json::object({}).text());
   EXPECT_EQ(R"({"a":[1,-9223372036854775808],"b":true})",
-            json::object({{"a", json::array({1, INT64_MIN})}, {"b", json::boolean(true)}}).text());
+            json::object({{"a", json::array({1, INT64_MIN})}, {"b", true}}).text());
 }
 
 }  // namespace
