@@ -177,7 +177,7 @@ std::string damager::add_unknown_file() {
   std::vector<fs::path> folders{"", below};
   for (auto const& name : within.names()) folders.push_back(below / name);
   auto const where = one_of(folders, "");
-  auto const name = "stranger-" + random_.digits(8);
+  auto const name = "unknown-" + random_.digits(8);
   auto const content = random_.digits(1000) + "\n";
   if (where.empty()) {
     steps::make_file(volume_, name, content);

@@ -12,7 +12,7 @@
 #include "lab/damage/damage.h"
 #include "lab/disk/folder.h"
 #include "lab/util/error.h"
-#include "lab/util/generator.h"
+#include "lab/util/random.h"
 #include "lab/volume/place.h"
 #include "lab/volume/scan.h"
 
@@ -72,7 +72,7 @@ class damager {
   std::filesystem::path const& folder_;
   database& catalogue_;
   damage_options const& options_;
-  generator random_;
+  random random_;
   volume_place place_;
   volume_lock lock_;
   folder recorder_;

@@ -7,7 +7,7 @@
 #include <set>
 #include <tuple>
 
-#include "lab/util/generator.h"
+#include "lab/util/random.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/recording_type.h"
 
@@ -40,9 +40,9 @@ void require(char const* what, int value, limits const& allowed) {
 }
 
 // 32 digits whose first 31 are unlike those of every other id.
-std::string new_id(generator& random, std::set<std::string>& taken) {
+std::string new_id(random& numbers, std::set<std::string>& taken) {
   for (;;) {
-    auto id = random.digits(32);
+    auto id = numbers.digits(32);
     if (taken.insert(id.substr(0, 31)).second) return id;
   }
 }
@@ -54,10 +54,10 @@ int volume_of_channel(int channel, make_options const& options) {
   return space * options.volumes + within;
 }
 
-std::size_t chosen_kind(generator& random) {
+std::size_t chosen_kind(random& numbers) {
   int all = 0;
   for (auto const& kind : kinds) all += kind.weight;
-  auto left = random.below(all);
+  auto left = numbers.below(all);
   for (std::size_t index = 0; index < kinds.size(); ++index) {
     left -= kinds[index].weight;
     if (left < 0) return index;
@@ -76,9 +76,9 @@ class hour_choice {
 
   bool empty() const { return left_.empty(); }
 
-  std::int64_t take(generator& random) {
+  std::int64_t take(random& numbers) {
     auto const place =
-        static_cast<std::size_t>(random.below(static_cast<std::int64_t>(left_.size())));
+        static_cast<std::size_t>(numbers.below(static_cast<std::int64_t>(left_.size())));
     std::swap(left_[place], left_.back());
     auto const hour = left_.back();
     left_.pop_back();
@@ -92,17 +92,17 @@ class hour_choice {
 // Records hours of one channel until its share of units is used up or every
 // fourth hour or so is still missing. The first ones show each kind once.
 std::vector<planned_recording> record_channel(int channel, int units, make_options const& options,
-                                              generator& random) {
+                                              random& numbers) {
   std::vector<hour_choice> hours(kinds.size(), hour_choice(options.now_ms, options.days));
   int const most = options.days * hours_a_day;
   std::vector<planned_recording> found;
   for (int hour = 0; hour < most && units > 0; ++hour) {
     auto const shown = static_cast<std::size_t>(hour);
-    auto const kind = shown < kinds.size() ? shown : chosen_kind(random);
+    auto const kind = shown < kinds.size() ? shown : chosen_kind(numbers);
     if (hours[kind].empty()) continue;
-    int const size = std::min(units, random.below(4) == 0 ? 2 : 1);
+    int const size = std::min(units, numbers.below(4) == 0 ? 2 : 1);
     found.push_back({channel, kinds[kind].recording_type, kinds[kind].stream,
-                     hours[kind].take(random), 0, size});
+                     hours[kind].take(numbers), 0, size});
     units -= size;
   }
   return found;
@@ -123,14 +123,14 @@ void assign_units(make_plan& plan) {
   }
 }
 
-void plan_recordings(make_plan& plan, make_options const& options, generator& random) {
+void plan_recordings(make_plan& plan, make_options const& options, random& numbers) {
   for (int channel = 0; channel < options.channels; ++channel) {
     int const volume = plan.channels[static_cast<std::size_t>(channel)].volume;
     auto const sharing =
         std::count_if(plan.channels.begin(), plan.channels.end(),
                       [volume](auto const& other) { return other.volume == volume; });
     auto const share = std::int64_t{plan.units} * filled_percent / 100 / sharing;
-    auto const recorded = record_channel(channel, static_cast<int>(share), options, random);
+    auto const recorded = record_channel(channel, static_cast<int>(share), options, numbers);
     plan.recordings.insert(plan.recordings.end(), recorded.begin(), recorded.end());
   }
   std::sort(plan.recordings.begin(), plan.recordings.end(),
@@ -156,21 +156,21 @@ void require_in_range(make_options const& options) {
 
 make_plan plan_recorder(make_options const& options) {
   require_in_range(options);
-  generator random(options.seed);
+  random numbers(options.seed);
   std::set<std::string> taken;
   make_plan plan{};
   plan.units = options.volume_mb / options.unit_mb;
   for (int space = 0; space < options.spaces; ++space) {
-    plan.spaces.push_back({random.uuid(), "Storage" + std::to_string(space + 1), random.uuid()});
+    plan.spaces.push_back({numbers.uuid(), "Storage" + std::to_string(space + 1), numbers.uuid()});
     for (int within = 0; within < options.volumes; ++within) {
       auto const name = volume_folder_name(static_cast<int>(plan.volumes.size()));
-      plan.volumes.push_back({space, new_id(random, taken), name});
+      plan.volumes.push_back({space, new_id(numbers, taken), name});
     }
   }
   for (int channel = 0; channel < options.channels; ++channel) {
-    plan.channels.push_back({new_id(random, taken), volume_of_channel(channel, options)});
+    plan.channels.push_back({new_id(numbers, taken), volume_of_channel(channel, options)});
   }
-  plan_recordings(plan, options, random);
+  plan_recordings(plan, options, numbers);
   return plan;
 }
 

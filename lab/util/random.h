@@ -1,16 +1,17 @@
-// Numbers that look random and are the same for the same seed on every machine.
+// Numbers that look random and are the same for the same seed everywhere.
 #pragma once
 
 #include <cstdint>
+#include <random>
 #include <string>
 
 namespace lab {
 
-class generator {
+// Without the distributions of the standard library: what they make of the same
+// numbers is each library's own affair.
+class random {
  public:
-  explicit generator(std::uint64_t seed) : state_(seed) {}
-
-  std::uint64_t next();
+  explicit random(std::uint64_t seed) : engine_(seed) {}
 
   // From 0 to below `bound`, which is at least 1.
   std::int64_t below(std::int64_t bound);
@@ -22,7 +23,7 @@ class generator {
   std::string uuid();
 
  private:
-  std::uint64_t state_;
+  std::mt19937_64 engine_;
 };
 
 }  // namespace lab
