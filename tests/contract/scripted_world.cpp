@@ -1,5 +1,4 @@
-#include "records.h"
-#include "scripted.h"
+#include "answers.h"
 #include "world.h"
 
 namespace contract {
@@ -20,25 +19,22 @@ std::optional<std::string> run(std::vector<std::string> const& arguments) {
 }  // namespace
 
 std::unique_ptr<world> make_world(std::filesystem::path const& folder) {
-  scripted::script script;
-  script.spaces = {support::space("Storage1", 64, 32, 'a')};
-  script.volumes = {support::volume("/mnt/share/vol1", 1, 'v', 'a'),
-                    support::volume("/mnt/share/vol2", 2, 'w', 'a')};
-  script.channels = {support::channel(0, 'c'), support::channel(1, 'd')};
+  auto script =
+      support::answers()
+          .with_spaces({support::space("Storage1", 64, 32, 'a')})
+          .with_volumes({support::volume("/mnt/share/vol1", 1, 'v', 'a'),
+                         support::volume("/mnt/share/vol2", 2, 'w', 'a')})
+          .with_channels({support::channel(0, 'c'), support::channel(1, 'd')})
+          .with_pairings({support::pairing(support::channel_id(0, 'c'), support::filled(32, 'v'))})
+          .with_periods_of(periods_of)
+          .with_channels_of_volumes({{1, {0}}})
+          .with_days({"2026-11-20"})
+          .with_sizes_of([](channel_sid const&, int recording_type) -> std::int64_t {
+            return recording_type == 0 ? 32 : 16;
+          });
   script.space_channels = {support::channel_id(0, 'c')};
-  script.pairings = {support::pairing(support::channel_id(0, 'c'), support::filled(32, 'v'))};
-  script.periods = periods_of;
-  script.volume_channels = [](volume_share_info const& query) {
-    return query.volume_no == 1 ? std::list<std::uint32_t>{0} : std::list<std::uint32_t>{};
-  };
-  script.days = [](channel_sid const&, int, day_list* days) {
-    scripted::fill_days(days, {"2026-11-20"});
-  };
-  script.recording_size = [](channel_sid const&, int recording_type) -> std::int64_t {
-    return recording_type == 0 ? 32 : 16;
-  };
   script.program = run;
-  scripted::recorder::instance().start(script, folder / "calls");
+  scripted::call_log::instance().start(script, folder / "calls");
   return std::make_unique<world>();
 }
 

@@ -82,12 +82,12 @@ IPlugPlayService* plug_play_service();
 // Allocates the answer to a day query as the service does.
 void fill_days(day_list* days, std::vector<std::string> const& texts);
 
-class recorder {
+class call_log {
  public:
   // The one of this process. Until start() it has a script of its own with one
   // space, and notes into the file that SCRIPTED_LOG names, if it is set;
   // SCRIPTED_THROW names an operation that throws.
-  static recorder& instance();
+  static call_log& instance();
 
   void start(script const& lines, std::string const& log_file);
 
@@ -110,7 +110,7 @@ class recorder {
   int number(std::string const& kind) { return ++numbers_[kind]; }
 
  private:
-  recorder();
+  call_log();
   fault const* fault_of(std::string const& operation);
 
   scripted::script script_;

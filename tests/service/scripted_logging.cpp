@@ -10,5 +10,5 @@ void log_Debug(char const* format, ...) {
   va_start(arguments, format);
   std::vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
-  scripted::recorder::instance().note(std::string("log_Debug(") + text + ")");
+  scripted::call_log::instance().note(std::string("log_Debug(") + text + ")");
 }

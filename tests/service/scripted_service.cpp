@@ -87,7 +87,7 @@ int append(fault const* found, std::list<Record> const& answer, std::list<Record
   return result_of(found);
 }
 
-recorder& log() { return recorder::instance(); }
+call_log& log() { return call_log::instance(); }
 script const& lines() { return log().script(); }
 
 std::string held(std::uint32_t channel) { return std::to_string(channel); }

@@ -5,7 +5,7 @@
 #include "storage/system_utility.h"
 
 char* nstrcpy(char* destination, char const* source, std::size_t size) {
-  scripted::recorder::instance().note("nstrcpy(" + std::string(source) + ", " +
+  scripted::call_log::instance().note("nstrcpy(" + std::string(source) + ", " +
                                       std::to_string(size) + ")");
   if (size == 0) return destination;
   std::size_t const length = strnlen(source, size - 1);
@@ -21,13 +21,12 @@ std::FILE* velt_popen(char const* mode, char const* program, ...) {
   while (char const* const each = va_arg(rest, char const*)) arguments.emplace_back(each);
   va_end(rest);
 
-  auto& recorder = scripted::recorder::instance();
+  auto& log = scripted::call_log::instance();
   std::string line = std::string("velt_popen(") + mode + ", " + program;
   for (std::string const& each : arguments) line += ", " + each;
-  recorder.note(line + ")");
+  log.note(line + ")");
 
-  auto const output =
-      recorder.script().program ? recorder.script().program(arguments) : std::nullopt;
+  auto const output = log.script().program ? log.script().program(arguments) : std::nullopt;
   if (!output) return nullptr;
   std::FILE* const stream = std::tmpfile();
   if (stream == nullptr) return nullptr;
@@ -37,6 +36,6 @@ std::FILE* velt_popen(char const* mode, char const* program, ...) {
 }
 
 int velt_pclose(std::FILE* stream) {
-  scripted::recorder::instance().note("velt_pclose()");
+  scripted::call_log::instance().note("velt_pclose()");
   return std::fclose(stream);
 }

@@ -19,7 +19,7 @@
 // script says, or the real one.
 std::time_t scripted_time(std::time_t* out) noexcept __asm__("time");
 std::time_t scripted_time(std::time_t* out) noexcept {
-  auto const& clock = scripted::recorder::instance().script().clock;
+  auto const& clock = scripted::call_log::instance().script().clock;
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
   std::time_t const seconds = clock ? static_cast<std::time_t>(clock()) : now.tv_sec;
@@ -53,8 +53,8 @@ void write_to(std::string const& file, std::string const& text) {
   if (out < 0 || dup2(out, STDOUT_FILENO) < 0) _exit(126);
   close(out);
   scrub_environment();
-  scripted::recorder::instance().start(script, folder + "/calls");
-  scripted::recorder::instance().measure_output(folder + "/sizes");
+  scripted::call_log::instance().start(script, folder + "/calls");
+  scripted::call_log::instance().measure_output(folder + "/sizes");
   try {
     body();
   } catch (std::exception const& error) {

@@ -27,6 +27,12 @@ space_info space(std::string const& name, std::int64_t total, std::int64_t used,
   return record;
 }
 
+space_info in_status(space_info record, std::int32_t status, std::int32_t spare_state) {
+  record.status = status;
+  record.spare_state = spare_state;
+  return record;
+}
+
 volume_info volume(std::string const& path, std::int32_t volume_no, char key, char space_key) {
   volume_info record;
   record.sid.number = volume_no;

@@ -28,6 +28,9 @@ kivsid id_of(char character);
 // A space; its sid is 36 times `key`, its uuid 36 times the capital letter.
 space_info space(std::string const& name, std::int64_t total, std::int64_t used, char key = 'a');
 
+// The space with that status.
+space_info in_status(space_info record, std::int32_t status, std::int32_t spare_state);
+
 // A volume of the space with that key. Its id is {number, 32 times key}.
 volume_info volume(std::string const& path, std::int32_t volume_no, char key = 'v',
                    char space_key = 'a');

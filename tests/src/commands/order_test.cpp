@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <utility>
 
-#include "call_lines.h"
-#include "child.h"
 #include "commands/commands.h"
 #include "records.h"
+#include "runs.h"
 
 // Every free() of this program, by the linker's doing.
 void watched_free(void* block) noexcept __asm__("__wrap_free");
@@ -17,14 +17,13 @@ void real_free(void* block) noexcept __asm__("__real_free");
 
 namespace {
 
+using support::answers;
 using support::chain;
 using support::dispatched;
 using support::dispatched_with_service;
 using support::lines;
 using support::now;
 using support::now_ms;
-using support::period;
-using support::span_start;
 using support::story;
 
 std::string const normal_status = "[Normal                   ]\n";
@@ -34,13 +33,17 @@ std::string const channel_c = support::channel_text(0, 'c');
 std::string const channel_d = support::channel_text(1, 'd');
 std::string const space_a = support::filled(36, 'a');
 std::string const space_b = support::filled(36, 'b');
-std::string const zero_ids = support::filled(36, '0') + ", " + support::filled(36, '0');
 std::int64_t const earliest = now_ms - 86400000;
 
 // The days that are handed out and not yet freed.
 std::array<void*, 8>& watched_days() {
   static std::array<void*, 8> blocks{};
   return blocks;
+}
+
+volume_info sized(volume_info record, std::int64_t total) {
+  record.body.total_size = total;
+  return record;
 }
 
 // Hands out a day, and notes when it is freed.
@@ -51,37 +54,30 @@ void one_day(channel_sid const& /*channel*/, int /*recording_type*/, day_list* d
 
 // Two spaces with a volume each, two channels; stream 1 of normal recording has
 // a period without a storage id.
-scripted::script recorder() {
-  scripted::script script;
+answers whole_service() {
+  auto script =
+      answers()
+          .with_spaces({support::space("Storage1", 2048, 512, 'a'),
+                        support::space("Storage2", 4096, 1024, 'b')})
+          .with_volumes({sized(support::volume("/nowhere/share/Vol1", 1, 'v', 'a'), 1024),
+                         sized(support::volume("/nowhere/share/Vol2", 2, 'w', 'b'), 1024)})
+          .with_channels({support::channel(0, 'c'), support::channel(1, 'd')})
+          .with_pairings({support::pairing(support::channel_id(0, 'c'), "v1"),
+                          support::pairing(support::channel_id(0, 'c'), "v2"),
+                          support::pairing(support::channel_id(1, 'd'), "w1")})
+          .with_channels_of_volumes({{1, {1}}, {2, {2}}})
+          .with_periods_on(4, 1, {support::period(earliest, earliest, 1)})
+          .with_days_of(one_day);
+  script.space_channels = {support::channel_id(0, 'c'), support::channel_id(1, 'd')};
   script.clock = [] {
-    scripted::recorder::instance().note(clock_read);
+    scripted::call_log::instance().note(clock_read);
     return now;
   };
-  script.spaces = {support::space("Storage1", 2048, 512, 'a'),
-                   support::space("Storage2", 4096, 1024, 'b')};
-  script.volumes = {support::volume("/nowhere/share/Vol1", 1, 'v', 'a'),
-                    support::volume("/nowhere/share/Vol2", 2, 'w', 'b')};
-  for (volume_info& volume : script.volumes) volume.body.total_size = 1024;
-  script.channels = {support::channel(0, 'c'), support::channel(1, 'd')};
-  script.space_channels = {support::channel_id(0, 'c'), support::channel_id(1, 'd')};
-  script.pairings = {support::pairing(support::channel_id(0, 'c'), "v1"),
-                     support::pairing(support::channel_id(0, 'c'), "v2"),
-                     support::pairing(support::channel_id(1, 'd'), "w1")};
-  script.volume_channels = [](volume_share_info const& query) {
-    return std::list<std::uint32_t>{static_cast<std::uint32_t>(query.volume_no)};
-  };
-  script.periods = [](channel_sid const&, int type, int stream) {
-    return type == 4 && stream == 1 ? std::list<time_period>{period(earliest, earliest, 1)}
-                                    : std::list<time_period>{};
-  };
-  script.days = one_day;
   return script;
 }
 
-lines run(std::vector<std::string> const& words, scripted::script const& script = recorder()) {
-  auto const result = support::run_st(script, words);
-  EXPECT_EQ(result.status, 0);
-  return story(result);
+lines run(std::vector<std::string> const& words, scripted::script const& script = whole_service()) {
+  return story(support::run(script, support::st_command(words)));
 }
 
 lines usage() {
@@ -90,14 +86,9 @@ lines usage() {
   return all;
 }
 
-std::string question(int volume_no) {
-  return "plug_play_service.get_volume_channels(-1 0 " + std::to_string(volume_no) + " -1 -1, " +
-         zero_ids + ")";
-}
-
 // A span's lookup and the clock that it reads, twice when it finds nothing.
 lines lookup(int n, std::string const& channel, int type, int stream) {
-  lines calls = support::span_lookup(n, channel, type, stream, span_start, now_ms);
+  lines calls = support::span_lookup(n, channel, type, stream);
   bool const found = type == 4 && stream == 1;
   if (!found) calls.insert(calls.end() - 1, clock_read);
   calls.insert(calls.begin() + 2, clock_read);
@@ -119,9 +110,7 @@ TEST(order, usage_is_printed_behind_the_last_call) {
 }
 
 TEST(order, a_setting_that_is_not_obtained_is_told_before_the_entry_objects_go) {
-  auto script = recorder();
-  script.faults = {{"create_storage_setting", scripted::effect::refuse}};
-  EXPECT_EQ(run({"spacelist"}, script),
+  EXPECT_EQ(run({"spacelist"}, whole_service().refusing("create_storage_setting")),
             (lines{"CKivStorage#1()", "CKivStorageDaemon#1()",
                    "CKivStorage#1.create_storage_setting(null)", "Query storage settings faiure.\n",
                    "~CKivStorageDaemon#1", "~CKivStorage#1"}));
@@ -144,9 +133,7 @@ TEST(order, vollist) {
             dispatched(chain({header,
                               {"[01] [Vol1], [NORMAL] [ACTIVE             ], total size 1 GB, "
                                "used 0 MB, use 0.00%\n"}})));
-  auto script = recorder();
-  script.volumes.clear();
-  EXPECT_EQ(run({"vollist", "Storage1"}, script),
+  EXPECT_EQ(run({"vollist", "Storage1"}, whole_service().with_volumes({})),
             dispatched(chain({header, {"no find volume at space [Storage1]\n"}})));
   EXPECT_EQ(run({"vollist", "Other"}),
             dispatched({"setting.get_space_list()", "\n", "no space [Other] info\n"}));
@@ -155,19 +142,20 @@ TEST(order, vollist) {
 TEST(order, volset) {
   EXPECT_EQ(run({"volset", "Other", "1", "1"}),
             dispatched({"setting.get_volume_list()", "Cannot fine volume [Other]\n"}));
-  EXPECT_EQ(support::run_st(recorder(), {"volset", "Vol1", "1", "1"}).output, "");
+  EXPECT_EQ(support::run_st(whole_service(), {"volset", "Vol1", "1", "1"}).output, "");
 }
 
 TEST(order, volchn) {
-  EXPECT_EQ(run({"volchn", "Vol2"}),
-            dispatched_with_service(
-                {"setting.get_volume_list()", question(2), "[01] uses channel[03]\n"}));
+  EXPECT_EQ(run({"volchn", "Vol2"}), dispatched_with_service({"setting.get_volume_list()",
+                                                              support::volume_channels_question(2),
+                                                              "[01] uses channel[03]\n"}));
   EXPECT_EQ(run({"volchn", "Other"}),
             dispatched_with_service({"setting.get_volume_list()", "Cannot fine volume [Other]\n"}));
 }
 
 TEST(order, voluse) {
-  lines handler = {"setting.get_volume_list()", question(1), question(2)};
+  lines handler = {"setting.get_volume_list()", support::volume_channels_question(1),
+                   support::volume_channels_question(2)};
   for (int channel = 1; channel <= 32; ++channel) {
     handler.push_back((channel < 10 ? "ch0" : "ch") + std::to_string(channel) + " volume=[" +
                       (channel == 2   ? "Vol1"
@@ -179,8 +167,6 @@ TEST(order, voluse) {
 }
 
 TEST(order, volclean) {
-  auto script = recorder();
-  script.faults = {{"init", scripted::effect::refuse, 2}};
   lines handler = {"setting.get_space_list()", "setting.get_channel_list(1)", clock_read};
   int n = 0;
   for (auto const& [channel, header] : {std::pair(channel_c, "Recycle --ch01-- data ...\n"),
@@ -190,48 +176,45 @@ TEST(order, volclean) {
       for (int stream = 0; stream < 5; ++stream) {
         ++n;
         std::int64_t const end = type == 4 && stream == 1 ? earliest - 1 : now_ms;
-        lines second =
-            support::recycling("CFSTier", 2 * n, space_b, channel, type, stream, span_start, end);
+        auto const tier = [&, each = channel](int number, std::string const& space) {
+          return support::recycling("CFSTier", number, space, each, type, stream, end);
+        };
+        lines second = tier(2 * n, space_b);
         if (n == 1) second[2] = "Initial Tier to process failure.\n";
         handler = chain({handler,
                          lookup(n, channel, type, stream),
-                         support::recycling("CFSTier", 2 * n - 1, space_a, channel, type, stream,
-                                            span_start, end),
+                         tier(2 * n - 1, space_a),
                          second,
                          {stream_line(type, stream)}});
       }
     }
   }
   handler.emplace_back("Recycle process done.\n");
-  EXPECT_EQ(run({"volclean", "-1"}, script), dispatched(handler));
-
-  script.channels.clear();
-  EXPECT_EQ(run({"volclean", "-1"}, script),
+  EXPECT_EQ(run({"volclean", "-1"}, whole_service().refusing("init", 2)), dispatched(handler));
+  EXPECT_EQ(run({"volclean", "-1"}, whole_service().with_channels({})),
             dispatched({"setting.get_space_list()", "setting.get_channel_list(1)",
                         "No space or channel found.\n"}));
 }
 
 TEST(order, autoclean) {
   support::temporary_folder const base;
-  auto script = recorder();
-  script.channels.pop_back();
-  script.volumes.clear();
   auto const folder_of = [&](std::string const& name) {
     return base.path() + "/share/" + name + "/FSU_" + support::filled(32, 'v') + "/preallocate";
   };
+  auto script = whole_service()
+                    .with_channels({support::channel(0, 'c')})
+                    .with_volumes({})
+                    .refusing("init", 2);
   for (std::string const name : {"gone", "mute", "sound", "leaking", "failing"}) {
     auto const number = static_cast<std::int32_t>(script.volumes.size());
-    script.volumes.push_back(support::volume(base.path() + "/share/" + name, number, 'v'));
-    script.volumes.back().body.total_size = 2000;
-    if (name != "gone") {
-      base.make("share/" + name + "/FSU_" + support::filled(32, 'v') + "/preallocate");
-    }
+    script.volumes.push_back(
+        sized(support::volume(base.path() + "/share/" + name, number, 'v'), 2000));
+    if (name != "gone") std::filesystem::create_directories(folder_of(name));
   }
   script.program = [&](std::vector<std::string> const& arguments) -> std::optional<std::string> {
     if (arguments.at(0) == folder_of("mute")) return std::nullopt;
     return arguments.at(0) == folder_of("sound") ? "2048000\tx\n" : "0\tx\n";
   };
-  script.faults = {{"init", scripted::effect::refuse, 2}};
 
   auto const probe = [&](std::string const& name) {
     return "velt_popen(r, /usr/bin/du, " + folder_of(name) + ")";
@@ -255,7 +238,7 @@ TEST(order, autoclean) {
         if (type != 4 || stream != 1) continue;
         lines unit =
             support::recycling("CFSUnit", n, std::to_string(n + 2) + ":" + support::filled(32, 'v'),
-                               channel_c, type, stream, span_start, earliest - 1);
+                               channel_c, type, stream, earliest - 1);
         if (n == 2) unit[2] = "Initial Unit to process failure.\n";
         all = chain({all, unit});
       }
@@ -271,8 +254,7 @@ TEST(order, autoclean) {
                  leaking(2, "failing"),
                  {"Volume space leak detected count: 2\n", "recycle check process done.\n"}})));
 
-  script.volumes.clear();
-  EXPECT_EQ(run({"autoclean"}, script),
+  EXPECT_EQ(run({"autoclean"}, script.with_volumes({})),
             dispatched({"setting.get_volume_list()", "no volume found\n",
                         "recycle check process done.\n"}));
 }
@@ -280,11 +262,11 @@ TEST(order, autoclean) {
 TEST(order, autoclean_tells_that_there_are_no_channels_behind_the_leak) {
   support::temporary_folder const base;
   base.make("share/vol1/FSU_" + support::filled(32, 'v') + "/preallocate");
-  auto script = recorder();
-  script.channels.clear();
-  script.volumes = {support::volume(base.path() + "/share/vol1", 1)};
-  script.volumes.front().body.total_size = 2000;
-  script.program = [](std::vector<std::string> const&) { return "0\n"; };
+  auto const script =
+      whole_service()
+          .with_channels({})
+          .with_volumes({sized(support::volume(base.path() + "/share/vol1", 1), 2000)})
+          .with_program_output("0\n");
   lines const all = run({"autoclean"}, script);
   auto const asked = std::find(all.begin(), all.end(), "setting.get_channel_list(1)");
   ASSERT_NE(asked, all.end());
@@ -294,8 +276,6 @@ TEST(order, autoclean_tells_that_there_are_no_channels_behind_the_leak) {
 }
 
 TEST(order, nullid) {
-  auto script = recorder();
-  script.faults = {{"get_time_period_list", scripted::effect::refuse, 3}};
   lines handler = {"CKivChannel#1()", "setting.get_channel_list(1)", clock_read};
   int n = 0;
   for (auto const& [channel, shown] :
@@ -317,13 +297,11 @@ TEST(order, nullid) {
     }
     handler.push_back("CKivChannel#1.destroy_channel_session(" + session + ")");
   }
-  EXPECT_EQ(run({"nullid", "-1"}, script),
+  EXPECT_EQ(run({"nullid", "-1"}, whole_service().refusing("get_time_period_list", 3)),
             dispatched(chain({handler,
                               {"\n", "Total have [2] time period data has null storage id.\n",
                                "~CKivChannel#1"}})));
-
-  script.channels.clear();
-  EXPECT_EQ(run({"nullid", "-1"}, script),
+  EXPECT_EQ(run({"nullid", "-1"}, whole_service().with_channels({})),
             dispatched({"CKivChannel#1()", "setting.get_channel_list(1)", "No channel found.\n",
                         "~CKivChannel#1"}));
 }
@@ -375,27 +353,25 @@ TEST(order, spaceinfo_with_one_list_of_days_at_a_time) {
 }
 
 TEST(order, spaceinfo_prints_a_failure_before_it_is_logged) {
-  auto script = recorder();
   std::string const asked = "CKivStorage#2.create_channel_configuration(" + channel_c + ", null)";
-  script.faults = {{"create_channel_configuration", scripted::effect::refuse, 1, -5}};
   EXPECT_EQ(
-      run({"spaceinfo", "Storage1"}, script),
+      run({"spaceinfo", "Storage1"},
+          whole_service().refusing("create_channel_configuration", 1, -5)),
       dispatched(chain({spaceinfo_opened,
                         {asked, "Error TTimeLineInfo call create_channel_configuration ret=-5\n",
                          "log_Debug(Error TTimeLineInfo call create_channel_configuration ret=-5)",
                          "~CKivStorage#2"}})));
-  script.faults = {{"create_channel_configuration", scripted::effect::null, 1}};
-  EXPECT_EQ(run({"spaceinfo", "Storage1"}, script),
+  EXPECT_EQ(run({"spaceinfo", "Storage1"},
+                whole_service().handing_out_null("create_channel_configuration")),
             dispatched(chain(
                 {spaceinfo_opened,
                  {asked, "storage_channel.create_channel_session fail!!\n", "~CKivStorage#2"}})));
 }
 
 TEST(order, list_space_channels) {
-  auto script = recorder();
-  script.faults = {{"create_channel_session", scripted::effect::null, 2}};
   auto const result =
-      support::in_child(script, [] { st::list_space_channels(scripted::setting(), "Storage1"); });
+      support::run(whole_service().handing_out_null("create_channel_session", 2),
+                   [] { st::list_space_channels(scripted::setting(), "Storage1"); });
   EXPECT_EQ(story(result),
             (lines{"setting.get_space_list()", "Space: Storage1 uuid: [" + space_a + "]\n", "\n",
                    "setting.get_space_channel_list(" + space_a + ")", "CKivChannel#1()",
@@ -415,7 +391,7 @@ void watched_free(void* block) noexcept {
   auto const found = std::find(days.begin(), days.end(), block);
   if (block != nullptr && found != days.end()) {
     *found = nullptr;
-    scripted::recorder::instance().note(days_freed);
+    scripted::call_log::instance().note(days_freed);
   }
   real_free(block);
 }

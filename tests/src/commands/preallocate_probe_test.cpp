@@ -12,21 +12,24 @@
 #include <stdexcept>
 #include <vector>
 
-#include "call_lines.h"
-#include "child.h"
 #include "records.h"
+#include "runs.h"
 
 namespace {
 
+using support::answers;
+using support::filled;
 using support::lines;
 using support::temporary_folder;
+
+std::string const path_missing = "path does not exist\n-1 77 88\n";
 
 // A volume with its preallocate folder below a temporary folder.
 class probed_volume {
  public:
   explicit probed_volume(std::string const& name = "share/vol1")
       : path_(base_.path() + "/" + name),
-        folder_(base_.make(name + "/FSU_" + support::filled(32, 'v') + "/preallocate")) {}
+        folder_(base_.make(name + "/FSU_" + filled(32, 'v') + "/preallocate")) {}
 
   std::string const& path() const { return path_; }
   std::string const& folder() const { return folder_; }
@@ -43,121 +46,90 @@ class probed_volume {
   std::string folder_;
 };
 
-scripted::script du_prints(std::optional<std::string> const& output) {
-  scripted::script script;
-  script.program = [output](std::vector<std::string> const&) { return output; };
-  return script;
+answers du_prints(std::optional<std::string> const& output) {
+  return answers().with_program_output(output);
 }
 
 // Prints "result remain used", the outputs set to 77 and 88 beforehand.
-void probe(volume_info const& volume) {
-  std::int64_t remain = 77;
-  std::int64_t used = 88;
-  int const result = st::get_preallocate_remain_size(volume, &remain, &used);
-  std::printf("%d %lld %lld\n", result, static_cast<long long>(remain),
-              static_cast<long long>(used));
+std::function<void()> probe(volume_info const& volume) {
+  return [volume] {
+    std::int64_t remain = 77;
+    std::int64_t used = 88;
+    int const result = st::get_preallocate_remain_size(volume, &remain, &used);
+    std::printf("%d %lld %lld\n", result, static_cast<long long>(remain),
+                static_cast<long long>(used));
+  };
 }
 
-support::outcome probe_in_child(scripted::script const& script, volume_info const& volume) {
-  return support::in_child(script, [volume] { probe(volume); });
+// Prints the working directory behind it, which was / before.
+std::function<void()> probe_and_tell_where(volume_info const& volume) {
+  return [volume] {
+    if (chdir("/") != 0) std::exit(3);
+    probe(volume)();
+    char where[PATH_MAX];
+    std::printf("%s\n", getcwd(where, sizeof where));
+  };
 }
 
-std::string megabytes_of(std::string const& du_output) {
+// What du prints, and the MB that are read from it.
+struct reading {
+  char const* behaviour;
+  std::string printed;
+  int megabytes;
+};
+
+TEST(preallocate_probe, reads_the_first_number_that_du_prints_in_kilobytes) {
   probed_volume const volume;
-  auto const result = probe_in_child(du_prints(du_output), volume.record());
-  EXPECT_EQ(result.calls, volume.calls());
-  EXPECT_EQ(result.status, 0);
-  return result.output;
-}
-
-TEST(preallocate_probe, runs_du_on_the_folder_and_divides_by_1024) {
-  probed_volume const volume;
-  auto const result =
-      probe_in_child(du_prints("1048576\t" + volume.folder() + "\n"), volume.record());
-  EXPECT_EQ(result.output, "0 1024 900\n");
-  EXPECT_EQ(result.calls, volume.calls());
-  EXPECT_EQ(result.status, 0);
-}
-
-TEST(preallocate_probe, truncates_and_never_rounds_up) {
-  EXPECT_EQ(megabytes_of("1023\t/x\n"), "0 0 900\n");
-  EXPECT_EQ(megabytes_of("1024\t/x\n"), "0 1 900\n");
-  EXPECT_EQ(megabytes_of("2047\t/x\n"), "0 1 900\n");
-  EXPECT_EQ(megabytes_of("-2047\t/x\n"), "0 -1 900\n");
-}
-
-TEST(preallocate_probe, saturates_at_32_bits) {
-  EXPECT_EQ(megabytes_of("2147483647\t/x\n"), "0 2097151 900\n");
-  EXPECT_EQ(megabytes_of("2147483648\t/x\n"), "0 2097151 900\n");
-  EXPECT_EQ(megabytes_of("99999999999999999999999\t/x\n"), "0 2097151 900\n");
-}
-
-TEST(preallocate_probe, a_line_without_a_number_is_0) {
-  EXPECT_EQ(megabytes_of("/usr/bin/du: cannot read\n"), "0 0 900\n");
-  EXPECT_EQ(megabytes_of("\n"), "0 0 900\n");
-}
-
-TEST(preallocate_probe, reads_the_first_line_only) {
-  EXPECT_EQ(megabytes_of("2048\t/x/sub\n4096\t/x\n"), "0 2 900\n");
-  EXPECT_EQ(megabytes_of("2048"), "0 2 900\n");
-}
-
-TEST(preallocate_probe, takes_126_characters_of_the_line) {
-  EXPECT_EQ(megabytes_of(support::filled(122, ' ') + "2048\n"), "0 2 900\n");
-  // The 127th character would make it 20480.
-  EXPECT_EQ(megabytes_of(support::filled(122, ' ') + "20480\n"), "0 2 900\n");
-}
-
-TEST(preallocate_probe, without_output_the_former_value_stays) {
-  EXPECT_EQ(megabytes_of(""), "0 77 900\n");
+  for (reading const& each : std::vector<reading>{
+           {"divides by 1024", "1048576\t" + volume.folder() + "\n", 1024},
+           {"truncates", "1023\t/x\n", 0},
+           {"takes a whole one", "1024\t/x\n", 1},
+           {"never rounds up", "2047\t/x\n", 1},
+           {"truncates toward zero", "-2047\t/x\n", -1},
+           {"takes the greatest of 32 bits", "2147483647\t/x\n", 2097151},
+           {"saturates at 32 bits", "2147483648\t/x\n", 2097151},
+           {"saturates at 64 bits", "99999999999999999999999\t/x\n", 2097151},
+           {"takes a line without a number for 0", "/usr/bin/du: cannot read\n", 0},
+           {"takes an empty line for 0", "\n", 0},
+           {"reads the first line only", "2048\t/x/sub\n4096\t/x\n", 2},
+           {"needs no end of the line", "2048", 2},
+           {"takes 126 characters of the line", filled(122, ' ') + "2048\n", 2},
+           {"the 127th would make it 20480", filled(122, ' ') + "20480\n", 2},
+           {"keeps the former value without output", "", 77}}) {
+    SCOPED_TRACE(each.behaviour);
+    support::expect_run(du_prints(each.printed), probe(volume.record()),
+                        "0 " + std::to_string(each.megabytes) + " 900\n", volume.calls());
+  }
 }
 
 TEST(preallocate_probe, a_missing_folder_fails_and_writes_nothing) {
   temporary_folder const empty;
-  auto const result =
-      probe_in_child(du_prints("1024\n"), support::volume(empty.path() + "/share/vol1", 1));
-  EXPECT_EQ(result.output,
-            "Volume [" + empty.path() + "/share/vol1] path does not exist\n" + "-1 77 88\n");
-  EXPECT_EQ(result.calls, lines{});
+  std::string const path = empty.path() + "/share/vol1";
+  support::expect_run(du_prints("1024\n"), probe(support::volume(path, 1)),
+                      "Volume [" + path + "] " + path_missing, {});
 }
 
 TEST(preallocate_probe, a_file_in_place_of_the_folder_fails) {
   temporary_folder const base;
   std::string const path = base.path() + "/share/vol1";
-  std::string const storage = base.make("share/vol1/FSU_" + support::filled(32, 'v'));
+  std::string const storage = base.make("share/vol1/FSU_" + filled(32, 'v'));
   ASSERT_EQ(std::fclose(std::fopen((storage + "/preallocate").c_str(), "w")), 0);
-  auto const result = probe_in_child(du_prints("1024\n"), support::volume(path, 1));
-  EXPECT_EQ(result.output, "Volume [" + path + "] path does not exist\n-1 77 88\n");
-}
-
-TEST(preallocate_probe, a_program_that_cannot_be_run_fails_and_writes_nothing) {
-  probed_volume const volume;
-  auto const result = probe_in_child(du_prints(std::nullopt), volume.record());
-  EXPECT_EQ(result.output, "Can not get preallocate remain size info.\n-1 77 88\n");
-  EXPECT_EQ(result.calls, lines{"velt_popen(r, /usr/bin/du, " + volume.folder() + ")"});
+  support::expect_run(du_prints("1024\n"), probe(support::volume(path, 1)),
+                      "Volume [" + path + "] " + path_missing, {});
 }
 
 TEST(preallocate_probe, leaves_the_working_directory_in_the_folder) {
   probed_volume const volume;
-  auto const record = volume.record();
-  auto const result = support::in_child(du_prints("1024\n"), [record] {
-    probe(record);
-    char where[PATH_MAX];
-    std::printf("%s\n", getcwd(where, sizeof where));
-  });
-  EXPECT_EQ(result.output, "0 1 900\n" + volume.folder() + "\n");
+  support::expect_run(du_prints("1024\n"), probe_and_tell_where(volume.record()),
+                      "0 1 900\n" + volume.folder() + "\n", volume.calls());
 }
 
-TEST(preallocate_probe, the_folder_stays_entered_when_the_program_cannot_be_run) {
+TEST(preallocate_probe, a_program_that_cannot_be_run_fails_and_the_folder_stays_entered) {
   probed_volume const volume;
-  auto const record = volume.record();
-  auto const result = support::in_child(du_prints(std::nullopt), [record] {
-    probe(record);
-    char where[PATH_MAX];
-    std::printf("%s\n", getcwd(where, sizeof where));
-  });
-  EXPECT_EQ(result.output,
-            "Can not get preallocate remain size info.\n-1 77 88\n" + volume.folder() + "\n");
+  support::expect_run(
+      du_prints(std::nullopt), probe_and_tell_where(volume.record()),
+      "Can not get preallocate remain size info.\n-1 77 88\n" + volume.folder() + "\n",
+      {volume.calls().front()});
 }
 
 void write_megabytes(std::string const& file, std::size_t count) {
@@ -206,74 +178,66 @@ TEST(preallocate_probe, of_a_folder_with_a_subfolder_takes_the_subfolder_s_size)
   script.program = [](std::vector<std::string> const& arguments) {
     return output_of_du(arguments.at(0));
   };
-  EXPECT_EQ(probe_in_child(script, volume.record()).output,
-            "0 " + std::to_string(first) + " 900\n");
+  support::expect_run(script, probe(volume.record()), "0 " + std::to_string(first) + " 900\n",
+                      volume.calls());
 }
 
 TEST(preallocate_probe, uses_32_characters_of_an_id_without_terminator) {
   probed_volume const volume;
   auto record = volume.record();
   record.sid.terminator = 0x4141;
-  EXPECT_EQ(probe_in_child(du_prints("1024\n"), record).output, "0 1 900\n");
+  support::expect_run(du_prints("1024\n"), probe(record), "0 1 900\n", volume.calls());
 }
 
 // A volume path that makes the folder's path `size` characters long.
-std::string name_for(std::string const& base, std::size_t size) {
-  std::size_t const rest = size - base.size() - std::string("/share//").size() -
-                           std::string("FSU_").size() - 32 - std::string("/preallocate").size();
-  return "share/" + support::filled(rest, 'p');
+std::string name_for(std::size_t size) {
+  std::size_t const rest =
+      size - temporary_folder().path().size() - std::string("/share//FSU_/preallocate").size() - 32;
+  return "share/" + filled(rest, 'p');
 }
 
 TEST(preallocate_probe, a_folder_path_of_255_characters_fits) {
-  std::string const base = temporary_folder().path();
-  probed_volume const volume(name_for(base, 255));
+  probed_volume const volume(name_for(255));
   ASSERT_EQ(volume.folder().size(), 255U);
-  auto const result = probe_in_child(du_prints("1024\n"), volume.record());
-  EXPECT_EQ(result.output, "0 1 900\n");
-  EXPECT_EQ(result.calls, volume.calls());
+  support::expect_run(du_prints("1024\n"), probe(volume.record()), "0 1 900\n", volume.calls());
 }
 
 TEST(preallocate_probe, a_folder_path_of_256_characters_is_refused_and_not_cut) {
-  std::string const base = temporary_folder().path();
-  probed_volume const volume(name_for(base, 256));
+  probed_volume const volume(name_for(256));
   ASSERT_EQ(volume.folder().size(), 256U);
   // Both folders exist: the one meant, and the one that a cut path would name.
   std::filesystem::create_directory(volume.folder().substr(0, 255));
-  auto const result = support::in_child(du_prints("1024\n"), [record = volume.record()] {
-    if (chdir("/") != 0) std::exit(3);
-    probe(record);
-    char where[PATH_MAX];
-    std::printf("%s\n", getcwd(where, sizeof where));
-  });
-  EXPECT_EQ(result.output, "Volume [" + volume.path() + "] path does not exist\n-1 77 88\n/\n");
-  EXPECT_EQ(result.calls, lines{});
+  support::expect_run(du_prints("1024\n"), probe_and_tell_where(volume.record()),
+                      "Volume [" + volume.path() + "] " + path_missing + "/\n", {});
 }
 
 TEST(preallocate_probe, a_path_that_fills_its_field_is_refused_and_shown_whole) {
-  std::string const path = "/" + support::filled(1023, 'p');
+  std::string const path = "/" + filled(1023, 'p');
   auto record = support::volume(path, 1);
   record.body.filler_2908[0] = 'X';
-  EXPECT_EQ(probe_in_child(du_prints("1024\n"), record).output,
-            "Volume [" + path + "] path does not exist\n-1 77 88\n");
+  support::expect_run(du_prints("1024\n"), probe(record), "Volume [" + path + "] " + path_missing,
+                      {});
 }
 
 TEST(preallocate_probe, du_does_not_see_the_caller_s_block_size) {
   probed_volume const volume;
+  static constexpr char const* settings[] = {"DU_BLOCK_SIZE", "BLOCK_SIZE", "BLOCKSIZE",
+                                             "POSIXLY_CORRECT"};
   scripted::script script;
-  script.program = [](std::vector<std::string> const&) -> std::optional<std::string> {
-    for (char const* const name : {"DU_BLOCK_SIZE", "BLOCK_SIZE", "BLOCKSIZE", "POSIXLY_CORRECT"}) {
-      if (std::getenv(name) != nullptr) return std::string("0\n");
-    }
-    if (std::getenv("UNRELATED") == nullptr) return std::string("0\n");
-    return std::string("1048576\n");
+  script.program = [](std::vector<std::string> const&) {
+    bool const seen = std::any_of(std::begin(settings), std::end(settings),
+                                  [](char const* name) { return std::getenv(name) != nullptr; });
+    bool const others_kept = std::getenv("UNRELATED") != nullptr;
+    return std::string(!seen && others_kept ? "1048576\n" : "0\n");
   };
-  for (std::string const name : {"DU_BLOCK_SIZE", "BLOCK_SIZE", "BLOCKSIZE", "POSIXLY_CORRECT"}) {
-    auto const result = support::in_child(script, [name, record = volume.record()] {
-      setenv(name.c_str(), "1", 1);
+  for (char const* const name : settings) {
+    SCOPED_TRACE(name);
+    auto const body = [name, record = volume.record()] {
+      setenv(name, "1", 1);
       setenv("UNRELATED", "1", 1);
-      probe(record);
-    });
-    EXPECT_EQ(result.output, "0 1024 900\n") << name;
+      probe(record)();
+    };
+    support::expect_run(script, body, "0 1024 900\n", volume.calls());
   }
 }
 

@@ -2,41 +2,51 @@
 
 #include <map>
 
-#include "call_lines.h"
-#include "child.h"
 #include "commands/commands.h"
 #include "records.h"
+#include "runs.h"
+#include "table.h"
 #include "throw_loop.h"
 
 namespace {
 
+using support::answers;
+using support::filled;
 using support::lines;
+using support::run_case;
+using support::table_run;
+using support::volume;
+using support::volume_channels_question;
+
+using channel_map = std::map<int, std::list<std::uint32_t>>;
 
 constexpr int all = -1;
 
-std::string query(int volume_no) {
-  std::string const zeros = support::filled(36, '0');
-  return "plug_play_service.get_volume_channels(-1 0 " + std::to_string(volume_no) + " -1 -1, " +
-         zeros + ", " + zeros + ")";
-}
-
-support::outcome voluse(scripted::script const& script, int channel_id) {
-  auto result = support::in_child(script, [channel_id] {
+std::function<void()> voluse(int channel_id) {
+  return [channel_id] {
     st::cmd_voluse(scripted::setting(), scripted::plug_play_service(), channel_id);
-  });
-  EXPECT_EQ(result.status, 0);
-  return result;
+  };
 }
 
-scripted::script recorder(std::list<volume_info> const& volumes,
-                          std::map<int, std::list<std::uint32_t>> const& channels) {
-  scripted::script script;
-  script.volumes = volumes;
-  script.volume_channels = [channels](volume_share_info const& asked) {
-    auto const found = channels.find(asked.volume_no);
-    return found == channels.end() ? std::list<std::uint32_t>{} : found->second;
-  };
+// Volumes 11, 22 … of these paths, and the channels that use them.
+answers volumes(std::vector<std::string> const& paths, channel_map const& channels) {
+  auto script = answers().with_channels_of_volumes(channels);
+  for (std::string const& path : paths) {
+    script.volumes.push_back(
+        volume(path, 11 * (static_cast<std::int32_t>(script.volumes.size()) + 1)));
+  }
   return script;
+}
+
+answers two_volumes(channel_map const& channels = {{11, {31, 0}}, {22, {5}}}) {
+  return volumes({"/share/Vol1", "/share/Vol2"}, channels);
+}
+
+// The calls that ask about so many volumes.
+lines asked(int count) {
+  lines calls = {"setting.get_volume_list()"};
+  for (int i = 1; i <= count; ++i) calls.push_back(volume_channels_question(11 * i));
+  return calls;
 }
 
 // The 32 lines with these names, by 0-based channel.
@@ -50,127 +60,69 @@ std::string table(std::map<int, std::string> const& names) {
   return text;
 }
 
-scripted::script two_volumes() {
-  return recorder({support::volume("/share/Vol1", 11), support::volume("/share/Vol2", 22)},
-                  {{11, {31, 0}}, {22, {5}}});
-}
-
-TEST(voluse, minus_1_prints_all_32_channels) {
-  auto const result = voluse(two_volumes(), all);
-  EXPECT_EQ(result.output, table({{0, "Vol1"}, {5, "Vol2"}, {31, "Vol1"}}));
-  EXPECT_EQ(result.calls, (lines{"setting.get_volume_list()", query(11), query(22)}));
-}
-
-TEST(voluse, one_channel_prints_its_line_only) {
-  EXPECT_EQ(voluse(two_volumes(), 0).output, "ch01 volume=[Vol1]\n");
-  EXPECT_EQ(voluse(two_volumes(), 31).output, "ch32 volume=[Vol1]\n");
-  EXPECT_EQ(voluse(two_volumes(), 5).output, "ch06 volume=[Vol2]\n");
-  EXPECT_EQ(voluse(two_volumes(), 6).output, "ch07 volume=[]\n");
-}
-
-TEST(voluse, a_channel_outside_the_table_prints_nothing_but_all_are_asked) {
-  for (int const channel : {32, 33, 2147483647, -2, -2147483647 - 1}) {
-    auto const result = voluse(two_volumes(), channel);
-    EXPECT_EQ(result.output, "") << channel;
-    EXPECT_EQ(result.calls.size(), 3U) << channel;
-  }
-}
-
-TEST(voluse, no_volumes_leave_every_name_empty) {
-  auto const result = voluse({}, all);
-  EXPECT_EQ(result.output, table({}));
-  EXPECT_EQ(result.calls, lines{"setting.get_volume_list()"});
-  EXPECT_EQ(voluse({}, 3).output, "ch04 volume=[]\n");
-}
-
-TEST(voluse, volumes_without_channels_leave_every_name_empty) {
-  EXPECT_EQ(voluse(recorder({support::volume("/share/Vol1", 11)}, {}), all).output, table({}));
-}
-
-TEST(voluse, a_refused_volume_list_is_an_empty_one) {
-  auto script = two_volumes();
-  script.faults = {{"get_volume_list", scripted::effect::refuse}};
-  EXPECT_EQ(voluse(script, all).output, table({}));
-}
+std::vector<run_case> const cases = {
+    {"minus_1_prints_all_32_channels", two_volumes(), voluse(all),
+     table({{0, "Vol1"}, {5, "Vol2"}, {31, "Vol1"}}), asked(2)},
+    {"the_first_channel_prints_its_line_only", two_volumes(), voluse(0), "ch01 volume=[Vol1]\n",
+     asked(2)},
+    {"the_last_channel_prints_its_line_only", two_volumes(), voluse(31), "ch32 volume=[Vol1]\n",
+     asked(2)},
+    {"one_channel_prints_its_line_only", two_volumes(), voluse(5), "ch06 volume=[Vol2]\n",
+     asked(2)},
+    {"a_channel_without_a_volume_has_an_empty_name", two_volumes(), voluse(6), "ch07 volume=[]\n",
+     asked(2)},
+    // Outside the table nothing is printed, but all volumes are asked about.
+    {"channel_32_prints_nothing", two_volumes(), voluse(32), "", asked(2)},
+    {"channel_33_prints_nothing", two_volumes(), voluse(33), "", asked(2)},
+    {"the_greatest_channel_prints_nothing", two_volumes(), voluse(2147483647), "", asked(2)},
+    {"channel_minus_2_prints_nothing", two_volumes(), voluse(-2), "", asked(2)},
+    {"the_least_channel_prints_nothing", two_volumes(), voluse(-2147483647 - 1), "", asked(2)},
+    {"no_volumes_leave_every_name_empty", {}, voluse(all), table({}), asked(0)},
+    {"no_volumes_leave_one_channel_s_name_empty", {}, voluse(3), "ch04 volume=[]\n", asked(0)},
+    {"volumes_without_channels_leave_every_name_empty", two_volumes({}), voluse(all), table({}),
+     asked(2)},
+    {"a_refused_volume_list_is_an_empty_one", two_volumes().refusing("get_volume_list"),
+     voluse(all), table({}), asked(0)},
+    {"a_path_without_share_goes_under_the_name_of_the_volume_before",
+     volumes({"/mnt/first", "/share/Vol2", "/mnt/third"}, {{11, {0}}, {22, {1}}, {33, {2}}}),
+     voluse(all), table({{1, "Vol2"}, {2, "Vol2"}}), asked(3)},
+    {"the_later_of_two_volumes_wins", two_volumes({{11, {4, 5}}, {22, {4}}}), voluse(all),
+     table({{4, "Vol2"}, {5, "Vol1"}}), asked(2)},
+    {"the_answer_to_one_volume_is_not_taken_for_the_next", two_volumes({{11, {4}}}), voluse(all),
+     table({{4, "Vol1"}}), asked(2)},
+    {"hands_every_question_the_list_as_the_one_before_left_it",
+     volumes({"/share/Vol1", "/share/Vol2", "/share/Vol3"}, {{11, {31, 0, 40}}, {22, {5}}})
+         .telling_lists(),
+     voluse(6),
+     "ch07 volume=[]\n",
+     {"setting.get_volume_list()", "= held", volume_channels_question(11), "= held 31 0 40",
+      volume_channels_question(22), "= held 5", volume_channels_question(33)}},
+    {"a_refused_question_puts_the_channels_of_the_volume_before_under_the_next",
+     two_volumes().refusing("get_volume_channels", 2), voluse(all),
+     table({{0, "Vol2"}, {31, "Vol2"}}), asked(2)},
+    {"refused_questions_leave_every_name_empty", two_volumes().refusing("get_volume_channels"),
+     voluse(all), table({}), asked(2)},
+    {"indexes_of_32_and_more_are_ignored",
+     volumes({"/share/Vol1"}, {{11, {32, 0xFFFFFFFF, 0x80000000, 100, 7}}}), voluse(all),
+     table({{7, "Vol1"}}), asked(1)},
+    {"a_long_share_name_is_cut_to_127_characters",
+     volumes({"/share/" + filled(300, 'n')}, {{11, {0}}}), voluse(0),
+     "ch01 volume=[" + filled(127, 'n') + "]\n", asked(1)},
+    {"a_short_name_leaves_nothing_of_a_long_one",
+     volumes({"/share/LongerName", "/share/V"}, {{11, {0}}, {22, {0}}}), voluse(0),
+     "ch01 volume=[V]\n", asked(2)},
+    {"without_the_plug_and_play_service_nobody_is_asked", two_volumes(),
+     [] { st::cmd_voluse(scripted::setting(), nullptr, all); }, table({}), asked(0)},
+};
+INSTANTIATE_TEST_SUITE_P(voluse, table_run, testing::ValuesIn(cases), support::behaviour_of);
 
 TEST(voluse, results_are_not_looked_at) {
-  auto script = two_volumes();
-  script.faults = {{"get_volume_list", scripted::effect::complain},
-                   {"get_volume_channels", scripted::effect::complain}};
-  EXPECT_EQ(voluse(script, all).output, table({{0, "Vol1"}, {5, "Vol2"}, {31, "Vol1"}}));
-}
-
-TEST(voluse, a_path_without_share_goes_under_the_name_of_the_volume_before) {
-  auto const script = recorder({support::volume("/mnt/first", 1), support::volume("/share/Vol2", 2),
-                                support::volume("/mnt/third", 3)},
-                               {{1, {0}}, {2, {1}}, {3, {2}}});
-  EXPECT_EQ(voluse(script, all).output, table({{1, "Vol2"}, {2, "Vol2"}}));
-}
-
-TEST(voluse, the_later_of_two_volumes_wins) {
-  auto const script =
-      recorder({support::volume("/share/Vol1", 1), support::volume("/share/Vol2", 2)},
-               {{1, {4, 5}}, {2, {4}}});
-  EXPECT_EQ(voluse(script, all).output, table({{4, "Vol2"}, {5, "Vol1"}}));
-}
-
-TEST(voluse, the_answer_to_one_volume_is_not_taken_for_the_next) {
-  auto const script =
-      recorder({support::volume("/share/Vol1", 1), support::volume("/share/Vol2", 2)}, {{1, {4}}});
-  EXPECT_EQ(voluse(script, all).output, table({{4, "Vol1"}}));
-}
-
-TEST(voluse, hands_every_question_the_list_as_the_one_before_left_it) {
-  auto script = recorder({support::volume("/share/Vol1", 1), support::volume("/share/Vol2", 2),
-                          support::volume("/share/Vol3", 3)},
-                         {{1, {31, 0, 40}}, {2, {5}}});
-  script.tells_lists = true;
-  EXPECT_EQ(voluse(script, all).calls, (lines{"setting.get_volume_list()", "= held", query(1),
-                                              "= held 31 0 40", query(2), "= held 5", query(3)}));
-}
-
-TEST(voluse, a_refused_question_puts_the_channels_of_the_volume_before_under_the_next) {
-  auto script = two_volumes();
-  script.faults = {{"get_volume_channels", scripted::effect::refuse, 2}};
-  EXPECT_EQ(voluse(script, all).output, table({{0, "Vol2"}, {31, "Vol2"}}));
-  script.faults = {{"get_volume_channels", scripted::effect::refuse}};
-  auto const result = voluse(script, all);
-  EXPECT_EQ(result.output, table({}));
-  EXPECT_EQ(result.calls, (lines{"setting.get_volume_list()", query(11), query(22)}));
-}
-
-TEST(voluse, indexes_of_32_and_more_are_ignored) {
-  auto const script =
-      recorder({support::volume("/share/Vol1", 1)}, {{1, {32, 0xFFFFFFFF, 0x80000000, 100, 7}}});
-  EXPECT_EQ(voluse(script, all).output, table({{7, "Vol1"}}));
-}
-
-TEST(voluse, a_long_share_name_is_cut_to_127_characters) {
-  auto const script =
-      recorder({support::volume("/share/" + support::filled(300, 'n'), 1)}, {{1, {0}}});
-  EXPECT_EQ(voluse(script, 0).output, "ch01 volume=[" + support::filled(127, 'n') + "]\n");
-}
-
-TEST(voluse, a_short_name_leaves_nothing_of_a_long_one) {
-  auto const script =
-      recorder({support::volume("/share/LongerName", 1), support::volume("/share/V", 2)},
-               {{1, {0}}, {2, {0}}});
-  EXPECT_EQ(voluse(script, 0).output, "ch01 volume=[V]\n");
-}
-
-TEST(voluse, without_the_plug_and_play_service_nobody_is_asked) {
-  auto const result =
-      support::in_child(two_volumes(), [] { st::cmd_voluse(scripted::setting(), nullptr, -1); });
-  EXPECT_EQ(result.output, table({}));
-  EXPECT_EQ(result.calls, lines{"setting.get_volume_list()"});
-  EXPECT_EQ(result.status, 0);
+  support::expect_results_are_not_looked_at(two_volumes(), voluse(all),
+                                            {"get_volume_list", "get_volume_channels"});
 }
 
 TEST(voluse, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(
-                two_volumes(),
-                [] { st::cmd_voluse(scripted::setting(), scripted::plug_play_service(), -1); }),
-            3);
+  EXPECT_EQ(support::expect_releases_when_any_call_throws(two_volumes(), voluse(all)), 3);
   EXPECT_EQ(support::expect_releases_when_any_call_throws(two_volumes(),
                                                           support::st_command({"voluse", "-1"})),
             9);

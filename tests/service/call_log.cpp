@@ -21,16 +21,16 @@ script outside_script() {
 
 }  // namespace
 
-recorder::recorder() : script_(outside_script()) {
+call_log::call_log() : script_(outside_script()) {
   if (char const* const file = std::getenv("SCRIPTED_LOG")) log_.open(file, std::ios::app);
 }
 
-recorder& recorder::instance() {
-  static recorder only;
+call_log& call_log::instance() {
+  static call_log only;
   return only;
 }
 
-void recorder::start(scripted::script const& lines, std::string const& log_file) {
+void call_log::start(scripted::script const& lines, std::string const& log_file) {
   script_ = lines;
   numbers_.clear();
   occurrences_.clear();
@@ -39,14 +39,14 @@ void recorder::start(scripted::script const& lines, std::string const& log_file)
   log_.open(log_file, std::ios::app);
 }
 
-void recorder::measure_output(std::string const& file) { output_sizes_.open(file); }
+void call_log::measure_output(std::string const& file) { output_sizes_.open(file); }
 
-void recorder::note(std::string const& line) {
+void call_log::note(std::string const& line) {
   if (log_.is_open()) log_ << line << '\n' << std::flush;
   if (output_sizes_.is_open()) output_sizes_ << std::ftell(stdout) << '\n' << std::flush;
 }
 
-fault const* recorder::fault_of(std::string const& operation) {
+fault const* call_log::fault_of(std::string const& operation) {
   int const occurrence = ++occurrences_[operation];
   for (fault const& each : script_.faults) {
     bool const now = each.occurrence == 0 || each.occurrence == occurrence;
@@ -55,7 +55,7 @@ fault const* recorder::fault_of(std::string const& operation) {
   return nullptr;
 }
 
-fault const* recorder::enter(std::string const& operation, std::string const& line,
+fault const* call_log::enter(std::string const& operation, std::string const& line,
                              std::string const& handed_out) {
   fault const* const found = fault_of(operation);
   bool const raise = found != nullptr && found->what == effect::raise;
