@@ -6,13 +6,14 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "child.h"
 #include "records.h"
+#include "runs.h"
 #include "throw_loop.h"
 
 namespace {
 
-using lines = std::vector<std::string>;
+using support::answers;
+using support::lines;
 
 void ask_for_spaces() {
   std::list<space_info> spaces;
@@ -20,21 +21,28 @@ void ask_for_spaces() {
   std::printf("%d %zu\n", result, spaces.size());
 }
 
-scripted::script one_space() {
-  scripted::script script;
-  script.spaces = {support::space("Storage1", 10, 5)};
-  return script;
+answers const one_space = answers().with_spaces({support::space("Storage1", 10, 5)});
+
+void ask_twice() {
+  ask_for_spaces();
+  ask_for_spaces();
+}
+
+// What the loop over all calls says of a body that is wrong.
+int complaints_about(std::function<void()> const& careless) {
+  testing::TestPartResultArray failures;
+  testing::ScopedFakeTestPartResultReporter const reporter(
+      testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &failures);
+  support::expect_releases_when_any_call_throws(one_space, careless);
+  return failures.size();
 }
 
 TEST(scripted_service, answers_and_notes) {
-  auto const result = support::in_child(one_space(), ask_for_spaces);
-  EXPECT_EQ(result.output, "0 1\n");
-  EXPECT_EQ(result.calls, lines{"setting.get_space_list()"});
-  EXPECT_EQ(result.status, 0);
+  support::expect_run(one_space, ask_for_spaces, "0 1\n", {"setting.get_space_list()"});
 }
 
 TEST(scripted_service, appends_and_tells_a_filled_list_from_a_fresh_one) {
-  auto const result = support::in_child(one_space(), [] {
+  auto const result = support::in_child(one_space, [] {
     std::list<space_info> spaces(2);
     scripted::setting()->get_space_list(spaces);
     std::printf("%zu\n", spaces.size());
@@ -44,65 +52,55 @@ TEST(scripted_service, appends_and_tells_a_filled_list_from_a_fresh_one) {
 }
 
 TEST(scripted_service, tells_what_a_list_held_when_asked_to) {
-  scripted::script script;
-  script.volume_channels = [](volume_share_info const&) { return std::list<std::uint32_t>{7, 1}; };
-  auto const ask_twice = [] {
+  auto const script = answers().with_volume_channels({7, 1});
+  auto const ask_for_channels = [] {
     std::list<std::uint32_t> channels;
     volume_share_info const query;
     scripted::plug_play_service()->get_volume_channels(query, "a", "b", channels);
     scripted::plug_play_service()->get_volume_channels(query, "a", "b", channels);
   };
   std::string const call = "plug_play_service.get_volume_channels(-1 -1 -1 -1 -1, a, b)";
-  EXPECT_EQ(support::in_child(script, ask_twice).calls, (lines{call, call}));
-  script.tells_lists = true;
-  EXPECT_EQ(support::in_child(script, ask_twice).calls,
-            (lines{"= held", call, "= held 7 1", call}));
+  support::expect_run(script, ask_for_channels, "", {call, call});
+  support::expect_run(script.telling_lists(), ask_for_channels, "",
+                      {"= held", call, "= held 7 1", call});
 }
 
 TEST(scripted_service, refuses_the_told_occurrence_only) {
-  auto script = one_space();
-  script.faults = {{"get_space_list", scripted::effect::refuse, 2, 7}};
-  auto const result = support::in_child(script, [] {
-    ask_for_spaces();
-    ask_for_spaces();
-    ask_for_spaces();
-  });
-  EXPECT_EQ(result.output, "0 1\n7 0\n0 1\n");
+  auto const script = one_space.refusing("get_space_list", 2, 7);
+  EXPECT_EQ(support::run(script,
+                         [] {
+                           ask_twice();
+                           ask_for_spaces();
+                         })
+                .output,
+            "0 1\n7 0\n0 1\n");
 }
 
 TEST(scripted_service, complains_but_answers) {
-  auto script = one_space();
-  script.faults = {{"get_space_list", scripted::effect::complain, 0, 7}};
-  EXPECT_EQ(support::in_child(script, ask_for_spaces).output, "7 1\n");
+  EXPECT_EQ(support::run(one_space.complaining("get_space_list", 0, 7), ask_for_spaces).output,
+            "7 1\n");
 }
 
 TEST(scripted_service, hands_out_null) {
-  auto script = one_space();
-  script.faults = {{"create_channel_session", scripted::effect::null}};
-  auto const result = support::in_child(script, [] {
+  auto const ask_for_session = [] {
     CKivChannel channels;
     IFrameChannelSession* session = nullptr;
     int const status = channels.create_channel_session(support::channel_id(3, 'c'), &session);
     std::printf("%d %d\n", status, session == nullptr);
-  });
-  EXPECT_EQ(result.output, "0 1\n");
-  std::string const channel = "3:" + support::filled(32, 'c') + " with filler";
-  EXPECT_EQ(result.calls,
-            (lines{"CKivChannel#1()", "CKivChannel#1.create_channel_session(" + channel + ", null)",
-                   "~CKivChannel#1"}));
+  };
+  std::string const channel = support::channel_text(3, 'c') + " with filler";
+  support::expect_run(
+      one_space.handing_out_null("create_channel_session"), ask_for_session, "0 1\n",
+      {"CKivChannel#1()", "CKivChannel#1.create_channel_session(" + channel + ", null)",
+       "~CKivChannel#1"});
 }
 
 TEST(scripted_service, throws_at_the_told_operation_and_call) {
-  auto script = one_space();
-  script.faults = {{"get_space_list", scripted::effect::raise, 2}};
-  auto const by_name = support::in_child(script, [] {
-    ask_for_spaces();
-    ask_for_spaces();
-  });
+  auto const by_name = support::in_child(one_space.throwing("get_space_list", 2), ask_twice);
   EXPECT_EQ(by_name.escaped, "get_space_list");
   EXPECT_EQ(by_name.calls, (lines{"setting.get_space_list()", "setting.get_space_list() throws"}));
 
-  script.faults.clear();
+  auto script = one_space;
   script.throw_at = 1;
   auto const by_count = support::in_child(script, ask_for_spaces);
   EXPECT_EQ(by_count.calls, lines{"setting.get_space_list() throws"});
@@ -110,7 +108,7 @@ TEST(scripted_service, throws_at_the_told_operation_and_call) {
 }
 
 TEST(in_child, keeps_the_log_and_tells_the_signal_of_a_crash) {
-  auto const result = support::in_child(one_space(), [] {
+  auto const result = support::in_child(one_space, [] {
     ask_for_spaces();
     std::abort();
   });
@@ -119,7 +117,7 @@ TEST(in_child, keeps_the_log_and_tells_the_signal_of_a_crash) {
 }
 
 TEST(in_child, tells_calls_and_prints_in_their_order) {
-  auto const result = support::in_child(one_space(), [] {
+  auto const result = support::in_child(one_space, [] {
     std::list<space_info> spaces;
     std::printf("one\n\ntwo");
     scripted::setting()->get_space_list(spaces);
@@ -146,7 +144,7 @@ TEST(in_child, follows_the_scripted_clock_and_the_scrubbed_environment) {
 
 #if defined(__SANITIZE_ADDRESS__)
 TEST(in_child, a_leak_shows_in_the_status) {
-  auto const result = support::in_child(one_space(), [] {
+  auto const result = support::in_child(one_space, [] {
     CKivChannel channels;
     IFrameChannelSession* session = nullptr;
     channels.create_channel_session(support::channel_id(3, 'c'), &session);
@@ -177,13 +175,7 @@ TEST(throw_loop, tells_a_body_that_calls_twice) {
       throw;
     }
   };
-  testing::TestPartResultArray failures;
-  {
-    testing::ScopedFakeTestPartResultReporter const reporter(
-        testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &failures);
-    support::expect_releases_when_any_call_throws(one_space(), careless);
-  }
-  EXPECT_GT(failures.size(), 0);
+  EXPECT_GT(complaints_about(careless), 0);
 }
 
 TEST(throw_loop, tells_a_body_that_does_not_release) {
@@ -196,13 +188,7 @@ TEST(throw_loop, tells_a_body_that_does_not_release) {
     ask_for_spaces();
     channels.destroy_channel_session(&kept);
   };
-  testing::TestPartResultArray failures;
-  {
-    testing::ScopedFakeTestPartResultReporter const reporter(
-        testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &failures);
-    support::expect_releases_when_any_call_throws(one_space(), careless);
-  }
-  EXPECT_GT(failures.size(), 0);
+  EXPECT_GT(complaints_about(careless), 0);
 }
 
 }  // namespace

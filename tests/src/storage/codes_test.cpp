@@ -9,6 +9,9 @@
 
 namespace {
 
+constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
+
 // Also checks that exactly 25 characters and a terminator are written.
 std::string status_name(std::uint32_t status, std::int32_t spare_state) {
   char name[27];
@@ -27,38 +30,32 @@ std::string state_name(std::int32_t state) {
   return name;
 }
 
-TEST(space_status_name, without_a_spare) {
-  for (std::int32_t const spare : {0, -1, std::numeric_limits<std::int32_t>::min()}) {
-    EXPECT_EQ(status_name(0, spare), "Normal                   ");
-    EXPECT_EQ(status_name(1, spare), "Allocating               ");
-    EXPECT_EQ(status_name(2, spare), "Deleting                 ");
-    EXPECT_EQ(status_name(3, spare), "Expanding                ");
-    EXPECT_EQ(status_name(5, spare), "Error                    ");
-    EXPECT_EQ(status_name(6, spare), "Warning                  ");
-    EXPECT_EQ(status_name(7, spare), "Spare Enabled(With Spare)");
-    EXPECT_EQ(status_name(8, spare), "Warning(Spare Error)     ");
-    EXPECT_EQ(status_name(9, spare), "Normal(Spare Error)      ");
-  }
-}
-
-TEST(space_status_name, with_a_spare) {
-  for (std::int32_t const spare : {1, 2, std::numeric_limits<std::int32_t>::max()}) {
-    EXPECT_EQ(status_name(0, spare), "Normal(With Spare)       ");
-    EXPECT_EQ(status_name(1, spare), "Allocating               ");
-    EXPECT_EQ(status_name(2, spare), "Deleting                 ");
-    EXPECT_EQ(status_name(3, spare), "Expanding                ");
-    EXPECT_EQ(status_name(5, spare), "Error(Spare Error)       ");
-    EXPECT_EQ(status_name(6, spare), "Warning                  ");
-    EXPECT_EQ(status_name(7, spare), "Spare Enabled(With Spare)");
-    EXPECT_EQ(status_name(8, spare), "Warning(Spare Error)     ");
-    EXPECT_EQ(status_name(9, spare), "Normal(Spare Error)      ");
-  }
-}
-
-TEST(space_status_name, code_4_and_unknown_codes_show_the_default) {
-  for (std::uint32_t const status : {4U, 10U, 255U, 0x80000000U, 0xFFFFFFFFU}) {
-    for (std::int32_t const spare : {-1, 0, 1}) {
-      EXPECT_EQ(status_name(status, spare), "UNKNOW_STATUS            ") << status;
+TEST(space_status_name, without_and_with_a_spare) {
+  struct row {
+    std::uint32_t status;
+    char const* without;
+    char const* with;
+  };
+  for (row const& each :
+       {row{0, "Normal                   ", "Normal(With Spare)       "},
+        row{1, "Allocating               ", "Allocating               "},
+        row{2, "Deleting                 ", "Deleting                 "},
+        row{3, "Expanding                ", "Expanding                "},
+        row{4, "UNKNOW_STATUS            ", "UNKNOW_STATUS            "},
+        row{5, "Error                    ", "Error(Spare Error)       "},
+        row{6, "Warning                  ", "Warning                  "},
+        row{7, "Spare Enabled(With Spare)", "Spare Enabled(With Spare)"},
+        row{8, "Warning(Spare Error)     ", "Warning(Spare Error)     "},
+        row{9, "Normal(Spare Error)      ", "Normal(Spare Error)      "},
+        row{10, "UNKNOW_STATUS            ", "UNKNOW_STATUS            "},
+        row{255, "UNKNOW_STATUS            ", "UNKNOW_STATUS            "},
+        row{0x80000000, "UNKNOW_STATUS            ", "UNKNOW_STATUS            "},
+        row{0xFFFFFFFF, "UNKNOW_STATUS            ", "UNKNOW_STATUS            "}}) {
+    for (std::int32_t const none : {0, -1, lowest}) {
+      EXPECT_EQ(status_name(each.status, none), each.without) << each.status;
+    }
+    for (std::int32_t const spare : {1, 2, highest}) {
+      EXPECT_EQ(status_name(each.status, spare), each.with) << each.status;
     }
   }
 }
@@ -76,7 +73,7 @@ TEST(volume_state_name, of_the_table) {
 }
 
 TEST(volume_state_name, outside_the_table_shows_the_default) {
-  for (std::int32_t const state : {9, -1, 1000, std::numeric_limits<std::int32_t>::min()}) {
+  for (std::int32_t const state : {9, -1, 1000, lowest}) {
     EXPECT_EQ(state_name(state), "UNKNOW_STATUS      ") << state;
   }
 }
