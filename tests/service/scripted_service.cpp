@@ -81,12 +81,6 @@ int result_of(fault const* found) {
   return found == nullptr || found->what == effect::null ? 0 : found->result;
 }
 
-template <typename Record>
-int append(fault const* found, std::list<Record> const& answer, std::list<Record>& list) {
-  if (answers(found)) list.insert(list.end(), answer.begin(), answer.end());
-  return result_of(found);
-}
-
 call_log& log() { return call_log::instance(); }
 script const& lines() { return log().script(); }
 
@@ -101,17 +95,41 @@ void tell_list(std::list<Record> const& list) {
   log().note(line);
 }
 
+// Notes a call by its object, operation and arguments, and acts on a fault that
+// throws.
+fault const* enter(std::string const& object, std::string const& operation,
+                   std::string const& arguments, std::string const& handed_out = {}) {
+  return log().enter(operation, object + "." + operation + "(" + arguments + ")", handed_out);
+}
+
+template <typename Record>
+int answer_list(std::string const& operation, std::string const& arguments,
+                std::list<Record> const& answer, std::list<Record>& list) {
+  fault const* const found = enter("setting", operation, arguments + fresh(list));
+  if (answers(found)) list.insert(list.end(), answer.begin(), answer.end());
+  return result_of(found);
+}
+
+int answer_size(std::string const& operation, std::string const& arguments,
+                channel_sid const& channel, int recording_type, std::int64_t* size) {
+  fault const* const found = enter("setting", operation, arguments + ", " + std::to_string(*size));
+  if (answers(found) && lines().recording_size) {
+    *size = lines().recording_size(channel, recording_type);
+  }
+  return result_of(found);
+}
+
 struct storage_setting final : IStorageSetting {
   int set_volume_info(kivsid const& volume, volume_body const& body) override {
-    fault const* const found = log().enter(
-        "set_volume_info", "setting.set_volume_info(" + shown(volume) + ", " + shown(body) + ")");
+    fault const* const found =
+        enter("setting", "set_volume_info", shown(volume) + ", " + shown(body));
     if (answers(found) && lines().write_volume) lines().write_volume(volume, body);
     return result_of(found);
   }
 
   int get_volume_info(kivsid const& volume, volume_body& body) override {
-    fault const* const found = log().enter(
-        "get_volume_info", "setting.get_volume_info(" + shown(volume) + ", " + shown(body) + ")");
+    fault const* const found =
+        enter("setting", "get_volume_info", shown(volume) + ", " + shown(body));
     if (!answers(found)) return result_of(found);
     if (lines().read_volume) {
       lines().read_volume(volume, body);
@@ -124,65 +142,41 @@ struct storage_setting final : IStorageSetting {
   }
 
   int apply_volume_setting(char const* space_uuid) override {
-    return result_of(log().enter("apply_volume_setting",
-                                 "setting.apply_volume_setting(" + text({space_uuid, 36}) + ")"));
+    return result_of(enter("setting", "apply_volume_setting", text({space_uuid, 36})));
   }
 
   int get_space_channel_list(kivsid const& space, std::list<channel_sid>& channels) override {
-    return append(log().enter("get_space_channel_list", "setting.get_space_channel_list(" +
-                                                            shown(space) + fresh(channels) + ")"),
-                  lines().space_channels, channels);
+    return answer_list("get_space_channel_list", shown(space), lines().space_channels, channels);
   }
 
   int get_channel_total_recording_size(kivsid const& space, channel_sid const& channel,
                                        std::int64_t* size) override {
-    return fill_size(log().enter("get_channel_total_recording_size",
-                                 "setting.get_channel_total_recording_size(" + shown(space) + ", " +
-                                     shown(channel) + ", " + std::to_string(*size) + ")"),
-                     channel, 0, size);
+    return answer_size("get_channel_total_recording_size", shown(space) + ", " + shown(channel),
+                       channel, 0, size);
   }
 
   int get_channel_recording_size(kivsid const& space, channel_sid const& channel,
                                  int recording_type, std::int64_t* size) override {
-    return fill_size(
-        log().enter("get_channel_recording_size",
-                    "setting.get_channel_recording_size(" + shown(space) + ", " + shown(channel) +
-                        ", " + std::to_string(recording_type) + ", " + std::to_string(*size) + ")"),
-        channel, recording_type, size);
+    return answer_size("get_channel_recording_size",
+                       shown(space) + ", " + shown(channel) + ", " + std::to_string(recording_type),
+                       channel, recording_type, size);
   }
 
   int get_space_channel_storage_list(kivsid const& space,
                                      std::list<channel_storage_info>& pairings) override {
-    return append(
-        log().enter("get_space_channel_storage_list", "setting.get_space_channel_storage_list(" +
-                                                          shown(space) + fresh(pairings) + ")"),
-        lines().pairings, pairings);
+    return answer_list("get_space_channel_storage_list", shown(space), lines().pairings, pairings);
   }
 
   int get_space_list(std::list<space_info>& spaces) override {
-    return append(log().enter("get_space_list", "setting.get_space_list(" + fresh(spaces) + ")"),
-                  lines().spaces, spaces);
+    return answer_list("get_space_list", "", lines().spaces, spaces);
   }
 
   int get_volume_list(std::list<volume_info>& volumes) override {
-    return append(log().enter("get_volume_list", "setting.get_volume_list(" + fresh(volumes) + ")"),
-                  lines().volumes, volumes);
+    return answer_list("get_volume_list", "", lines().volumes, volumes);
   }
 
   int get_channel_list(std::list<channel_setting>& channels, int selector) override {
-    return append(
-        log().enter("get_channel_list",
-                    "setting.get_channel_list(" + std::to_string(selector) + fresh(channels) + ")"),
-        lines().channels, channels);
-  }
-
- private:
-  static int fill_size(fault const* found, channel_sid const& channel, int recording_type,
-                       std::int64_t* size) {
-    if (answers(found) && lines().recording_size) {
-      *size = lines().recording_size(channel, recording_type);
-    }
-    return result_of(found);
+    return answer_list("get_channel_list", std::to_string(selector), lines().channels, channels);
   }
 };
 
@@ -190,9 +184,8 @@ struct plug_play final : IPlugPlayService {
   int get_volume_channels(volume_share_info const& query, char const* first_id,
                           char const* second_id, std::list<std::uint32_t>& channels) override {
     tell_list(channels);
-    fault const* const found =
-        log().enter("get_volume_channels", "plug_play_service.get_volume_channels(" + shown(query) +
-                                               ", " + first_id + ", " + second_id + ")");
+    fault const* const found = enter("plug_play_service", "get_volume_channels",
+                                     shown(query) + ", " + first_id + ", " + second_id);
     if (answers(found)) {
       channels =
           lines().volume_channels ? lines().volume_channels(query) : std::list<std::uint32_t>{};
@@ -207,9 +200,9 @@ int answer_days(std::string const& object, channel_sid const& channel, int recor
   for (storage_id_text const& id : storage_ids) ids += text({id.text, sizeof id.text}) + ", ";
   bool const empty = days->count == 0 && days->days == nullptr;
   fault const* const found =
-      log().enter("get_recording_days",
-                  object + ".get_recording_days(" + std::to_string(recording_type) + ", " +
-                      std::to_string(selector) + ", " + ids + (empty ? "no days" : "days") + ")");
+      enter(object, "get_recording_days",
+            std::to_string(recording_type) + ", " + std::to_string(selector) + ", " + ids +
+                (empty ? "no days" : "days"));
   if (answers(found) && lines().days) lines().days(channel, recording_type, days);
   return result_of(found);
 }
@@ -221,15 +214,12 @@ struct session final : IFrameChannelSession {
   int get_time_period_list(int recording_type, int stream, std::int64_t start, std::int64_t end,
                            std::list<time_period>& periods, int first, int second,
                            int third) override {
-    std::string arguments;
-    for (std::int64_t const number :
-         {std::int64_t{recording_type}, std::int64_t{stream}, start, end, std::int64_t{first},
-          std::int64_t{second}, std::int64_t{third}}) {
-      arguments += (arguments.empty() ? "" : ", ") + std::to_string(number);
-    }
+    std::string const arguments = std::to_string(recording_type) + ", " + std::to_string(stream) +
+                                  ", " + std::to_string(start) + ", " + std::to_string(end) + ", " +
+                                  std::to_string(first) + ", " + std::to_string(second) + ", " +
+                                  std::to_string(third);
     tell_list(periods);
-    fault const* const found =
-        log().enter("get_time_period_list", name + ".get_time_period_list(" + arguments + ")");
+    fault const* const found = enter(name, "get_time_period_list", arguments);
     if (answers(found)) {
       periods = lines().periods ? lines().periods(channel, recording_type, stream)
                                 : std::list<time_period>{};
@@ -263,49 +253,7 @@ std::string shown(void const* pointer, std::string const& name) {
   return pointer == nullptr ? "null" : name;
 }
 
-// Hands out an object that the process keeps, or nothing.
-template <typename Interface>
-int hand_out(std::string const& object, std::string const& what, Interface* given,
-             Interface** taker) {
-  fault const* const found = log().enter(
-      "create_" + what, object + ".create_" + what + "(" + shown(*taker, "filled") + ")", what);
-  if (answers(found)) *taker = given;
-  return result_of(found);
-}
-
-template <typename Interface>
-int take_back(std::string const& object, std::string const& what, Interface** taker) {
-  fault const* const found =
-      log().enter("destroy_" + what, object + ".destroy_" + what + "(" + shown(*taker, what) + ")");
-  *taker = nullptr;
-  return result_of(found);
-}
-
-// Hands out an object of its own for one channel, or nothing. Whoever does not
-// destroy it leaks it.
-template <typename Object, typename Interface>
-int hand_out_own(std::string const& object, std::string const& what, channel_sid const& channel,
-                 Interface** taker) {
-  auto own = std::make_unique<Object>(channel);
-  fault const* const found = log().enter(
-      "create_" + what,
-      object + ".create_" + what + "(" + shown(channel) + ", " + shown(*taker, "filled") + ")",
-      own->name);
-  if (answers(found)) *taker = own.release();
-  return result_of(found);
-}
-
-// Takes it back; it is gone even when the call throws.
-template <typename Object, typename Interface>
-int take_back_own(std::string const& object, std::string const& what, std::string const& argument,
-                  Interface** taker) {
-  std::unique_ptr<Object> const own(static_cast<Object*>(*taker));
-  *taker = nullptr;
-  return result_of(log().enter("destroy_" + what, object + ".destroy_" + what + "(" + argument +
-                                                      (own ? own->name : "null") + ")"));
-}
-
-// An object's name. Its room holds its number.
+// The name of an object of the service's entry classes. Its room holds its number.
 std::string named(std::string const& kind, unsigned char const* room) {
   int number = 0;
   std::memcpy(&number, room, sizeof number);
@@ -318,16 +266,52 @@ void construct(std::string const& kind, unsigned char* room) {
   log().enter(kind, named(kind, room) + "()");
 }
 
-int recycle(std::string const& object, stream_info const& stream, std::int64_t start,
-            std::int64_t end, int option) {
-  return result_of(
-      log().enter("recycle_stream_data", object + ".recycle_stream_data(" + shown(stream) + ", " +
-                                             std::to_string(start) + ", " + std::to_string(end) +
-                                             ", " + std::to_string(option) + ")"));
+void destruct(std::string const& kind, unsigned char const* room) {
+  log().note("~" + named(kind, room));
 }
 
-int call(std::string const& object, std::string const& operation, std::string const& arguments) {
-  return result_of(log().enter(operation, object + "." + operation + "(" + arguments + ")"));
+// Hands out an object that the process keeps, or nothing.
+template <typename Interface>
+int hand_out(std::string const& object, std::string const& what, Interface* given,
+             Interface** taker) {
+  fault const* const found = enter(object, "create_" + what, shown(*taker, "filled"), what);
+  if (answers(found)) *taker = given;
+  return result_of(found);
+}
+
+template <typename Interface>
+int take_back(std::string const& object, std::string const& what, Interface** taker) {
+  fault const* const found = enter(object, "destroy_" + what, shown(*taker, what));
+  *taker = nullptr;
+  return result_of(found);
+}
+
+// Hands out an object of its own for one channel, or nothing. Whoever does not
+// destroy it leaks it.
+template <typename Object, typename Interface>
+int hand_out_own(std::string const& object, std::string const& what, channel_sid const& channel,
+                 Interface** taker) {
+  auto own = std::make_unique<Object>(channel);
+  fault const* const found =
+      enter(object, "create_" + what, shown(channel) + ", " + shown(*taker, "filled"), own->name);
+  if (answers(found)) *taker = own.release();
+  return result_of(found);
+}
+
+// Takes it back; it is gone even when the call throws.
+template <typename Object, typename Interface>
+int take_back_own(std::string const& object, std::string const& what, std::string const& argument,
+                  Interface** taker) {
+  std::unique_ptr<Object> const own(static_cast<Object*>(*taker));
+  *taker = nullptr;
+  return result_of(enter(object, "destroy_" + what, argument + (own ? own->name : "null")));
+}
+
+int recycle(std::string const& object, stream_info const& stream, std::int64_t start,
+            std::int64_t end, int option) {
+  return result_of(enter(object, "recycle_stream_data",
+                         shown(stream) + ", " + std::to_string(start) + ", " + std::to_string(end) +
+                             ", " + std::to_string(option)));
 }
 
 }  // namespace
@@ -351,79 +335,85 @@ void fill_days(day_list* days, std::vector<std::string> const& texts) {
 
 }  // namespace scripted
 
+using scripted::construct;
+using scripted::destruct;
 using scripted::log;
+using scripted::named;
 
-CKivStorage::CKivStorage() { scripted::construct("CKivStorage", room_); }
-CKivStorage::~CKivStorage() { log().note("~" + scripted::named("CKivStorage", room_)); }
+CKivStorage::CKivStorage() { construct("CKivStorage", room_); }
+CKivStorage::~CKivStorage() { destruct("CKivStorage", room_); }
 
 int CKivStorage::create_storage_setting(IStorageSetting** setting) {
-  return scripted::hand_out(scripted::named("CKivStorage", room_), "storage_setting",
-                            scripted::setting(), setting);
+  return scripted::hand_out(named("CKivStorage", room_), "storage_setting", scripted::setting(),
+                            setting);
 }
 int CKivStorage::destroy_storage_setting(IStorageSetting** setting) {
-  return scripted::take_back(scripted::named("CKivStorage", room_), "storage_setting", setting);
+  return scripted::take_back(named("CKivStorage", room_), "storage_setting", setting);
 }
 int CKivStorage::create_channel_configuration(channel_sid channel,
                                               IChannelStorageConfiguration** configuration) {
   return scripted::hand_out_own<scripted::configuration>(
-      scripted::named("CKivStorage", room_), "channel_configuration", channel, configuration);
+      named("CKivStorage", room_), "channel_configuration", channel, configuration);
 }
 int CKivStorage::destroy_channel_configuration(int channel_number,
                                                IChannelStorageConfiguration** configuration) {
   return scripted::take_back_own<scripted::configuration>(
-      scripted::named("CKivStorage", room_), "channel_configuration",
-      std::to_string(channel_number) + ", ", configuration);
+      named("CKivStorage", room_), "channel_configuration", std::to_string(channel_number) + ", ",
+      configuration);
 }
 
-CKivStorageDaemon::CKivStorageDaemon() { scripted::construct("CKivStorageDaemon", room_); }
-CKivStorageDaemon::~CKivStorageDaemon() {
-  log().note("~" + scripted::named("CKivStorageDaemon", room_));
-}
+CKivStorageDaemon::CKivStorageDaemon() { construct("CKivStorageDaemon", room_); }
+CKivStorageDaemon::~CKivStorageDaemon() { destruct("CKivStorageDaemon", room_); }
 
 int CKivStorageDaemon::create_plug_play_service(IPlugPlayService** service) {
-  return scripted::hand_out(scripted::named("CKivStorageDaemon", room_), "plug_play_service",
+  return scripted::hand_out(named("CKivStorageDaemon", room_), "plug_play_service",
                             scripted::plug_play_service(), service);
 }
 int CKivStorageDaemon::destroy_plug_play_service(IPlugPlayService** service) {
-  return scripted::take_back(scripted::named("CKivStorageDaemon", room_), "plug_play_service",
-                             service);
+  return scripted::take_back(named("CKivStorageDaemon", room_), "plug_play_service", service);
 }
 
-CKivChannel::CKivChannel() { scripted::construct("CKivChannel", room_); }
-CKivChannel::~CKivChannel() { log().note("~" + scripted::named("CKivChannel", room_)); }
+CKivChannel::CKivChannel() { construct("CKivChannel", room_); }
+CKivChannel::~CKivChannel() { destruct("CKivChannel", room_); }
 
 int CKivChannel::create_channel_session(channel_sid channel, IFrameChannelSession** session) {
-  return scripted::hand_out_own<scripted::session>(scripted::named("CKivChannel", room_),
-                                                   "channel_session", channel, session);
+  return scripted::hand_out_own<scripted::session>(named("CKivChannel", room_), "channel_session",
+                                                   channel, session);
 }
 int CKivChannel::destroy_channel_session(IFrameChannelSession** session) {
-  return scripted::take_back_own<scripted::session>(scripted::named("CKivChannel", room_),
-                                                    "channel_session", "", session);
+  return scripted::take_back_own<scripted::session>(named("CKivChannel", room_), "channel_session",
+                                                    "", session);
 }
 
-CFSTier::CFSTier() { scripted::construct("CFSTier", room_); }
-CFSTier::~CFSTier() { log().note("~" + scripted::named("CFSTier", room_)); }
+CFSTier::CFSTier() { construct("CFSTier", room_); }
+CFSTier::~CFSTier() { destruct("CFSTier", room_); }
 
 int CFSTier::init(kivsid const& space) {
-  return scripted::call(scripted::named("CFSTier", room_), "init", scripted::shown(space));
+  return scripted::result_of(
+      scripted::enter(named("CFSTier", room_), "init", scripted::shown(space)));
 }
 int CFSTier::recycle_stream_data(stream_info const& stream, std::int64_t start, std::int64_t end,
                                  int option) {
-  return scripted::recycle(scripted::named("CFSTier", room_), stream, start, end, option);
+  return scripted::recycle(named("CFSTier", room_), stream, start, end, option);
 }
-int CFSTier::uninit() { return scripted::call(scripted::named("CFSTier", room_), "uninit", ""); }
+int CFSTier::uninit() {
+  return scripted::result_of(scripted::enter(named("CFSTier", room_), "uninit", ""));
+}
 
-CFSUnit::CFSUnit() { scripted::construct("CFSUnit", room_); }
-CFSUnit::~CFSUnit() { log().note("~" + scripted::named("CFSUnit", room_)); }
+CFSUnit::CFSUnit() { construct("CFSUnit", room_); }
+CFSUnit::~CFSUnit() { destruct("CFSUnit", room_); }
 
 int CFSUnit::init(kivsid const& volume) {
-  return scripted::call(scripted::named("CFSUnit", room_), "init", scripted::shown(volume));
+  return scripted::result_of(
+      scripted::enter(named("CFSUnit", room_), "init", scripted::shown(volume)));
 }
 int CFSUnit::recycle_stream_data(stream_info const& stream, std::int64_t start, std::int64_t end,
                                  int option) {
-  return scripted::recycle(scripted::named("CFSUnit", room_), stream, start, end, option);
+  return scripted::recycle(named("CFSUnit", room_), stream, start, end, option);
 }
-int CFSUnit::uninit() { return scripted::call(scripted::named("CFSUnit", room_), "uninit", ""); }
+int CFSUnit::uninit() {
+  return scripted::result_of(scripted::enter(named("CFSUnit", room_), "uninit", ""));
+}
 
 void make_hour_folder_full_path(char* path, char const* storage_folder, stream_info stream,
                                 long long time) {

@@ -1,21 +1,10 @@
 // The command line: counts, words, conversions, and what stands around a handler.
-#include <gtest/gtest.h>
-
 #include <array>
 
-#include "records.h"
-#include "runs.h"
-#include "throw_loop.h"
+#include "command_test.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::chain;
-using support::dispatched;
-using support::dispatched_with_service;
-using support::lines;
-using support::lines_with;
-using support::run_st;
 using words = std::vector<std::string>;
 
 lines const only_entered = {"CKivStorage#1()", "CKivStorageDaemon#1()"};
@@ -36,15 +25,14 @@ answers whole_service() {
   auto script =
       answers()
           .at_now()
-          .with_spaces({support::space("Storage1", 2048, 512, 'a'),
-                        support::space("Storage2", 4096, 0, 'b')})
-          .with_volumes({support::volume("/nowhere/share/Vol1", 1, 'v', 'a'),
-                         support::volume("/nowhere/share/Vol2", 2, 'w', 'b')})
-          .with_channels({support::channel(0, 'c'), support::channel(1, 'd')})
-          .with_pairings({support::pairing(support::channel_id(0, 'c'), support::filled(32, 'v'))})
+          .with_spaces({space("Storage1", 2048, 512, 'a'), space("Storage2", 4096, 0, 'b')})
+          .with_volumes({volume("/nowhere/share/Vol1", 1, 'v', 'a'),
+                         volume("/nowhere/share/Vol2", 2, 'w', 'b')})
+          .with_channels({channel(0, 'c'), channel(1, 'd')})
+          .with_pairings({pairing(channel_id(0, 'c'), filled(32, 'v'))})
           .with_channels_of_volumes({{1, {1}}, {2, {2}}, {3, {3}}})
           .with_days({"2026-11-20"});
-  script.space_channels = {support::channel_id(0, 'c')};
+  script.space_channels = {channel_id(0, 'c')};
   return script;
 }
 
@@ -65,7 +53,7 @@ std::vector<words> const accepted = {
 void expect_st(words const& command, scripted::script const& script, std::string const& output,
                lines const& calls) {
   SCOPED_TRACE(joined(command));
-  support::expect_run(script, support::st_command(command), output, calls);
+  expect_run(script, st_command(command), output, calls);
 }
 
 void expect_usage(words const& command, lines const& calls) {
@@ -73,7 +61,7 @@ void expect_usage(words const& command, lines const& calls) {
 }
 
 std::string output_of(words const& command, scripted::script const& script = whole_service()) {
-  return support::run(script, support::st_command(command)).output;
+  return run(script, st_command(command)).output;
 }
 
 TEST(usage, has_1511_bytes) { EXPECT_EQ(usage().size(), 1511U); }
@@ -122,7 +110,7 @@ TEST(command_word, unknown_ones_release_the_setting_and_print_usage) {
 }
 
 TEST(command_word, is_cut_to_127_characters_and_matches_nothing_then) {
-  std::string const word = "spacelist" + support::filled(191, 'x');
+  std::string const word = "spacelist" + filled(191, 'x');
   expect_usage({word}, entered_and_released);
   auto const result = run_st(whole_service(), {word});
   EXPECT_EQ(result.copies.front(), "nstrcpy(" + word + ", 128)");
@@ -145,8 +133,8 @@ TEST(setting, a_null_one_ends_the_run_before_the_word_is_looked_at) {
 }
 
 TEST(setting, the_result_of_the_create_call_is_not_looked_at) {
-  support::expect_results_are_not_looked_at(whole_service(), support::st_command({"spacelist"}),
-                                            {"create_storage_setting"});
+  expect_results_are_not_looked_at(whole_service(), st_command({"spacelist"}),
+                                   {"create_storage_setting"});
 }
 
 TEST(volset, accepts_a_type_and_a_state_of_0_or_1_only) {
@@ -165,20 +153,19 @@ TEST(volset, accepts_a_type_and_a_state_of_0_or_1_only) {
 }
 
 TEST(volset, hands_on_name_type_and_state) {
-  std::string const id = "1:" + support::filled(32, 'v');
+  std::string const id = "1:" + filled(32, 'v');
   for (auto const& [type, state, codes] :
        std::vector<std::array<std::string, 3>>{{"1", "0", "type 2, state 1"},
                                                {"0", "1", "type 0, state 0"},
                                                {"1", "1", "type 2, state 0"},
                                                // Words that are no numbers are 0.
                                                {"x", "", "type 0, state 1"}}) {
-    auto const result =
-        support::run(whole_service(), support::st_command({"volset", "Vol1", type, state}));
+    auto const result = run(whole_service(), st_command({"volset", "Vol1", type, state}));
     EXPECT_EQ(result.output, "");
     ASSERT_EQ(result.calls.size(), 10U);
     EXPECT_EQ(result.calls[3], "setting.get_volume_list()");
     EXPECT_EQ(result.calls[5], "setting.set_volume_info(" + id + ", name name field, " + codes +
-                                   ", volume_no 1, space_uuid " + support::filled(36, 'A') + ")");
+                                   ", volume_no 1, space_uuid " + filled(36, 'A') + ")");
   }
 }
 
@@ -189,8 +176,8 @@ TEST(recoverid, prints_nothing_and_calls_nothing) {
 }
 
 TEST(name, reaches_the_handler_cut_to_511_characters) {
-  std::string const name = support::filled(600, 'n');
-  std::string const cut = support::filled(511, 'n');
+  std::string const name = filled(600, 'n');
+  std::string const cut = filled(511, 'n');
   EXPECT_EQ(output_of({"vollist", name}), "\nno space [" + cut + "] info\n");
   EXPECT_EQ(output_of({"spaceinfo", name}), "\nno space [" + cut + "] info\n");
   EXPECT_EQ(output_of({"volchn", name}), "Cannot fine volume [" + cut + "]\n");
@@ -198,25 +185,25 @@ TEST(name, reaches_the_handler_cut_to_511_characters) {
 }
 
 TEST(name, of_511_characters_arrives_whole) {
-  std::string const name = support::filled(511, 'n');
+  std::string const name = filled(511, 'n');
   EXPECT_EQ(output_of({"vollist", name}), "\nno space [" + name + "] info\n");
 }
 
 TEST(name, of_600_characters_finds_what_is_called_by_its_first_511) {
-  std::string const name = support::filled(600, 'n');
-  std::string const cut = support::filled(511, 'n');
+  std::string const name = filled(600, 'n');
+  std::string const cut = filled(511, 'n');
   auto script = whole_service();
-  script.spaces.push_back(support::space(cut, 1024, 512, 'c'));
-  script.volumes.push_back(support::volume("/nowhere/share/" + cut, 3, 'x', 'c'));
+  script.spaces.push_back(space(cut, 1024, 512, 'c'));
+  script.volumes.push_back(volume("/nowhere/share/" + cut, 3, 'x', 'c'));
   EXPECT_EQ(output_of({"vollist", name}, script),
             "Space: " + cut + "\n[" + cut +
                 "], total size: 1 GB, used: 512 MB, use 50.00% [Normal                   ]\n\n"
                 "[01] [" +
-                support::filled(127, 'n') +
+                filled(127, 'n') +
                 "], [NORMAL] [ACTIVE             ], total size 0 GB, used 0 MB, use nan%\n");
   auto const info = output_of({"spaceinfo", name}, script);
   EXPECT_EQ(info.substr(0, info.find('\n') + 1),
-            "Space: " + cut + " uuid: [" + support::filled(36, 'c') + "]\n");
+            "Space: " + cut + " uuid: [" + filled(36, 'c') + "]\n");
   EXPECT_EQ(output_of({"volchn", name}, script), "[01] uses channel[04]\n");
   EXPECT_EQ(output_of({"volset", name, "0", "0"}, script), "");
 }
@@ -234,7 +221,6 @@ TEST(channel_id, saturates_so_that_no_large_number_means_all_channels) {
 }
 
 TEST(plug_play_service, is_obtained_before_and_released_after_voluse_and_volchn) {
-  using support::volume_channels_question;
   expect_st({"voluse", "1"}, whole_service(), "ch02 volume=[Vol1]\n",
             dispatched_with_service({"setting.get_volume_list()", volume_channels_question(1),
                                      volume_channels_question(2)}));
@@ -263,7 +249,7 @@ TEST(plug_play_service, no_other_command_asks_for_it) {
 TEST(every_command, ends_with_status_0_and_releases_in_reverse_order) {
   for (words const& command : accepted) {
     SCOPED_TRACE(joined(command));
-    auto const result = support::run(whole_service(), support::st_command(command));
+    auto const result = run(whole_service(), st_command(command));
     EXPECT_NE(result.output, usage());
     ASSERT_GE(result.calls.size(), 6U);
     EXPECT_EQ(lines(result.calls.end() - 3, result.calls.end()),
@@ -284,15 +270,14 @@ TEST(when_a_call_throws, the_entry_objects_go_daemon_first_and_the_interfaces_st
             (lines{"CKivStorage#1()", "CKivStorageDaemon#1()",
                    "CKivStorage#1.create_storage_setting(null) = storage_setting",
                    "CKivStorageDaemon#1.create_plug_play_service(null) = plug_play_service",
-                   "setting.get_volume_list()", support::volume_channels_question(1) + " throws",
+                   "setting.get_volume_list()", volume_channels_question(1) + " throws",
                    "~CKivStorageDaemon#1", "~CKivStorage#1"}));
 }
 
 TEST(when_a_call_throws, every_command_releases_what_it_obtained) {
   for (words const& command : accepted) {
     SCOPED_TRACE(joined(command));
-    int const calls = support::expect_releases_when_any_call_throws(whole_service(),
-                                                                    support::st_command(command));
+    int const calls = expect_releases_when_any_call_throws(whole_service(), st_command(command));
     EXPECT_GE(calls, 4) << "constructors, create, destroy";
   }
 }
@@ -317,3 +302,4 @@ TEST(when_a_call_throws, a_constructed_entry_object_goes_with_the_one_that_could
 }
 
 }  // namespace
+}  // namespace command_test

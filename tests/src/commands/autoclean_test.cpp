@@ -1,21 +1,10 @@
-#include <gtest/gtest.h>
-
 #include <map>
 
+#include "command_test.h"
 #include "commands/commands.h"
-#include "records.h"
-#include "runs.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::chain;
-using support::channel;
-using support::filled;
-using support::lines;
-using support::now_ms;
-using support::period;
 
 lines const volume_list = {"setting.get_volume_list()"};
 std::string const closing = "recycle check process done.\n";
@@ -57,7 +46,7 @@ class measured_volumes {
       if (each.probe.found == du::finds::folder) base_.make(each.below + preallocate_);
       du_[path(each.below) + preallocate_] = each.probe.prints;
       int const number = static_cast<int>(script.volumes.size()) + 1;
-      script.volumes.push_back(support::volume(path(each.below), number));
+      script.volumes.push_back(volume(path(each.below), number));
       script.volumes.back().body.total_size = each.total;
       script.volumes.back().body.used_size = each.used;
     }
@@ -82,7 +71,7 @@ class measured_volumes {
  private:
   std::string const preallocate_ = "/FSU_" + filled(32, 'v') + "/preallocate";
   std::vector<measured_volume> volumes_;
-  support::temporary_folder base_;
+  temporary_folder base_;
   std::map<std::string, std::optional<std::string>> du_;
 };
 
@@ -174,10 +163,10 @@ TEST_P(measured, prints_and_probes) {
   if (auto const at = expected.find('@'); at != std::string::npos) {
     expected.replace(at, 2, world.path(""));
   }
-  auto const result = support::run(world.script, autoclean);
+  auto const result = run(world.script, autoclean);
   EXPECT_EQ(result.output, expected);
   EXPECT_EQ(result.calls.front(), "setting.get_volume_list()");
-  EXPECT_EQ(support::lines_with(result.calls, "velt_"), world.probes());
+  EXPECT_EQ(lines_with(result.calls, "velt_"), world.probes());
 }
 
 TEST(autoclean, asks_a_sound_recorder_for_nothing_but_its_volumes) {
@@ -194,17 +183,17 @@ TEST(autoclean, a_refused_volume_list_is_an_empty_one) {
 
 TEST(autoclean, the_result_of_the_volume_list_is_not_looked_at) {
   measured_volumes const world({{"share/vol1", 1000, 900, remaining(100)}});
-  support::expect_results_are_not_looked_at(world.script, autoclean, {"get_volume_list"});
+  expect_results_are_not_looked_at(world.script, autoclean, {"get_volume_list"});
 }
 
 TEST(autoclean, a_leaking_volume_is_reported_and_recycled) {
   measured_volumes const world({{"share/vol1", 3815000, 3000000, remaining(2000)}});
   auto const script =
       world.script.with_channels({channel(3, 'c')}).with_periods_on(4, 0, {period(now_ms - 5000)});
-  std::string const channel_3 = support::channel_text(3, 'c');
+  std::string const channel_3 = channel_text(3, 'c');
   auto const unit = [&](int index, int type, int stream) {
-    return index == 1 ? support::recycling("CFSUnit", 1, "1:" + filled(32, 'v'), channel_3, type,
-                                           stream, now_ms - 5001)
+    return index == 1 ? recycling("CFSUnit", 1, "1:" + filled(32, 'v'), channel_3, type, stream,
+                                  now_ms - 5001)
                       : lines{};
   };
   expect_run(script, autoclean,
@@ -217,7 +206,7 @@ TEST(autoclean, a_leaking_volume_is_reported_and_recycled) {
              chain({volume_list,
                     world.probes(),
                     {"setting.get_channel_list(1)"},
-                    support::stream_walk(1, channel_3, unit)}));
+                    stream_walk(1, channel_3, unit)}));
 }
 
 // Two volumes that have lost all, and a channel with recordings on one stream.
@@ -230,20 +219,20 @@ class two_leaks : public testing::Test {
 };
 
 TEST_F(two_leaks, failed_recycling_is_counted_and_does_not_stop_the_walk) {
-  EXPECT_EQ(support::run(script.refusing("init", 1), autoclean).output,
+  EXPECT_EQ(run(script.refusing("init", 1), autoclean).output,
             leak("vol1", 1000, 0, 0, 1000, 50) + "Initial Unit to process failure.\n" +
                 leak("vol2", 1000, 0, 0, 1000, 50) + count(2));
 }
 
 TEST_F(two_leaks, every_volume_is_recycled_by_its_own_id) {
   std::string const text = filled(32, 'v');
-  EXPECT_EQ(support::lines_with(support::run(script, autoclean).calls, ".init("),
+  EXPECT_EQ(lines_with(run(script, autoclean).calls, ".init("),
             (lines{"CFSUnit#1.init(1:" + text + ")", "CFSUnit#2.init(2:" + text + ")"}));
 }
 
 TEST_F(two_leaks, release_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(script, autoclean),
-            1 + 2 * (1 + 10 * 4 + 4));
+  EXPECT_EQ(expect_releases_when_any_call_throws(script, autoclean), 1 + 2 * (1 + 10 * 4 + 4));
 }
 
 }  // namespace
+}  // namespace command_test

@@ -1,20 +1,11 @@
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <filesystem>
 
+#include "command_test.h"
 #include "commands/commands.h"
-#include "records.h"
-#include "runs.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::chain;
-using support::filled;
-using support::lines;
-using support::temporary_folder;
 
 std::int64_t const hour = 1795219200000;
 
@@ -22,9 +13,9 @@ std::int64_t const hour = 1795219200000;
 class find_hour_folder_volume : public testing::Test {
  protected:
   find_hour_folder_volume() {
-    script = script.with_spaces({support::space("B", 1, 1, 'b'), support::space("A", 1, 1, 'a')});
+    script = script.with_spaces({space("B", 1, 1, 'b'), space("A", 1, 1, 'a')});
     for (int number = 1; number <= 3; ++number) {
-      script.volumes.push_back(support::volume(path(number), number, 'v', 'a'));
+      script.volumes.push_back(volume(path(number), number, 'v', 'a'));
     }
   }
 
@@ -38,8 +29,7 @@ class find_hour_folder_volume : public testing::Test {
     lines calls = {"setting.get_volume_list()"};
     for (int number = 1; number <= last; ++number) {
       calls.push_back("make_hour_folder_full_path(" + storage_folder(number) + ", " +
-                      support::channel_text(2, 'c') + " stream 3 type 4, " + std::to_string(hour) +
-                      ")");
+                      channel_text(2, 'c') + " stream 3 type 4, " + std::to_string(hour) + ")");
     }
     return calls;
   }
@@ -57,7 +47,7 @@ class find_hour_folder_volume : public testing::Test {
 // Prints the result and the location, of which every byte was '.' before.
 void find() {
   stream_info stream;
-  stream.channel = support::channel_id(2, 'c');
+  stream.channel = channel_id(2, 'c');
   stream.stream = 3;
   stream.recording_type = 4;
   recording_location location;
@@ -134,19 +124,19 @@ TEST_F(find_hour_folder_volume, uuids_are_compared_over_36_bytes) {
 
 TEST_F(find_hour_folder_volume, the_first_space_with_the_uuid_wins) {
   make_hour_folder(1);
-  script.spaces.push_back(support::space("Again", 1, 1, 'a'));
-  script.spaces.back().sid = support::id_of('z');
+  script.spaces.push_back(space("Again", 1, 1, 'a'));
+  script.spaces.back().sid = id_of('z');
   expect_run(script, find, found(1), found_in(1));
 }
 
 TEST_F(find_hour_folder_volume, results_are_not_looked_at) {
   make_hour_folder(1);
-  support::expect_results_are_not_looked_at(script, find, {"get_volume_list", "get_space_list"});
+  expect_results_are_not_looked_at(script, find, {"get_volume_list", "get_space_list"});
 }
 
 TEST_F(find_hour_folder_volume, a_storage_folder_is_bounded_to_its_512_bytes) {
   std::string const path = "/" + filled(1023, 'p');
-  auto const result = support::run(script.with_volumes({support::volume(path, 1)}), find);
+  auto const result = run(script.with_volumes({volume(path, 1)}), find);
   EXPECT_EQ(result.output, nothing);
   ASSERT_EQ(result.calls.size(), 2U);
   std::string const start = "make_hour_folder_full_path(" + path.substr(0, 511) + ", ";
@@ -169,7 +159,8 @@ TEST_F(find_hour_folder_volume, leaves_no_folder_open) {
 
 TEST_F(find_hour_folder_volume, releases_when_any_call_throws) {
   make_hour_folder(2);
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(script, find), 4);
+  EXPECT_EQ(expect_releases_when_any_call_throws(script, find), 4);
 }
 
 }  // namespace
+}  // namespace command_test

@@ -1,26 +1,15 @@
-#include <gtest/gtest.h>
-
+#include "command_test.h"
 #include "commands/commands.h"
-#include "records.h"
-#include "runs.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::chain;
-using support::filled;
-using support::lines;
-using support::run_case;
-using support::table_run;
 
 std::string const sid = filled(36, 'a');
 std::string const header = "Space: Storage1 uuid: [" + sid + "]\n\n";
 std::string const line_c = "channel: " + filled(32, 'c') + "\n";
 std::string const line_d = "channel: " + filled(32, 'd') + "\n";
-std::string const text_c = support::channel_text(0, 'c');
-std::string const text_d = support::channel_text(7, 'd');
+std::string const text_c = channel_text(0, 'c');
+std::string const text_d = channel_text(7, 'd');
 lines const spaces_only = {"setting.get_space_list()"};
 lines const opened = {"setting.get_space_list()", "setting.get_space_channel_list(" + sid + ")",
                       "CKivChannel#1()"};
@@ -32,16 +21,15 @@ std::function<void()> list_channels(std::string const& name = "Storage1") {
 
 answers with_channels(std::list<channel_sid> const& channels) {
   auto script = answers()
-                    .with_spaces({support::space("Storage1", 10, 5, 'a')})
+                    .with_spaces({space("Storage1", 10, 5, 'a')})
                     .with_days({"2026-11-20", "2026-11-21"});
   script.space_channels = channels;
   return script;
 }
-answers const two_channels =
-    with_channels({support::channel_id(0, 'c'), support::channel_id(7, 'd')});
+answers const two_channels = with_channels({channel_id(0, 'c'), channel_id(7, 'd')});
 
 channel_sid without_terminator() {
-  channel_sid channel = support::channel_id(0, 'c');
+  channel_sid channel = channel_id(0, 'c');
   channel.terminator = 0x4141;
   return channel;
 }
@@ -80,19 +68,18 @@ std::vector<run_case> const cases = {
             {"CKivChannel#1.create_channel_session(" + text_d + ", null)"},
             closed})},
 };
-INSTANTIATE_TEST_SUITE_P(list_space_channels, table_run, testing::ValuesIn(cases),
-                         support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(list_space_channels, table_run, testing::ValuesIn(cases), behaviour_of);
 
 TEST(list_space_channels, only_the_session_counts_not_the_results) {
-  support::expect_results_are_not_looked_at(
+  expect_results_are_not_looked_at(
       two_channels, list_channels(),
       {"get_space_list", "get_space_channel_list", "create_channel_session", "get_recording_days",
        "destroy_channel_session"});
 }
 
 TEST(list_space_channels, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(two_channels, list_channels()),
-            3 + 2 * 3);
+  EXPECT_EQ(expect_releases_when_any_call_throws(two_channels, list_channels()), 3 + 2 * 3);
 }
 
 }  // namespace
+}  // namespace command_test

@@ -1,27 +1,13 @@
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <ctime>
 #include <limits>
 
+#include "command_test.h"
 #include "commands/commands.h"
 #include "commands/time_text.h"
-#include "records.h"
-#include "runs.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::chain;
-using support::channel;
-using support::filled;
-using support::lines;
-using support::now_ms;
-using support::period;
-using support::run_case;
-using support::table_run;
 
 constexpr int all = -1;
 constexpr std::int64_t noon = 1767614400000;  // 2026-01-05 12:00:00 UTC
@@ -62,7 +48,7 @@ lines asked(std::vector<std::string> const& channels) {
   calls.emplace_back("~CKivChannel#1");
   return calls;
 }
-std::string const channel_0 = support::channel_text(0, 'c');
+std::string const channel_0 = channel_text(0, 'c');
 
 std::vector<run_case> const walks = {
     {"lists_a_period_under_its_channel_s_header", one_channel, nullid(0),
@@ -82,11 +68,11 @@ std::vector<run_case> const walks = {
     {"walks_all_channels_by_number_in_the_order_of_the_service",
      with_channels({channel(11, 'd'), channel(2, 'c')}), nullid(all),
      "ch12 list:\n" + an_hour + "ch03 list:\n" + an_hour + total(2),
-     asked({support::channel_text(11, 'd'), support::channel_text(2, 'c')})},
+     asked({channel_text(11, 'd'), channel_text(2, 'c')})},
     {"the_walk_goes_on_behind_a_match",
      with_channels({channel(2, 'c'), channel(3, 'd'), channel(2, 'e')}), nullid(2),
      "ch03 list:\n" + an_hour + "ch03 list:\n" + an_hour + total(2),
-     asked({support::channel_text(2, 'c'), support::channel_text(2, 'e')})},
+     asked({channel_text(2, 'c'), channel_text(2, 'e')})},
     {"the_channel_with_the_greatest_id_is_passed_over", with_channels({channel(4, '9')}),
      nullid(all), total(0), asked({})},
     {"the_channel_with_the_greatest_id_is_passed_over_even_when_named",
@@ -113,14 +99,14 @@ std::vector<run_case> const walks = {
          total(8),
      asked({channel_0})},
 };
-INSTANTIATE_TEST_SUITE_P(nullid_walks, table_run, testing::ValuesIn(walks), support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(nullid_walks, table_run, testing::ValuesIn(walks), behaviour_of);
 
 std::vector<run_case> const failures = {
     // The answer to an earlier request is not printed again.
     {"a_failing_request_is_told_and_the_walk_goes_on",
      with_channels({channel(8, 'c')}).refusing("get_time_period_list", 7, 3), nullid(8),
      "ch09 list:\n" + an_hour + "ch09 [AR S03] retrieve time period fail\n" + total(1),
-     asked({support::channel_text(8, 'c')})},
+     asked({channel_text(8, 'c')})},
     {"a_stale_list_behind_a_failed_request_is_not_printed",
      one_channel.refusing("get_time_period_list", 2), nullid(0),
      "ch01 list:\n" + an_hour + "ch01 [NR S02] retrieve time period fail\n" + total(1),
@@ -152,10 +138,9 @@ std::vector<run_case> const failures = {
      "\t[NR S-03] [2026-1-05 12:00:00]-[2026-1-05 13:00:00]\n"
      "ch-04 [AR S04] retrieve time period fail\n" +
          total(1),
-     asked({support::channel_text(-5, 'c')})},
+     asked({channel_text(-5, 'c')})},
 };
-INSTANTIATE_TEST_SUITE_P(nullid_failures, table_run, testing::ValuesIn(failures),
-                         support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(nullid_failures, table_run, testing::ValuesIn(failures), behaviour_of);
 
 // What is printed when normal recording's stream 1 answers with these.
 run_case listing(std::string const& behaviour, std::list<time_period> const& periods,
@@ -204,8 +189,7 @@ std::vector<run_case> const periods = {
     listing("half_seconds_are_cut_toward_zero_before_the_epoch_too", {period(-500, -1500)},
             "ch01 list:\n\t[NR S00] [1970-1-01 00:00:00]-[1969-12-31 23:59:59]\n" + total(1)),
 };
-INSTANTIATE_TEST_SUITE_P(nullid_periods, table_run, testing::ValuesIn(periods),
-                         support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(nullid_periods, table_run, testing::ValuesIn(periods), behaviour_of);
 
 TEST(nullid, hands_every_request_the_list_as_the_one_before_left_it) {
   auto const script =
@@ -221,36 +205,35 @@ TEST(nullid, hands_every_request_the_list_as_the_one_before_left_it) {
   lines expected(16, "= held");
   expected[7] = "= held 33 43";
   expected[8] = "= held 33 43";
-  EXPECT_EQ(support::lines_with(support::run(script, nullid(all)).calls, "= held"), expected);
+  EXPECT_EQ(lines_with(run(script, nullid(all)).calls, "= held"), expected);
 }
 
 TEST(nullid, other_results_are_not_looked_at) {
-  support::expect_results_are_not_looked_at(
+  expect_results_are_not_looked_at(
       one_channel, nullid(0),
       {"get_channel_list", "create_channel_session", "destroy_channel_session"});
 }
 
 TEST(nullid, reads_the_clock_once) {
   auto const script = with_channels({channel(0, 'c'), channel(1, 'd')}).ticking();
-  EXPECT_EQ(support::run(script, nullid(all)).calls,
-            asked({channel_0, support::channel_text(1, 'd')}));
+  EXPECT_EQ(run(script, nullid(all)).calls, asked({channel_0, channel_text(1, 'd')}));
 }
 
 TEST(nullid, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(
-                with_channels({channel(0, 'c'), channel(1, 'd')}), nullid(all)),
+  EXPECT_EQ(expect_releases_when_any_call_throws(with_channels({channel(0, 'c'), channel(1, 'd')}),
+                                                 nullid(all)),
             2 + 2 * 10);
 }
 
 std::string time_text(std::int64_t seconds, std::string const& zone = "UTC") {
-  return support::run({},
-                      [seconds, zone] {
-                        setenv("TZ", zone.c_str(), 1);
-                        tzset();
-                        char text[256];
-                        st::format_time_text(static_cast<std::time_t>(seconds), text);
-                        std::printf("%s", text);
-                      })
+  return run({},
+             [seconds, zone] {
+               setenv("TZ", zone.c_str(), 1);
+               tzset();
+               char text[256];
+               st::format_time_text(static_cast<std::time_t>(seconds), text);
+               std::printf("%s", text);
+             })
       .output;
 }
 
@@ -276,3 +259,4 @@ TEST(time_text, out_of_range_or_of_a_year_beyond_32_bits_shows_zero_fields) {
 }
 
 }  // namespace
+}  // namespace command_test

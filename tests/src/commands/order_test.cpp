@@ -1,38 +1,27 @@
 // The order of prints and calls in whole runs: what has been printed when a call
 // is made. Readings of the clock and the freeing of days are told as well.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <utility>
 
+#include "command_test.h"
 #include "commands/commands.h"
-#include "records.h"
-#include "runs.h"
 
 // Every free() of this program, by the linker's doing.
 void watched_free(void* block) noexcept __asm__("__wrap_free");
 void real_free(void* block) noexcept __asm__("__real_free");
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::chain;
-using support::dispatched;
-using support::dispatched_with_service;
-using support::lines;
-using support::now;
-using support::now_ms;
-using support::story;
 
 std::string const normal_status = "[Normal                   ]\n";
 std::string const clock_read = "= clock";
 std::string const days_freed = "= days freed";
-std::string const channel_c = support::channel_text(0, 'c');
-std::string const channel_d = support::channel_text(1, 'd');
-std::string const space_a = support::filled(36, 'a');
-std::string const space_b = support::filled(36, 'b');
+std::string const channel_c = channel_text(0, 'c');
+std::string const channel_d = channel_text(1, 'd');
+std::string const space_a = filled(36, 'a');
+std::string const space_b = filled(36, 'b');
 std::int64_t const earliest = now_ms - 86400000;
 
 // The days that are handed out and not yet freed.
@@ -57,18 +46,16 @@ void one_day(channel_sid const& /*channel*/, int /*recording_type*/, day_list* d
 answers whole_service() {
   auto script =
       answers()
-          .with_spaces({support::space("Storage1", 2048, 512, 'a'),
-                        support::space("Storage2", 4096, 1024, 'b')})
-          .with_volumes({sized(support::volume("/nowhere/share/Vol1", 1, 'v', 'a'), 1024),
-                         sized(support::volume("/nowhere/share/Vol2", 2, 'w', 'b'), 1024)})
-          .with_channels({support::channel(0, 'c'), support::channel(1, 'd')})
-          .with_pairings({support::pairing(support::channel_id(0, 'c'), "v1"),
-                          support::pairing(support::channel_id(0, 'c'), "v2"),
-                          support::pairing(support::channel_id(1, 'd'), "w1")})
+          .with_spaces({space("Storage1", 2048, 512, 'a'), space("Storage2", 4096, 1024, 'b')})
+          .with_volumes({sized(volume("/nowhere/share/Vol1", 1, 'v', 'a'), 1024),
+                         sized(volume("/nowhere/share/Vol2", 2, 'w', 'b'), 1024)})
+          .with_channels({channel(0, 'c'), channel(1, 'd')})
+          .with_pairings({pairing(channel_id(0, 'c'), "v1"), pairing(channel_id(0, 'c'), "v2"),
+                          pairing(channel_id(1, 'd'), "w1")})
           .with_channels_of_volumes({{1, {1}}, {2, {2}}})
-          .with_periods_on(4, 1, {support::period(earliest, earliest, 1)})
+          .with_periods_on(4, 1, {period(earliest, earliest, 1)})
           .with_days_of(one_day);
-  script.space_channels = {support::channel_id(0, 'c'), support::channel_id(1, 'd')};
+  script.space_channels = {channel_id(0, 'c'), channel_id(1, 'd')};
   script.clock = [] {
     scripted::call_log::instance().note(clock_read);
     return now;
@@ -77,7 +64,7 @@ answers whole_service() {
 }
 
 lines run(std::vector<std::string> const& words, scripted::script const& script = whole_service()) {
-  return story(support::run(script, support::st_command(words)));
+  return story(support::run(script, st_command(words)));
 }
 
 lines usage() {
@@ -88,7 +75,7 @@ lines usage() {
 
 // A span's lookup and the clock that it reads, twice when it finds nothing.
 lines lookup(int n, std::string const& channel, int type, int stream) {
-  lines calls = support::span_lookup(n, channel, type, stream);
+  lines calls = span_lookup(n, channel, type, stream);
   bool const found = type == 4 && stream == 1;
   if (!found) calls.insert(calls.end() - 1, clock_read);
   calls.insert(calls.begin() + 2, clock_read);
@@ -142,20 +129,20 @@ TEST(order, vollist) {
 TEST(order, volset) {
   EXPECT_EQ(run({"volset", "Other", "1", "1"}),
             dispatched({"setting.get_volume_list()", "Cannot fine volume [Other]\n"}));
-  EXPECT_EQ(support::run_st(whole_service(), {"volset", "Vol1", "1", "1"}).output, "");
+  EXPECT_EQ(run_st(whole_service(), {"volset", "Vol1", "1", "1"}).output, "");
 }
 
 TEST(order, volchn) {
-  EXPECT_EQ(run({"volchn", "Vol2"}), dispatched_with_service({"setting.get_volume_list()",
-                                                              support::volume_channels_question(2),
-                                                              "[01] uses channel[03]\n"}));
+  EXPECT_EQ(run({"volchn", "Vol2"}),
+            dispatched_with_service({"setting.get_volume_list()", volume_channels_question(2),
+                                     "[01] uses channel[03]\n"}));
   EXPECT_EQ(run({"volchn", "Other"}),
             dispatched_with_service({"setting.get_volume_list()", "Cannot fine volume [Other]\n"}));
 }
 
 TEST(order, voluse) {
-  lines handler = {"setting.get_volume_list()", support::volume_channels_question(1),
-                   support::volume_channels_question(2)};
+  lines handler = {"setting.get_volume_list()", volume_channels_question(1),
+                   volume_channels_question(2)};
   for (int channel = 1; channel <= 32; ++channel) {
     handler.push_back((channel < 10 ? "ch0" : "ch") + std::to_string(channel) + " volume=[" +
                       (channel == 2   ? "Vol1"
@@ -177,7 +164,7 @@ TEST(order, volclean) {
         ++n;
         std::int64_t const end = type == 4 && stream == 1 ? earliest - 1 : now_ms;
         auto const tier = [&, each = channel](int number, std::string const& space) {
-          return support::recycling("CFSTier", number, space, each, type, stream, end);
+          return recycling("CFSTier", number, space, each, type, stream, end);
         };
         lines second = tier(2 * n, space_b);
         if (n == 1) second[2] = "Initial Tier to process failure.\n";
@@ -197,18 +184,15 @@ TEST(order, volclean) {
 }
 
 TEST(order, autoclean) {
-  support::temporary_folder const base;
+  temporary_folder const base;
   auto const folder_of = [&](std::string const& name) {
-    return base.path() + "/share/" + name + "/FSU_" + support::filled(32, 'v') + "/preallocate";
+    return base.path() + "/share/" + name + "/FSU_" + filled(32, 'v') + "/preallocate";
   };
-  auto script = whole_service()
-                    .with_channels({support::channel(0, 'c')})
-                    .with_volumes({})
-                    .refusing("init", 2);
+  auto script =
+      whole_service().with_channels({channel(0, 'c')}).with_volumes({}).refusing("init", 2);
   for (std::string const name : {"gone", "mute", "sound", "leaking", "failing"}) {
     auto const number = static_cast<std::int32_t>(script.volumes.size());
-    script.volumes.push_back(
-        sized(support::volume(base.path() + "/share/" + name, number, 'v'), 2000));
+    script.volumes.push_back(sized(volume(base.path() + "/share/" + name, number, 'v'), 2000));
     if (name != "gone") std::filesystem::create_directories(folder_of(name));
   }
   script.program = [&](std::vector<std::string> const& arguments) -> std::optional<std::string> {
@@ -236,8 +220,7 @@ TEST(order, autoclean) {
       for (int stream = 0; stream < 5; ++stream) {
         all = chain({all, lookup(++asked, channel_c, type, stream)});
         if (type != 4 || stream != 1) continue;
-        lines unit =
-            support::recycling("CFSUnit", n, std::to_string(n + 2) + ":" + support::filled(32, 'v'),
+        lines unit = recycling("CFSUnit", n, std::to_string(n + 2) + ":" + filled(32, 'v'),
                                channel_c, type, stream, earliest - 1);
         if (n == 2) unit[2] = "Initial Unit to process failure.\n";
         all = chain({all, unit});
@@ -260,13 +243,12 @@ TEST(order, autoclean) {
 }
 
 TEST(order, autoclean_tells_that_there_are_no_channels_behind_the_leak) {
-  support::temporary_folder const base;
-  base.make("share/vol1/FSU_" + support::filled(32, 'v') + "/preallocate");
-  auto const script =
-      whole_service()
-          .with_channels({})
-          .with_volumes({sized(support::volume(base.path() + "/share/vol1", 1), 2000)})
-          .with_program_output("0\n");
+  temporary_folder const base;
+  base.make("share/vol1/FSU_" + filled(32, 'v') + "/preallocate");
+  auto const script = whole_service()
+                          .with_channels({})
+                          .with_volumes({sized(volume(base.path() + "/share/vol1", 1), 2000)})
+                          .with_program_output("0\n");
   lines const all = run({"autoclean"}, script);
   auto const asked = std::find(all.begin(), all.end(), "setting.get_channel_list(1)");
   ASSERT_NE(asked, all.end());
@@ -313,7 +295,7 @@ lines const spaceinfo_opened = {"setting.get_space_list()",
                                 "\n",
                                 "setting.get_space_channel_storage_list(" + space_a + ")",
                                 "CKivStorage#2()",
-                                "channel: " + support::filled(32, 'c') + "\n",
+                                "channel: " + filled(32, 'c') + "\n",
                                 "    storage_id: v1\n",
                                 "    storage_id: v2\n"};
 
@@ -341,13 +323,12 @@ lines channel_report(int n, std::string const& channel, std::string const& numbe
 }
 
 TEST(order, spaceinfo_with_one_list_of_days_at_a_time) {
-  EXPECT_EQ(
-      run({"spaceinfo", "Storage1"}),
-      dispatched(chain({spaceinfo_opened,
-                        channel_report(1, channel_c, "0", "v1, v2"),
-                        {"channel: " + support::filled(32, 'd') + "\n", "    storage_id: w1\n"},
-                        channel_report(2, channel_d, "1", "w1"),
-                        {"Total recording size: 0(MB)  0.00(GB)\n", "~CKivStorage#2"}})));
+  EXPECT_EQ(run({"spaceinfo", "Storage1"}),
+            dispatched(chain({spaceinfo_opened,
+                              channel_report(1, channel_c, "0", "v1, v2"),
+                              {"channel: " + filled(32, 'd') + "\n", "    storage_id: w1\n"},
+                              channel_report(2, channel_d, "1", "w1"),
+                              {"Total recording size: 0(MB)  0.00(GB)\n", "~CKivStorage#2"}})));
   EXPECT_EQ(run({"spaceinfo", "Other"}),
             dispatched({"setting.get_space_list()", "\n", "no space [Other] info\n"}));
 }
@@ -375,23 +356,24 @@ TEST(order, list_space_channels) {
   EXPECT_EQ(story(result),
             (lines{"setting.get_space_list()", "Space: Storage1 uuid: [" + space_a + "]\n", "\n",
                    "setting.get_space_channel_list(" + space_a + ")", "CKivChannel#1()",
-                   "channel: " + support::filled(32, 'c') + "\n",
+                   "channel: " + filled(32, 'c') + "\n",
                    "CKivChannel#1.create_channel_session(" + channel_c + ", null) = session#1",
                    "session#1.get_recording_days(4, 0, no days)",
                    "CKivChannel#1.destroy_channel_session(session#1)", days_freed,
-                   "channel: " + support::filled(32, 'd') + "\n",
+                   "channel: " + filled(32, 'd') + "\n",
                    "CKivChannel#1.create_channel_session(" + channel_d + ", null)",
                    "storage.cgi storage_channel.create_channel_session fail!!", "~CKivChannel#1"}));
 }
 
 }  // namespace
+}  // namespace command_test
 
 void watched_free(void* block) noexcept {
-  auto& days = watched_days();
+  auto& days = command_test::watched_days();
   auto const found = std::find(days.begin(), days.end(), block);
   if (block != nullptr && found != days.end()) {
     *found = nullptr;
-    scripted::call_log::instance().note(days_freed);
+    scripted::call_log::instance().note(command_test::days_freed);
   }
   real_free(block);
 }

@@ -1,6 +1,5 @@
 #include "commands/preallocate_probe.h"
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,15 +11,10 @@
 #include <stdexcept>
 #include <vector>
 
-#include "records.h"
-#include "runs.h"
+#include "command_test.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::filled;
-using support::lines;
-using support::temporary_folder;
 
 std::string const path_missing = "path does not exist\n-1 77 88\n";
 
@@ -34,9 +28,9 @@ class probed_volume {
   std::string const& path() const { return path_; }
   std::string const& folder() const { return folder_; }
   volume_info record() const {
-    auto volume = support::volume(path_, 1);
-    volume.body.used_size = 900;
-    return volume;
+    volume_info record = volume(path_, 1);
+    record.body.used_size = 900;
+    return record;
   }
   lines calls() const { return {"velt_popen(r, /usr/bin/du, " + folder_ + ")", "velt_pclose()"}; }
 
@@ -97,16 +91,16 @@ TEST(preallocate_probe, reads_the_first_number_that_du_prints_in_kilobytes) {
            {"the 127th would make it 20480", filled(122, ' ') + "20480\n", 2},
            {"keeps the former value without output", "", 77}}) {
     SCOPED_TRACE(each.behaviour);
-    support::expect_run(du_prints(each.printed), probe(volume.record()),
-                        "0 " + std::to_string(each.megabytes) + " 900\n", volume.calls());
+    expect_run(du_prints(each.printed), probe(volume.record()),
+               "0 " + std::to_string(each.megabytes) + " 900\n", volume.calls());
   }
 }
 
 TEST(preallocate_probe, a_missing_folder_fails_and_writes_nothing) {
   temporary_folder const empty;
   std::string const path = empty.path() + "/share/vol1";
-  support::expect_run(du_prints("1024\n"), probe(support::volume(path, 1)),
-                      "Volume [" + path + "] " + path_missing, {});
+  expect_run(du_prints("1024\n"), probe(volume(path, 1)), "Volume [" + path + "] " + path_missing,
+             {});
 }
 
 TEST(preallocate_probe, a_file_in_place_of_the_folder_fails) {
@@ -114,22 +108,21 @@ TEST(preallocate_probe, a_file_in_place_of_the_folder_fails) {
   std::string const path = base.path() + "/share/vol1";
   std::string const storage = base.make("share/vol1/FSU_" + filled(32, 'v'));
   ASSERT_EQ(std::fclose(std::fopen((storage + "/preallocate").c_str(), "w")), 0);
-  support::expect_run(du_prints("1024\n"), probe(support::volume(path, 1)),
-                      "Volume [" + path + "] " + path_missing, {});
+  expect_run(du_prints("1024\n"), probe(volume(path, 1)), "Volume [" + path + "] " + path_missing,
+             {});
 }
 
 TEST(preallocate_probe, leaves_the_working_directory_in_the_folder) {
   probed_volume const volume;
-  support::expect_run(du_prints("1024\n"), probe_and_tell_where(volume.record()),
-                      "0 1 900\n" + volume.folder() + "\n", volume.calls());
+  expect_run(du_prints("1024\n"), probe_and_tell_where(volume.record()),
+             "0 1 900\n" + volume.folder() + "\n", volume.calls());
 }
 
 TEST(preallocate_probe, a_program_that_cannot_be_run_fails_and_the_folder_stays_entered) {
   probed_volume const volume;
-  support::expect_run(
-      du_prints(std::nullopt), probe_and_tell_where(volume.record()),
-      "Can not get preallocate remain size info.\n-1 77 88\n" + volume.folder() + "\n",
-      {volume.calls().front()});
+  expect_run(du_prints(std::nullopt), probe_and_tell_where(volume.record()),
+             "Can not get preallocate remain size info.\n-1 77 88\n" + volume.folder() + "\n",
+             {volume.calls().front()});
 }
 
 void write_megabytes(std::string const& file, std::size_t count) {
@@ -178,15 +171,15 @@ TEST(preallocate_probe, of_a_folder_with_a_subfolder_takes_the_subfolder_s_size)
   script.program = [](std::vector<std::string> const& arguments) {
     return output_of_du(arguments.at(0));
   };
-  support::expect_run(script, probe(volume.record()), "0 " + std::to_string(first) + " 900\n",
-                      volume.calls());
+  expect_run(script, probe(volume.record()), "0 " + std::to_string(first) + " 900\n",
+             volume.calls());
 }
 
 TEST(preallocate_probe, uses_32_characters_of_an_id_without_terminator) {
   probed_volume const volume;
   auto record = volume.record();
   record.sid.terminator = 0x4141;
-  support::expect_run(du_prints("1024\n"), probe(record), "0 1 900\n", volume.calls());
+  expect_run(du_prints("1024\n"), probe(record), "0 1 900\n", volume.calls());
 }
 
 // A volume path that makes the folder's path `size` characters long.
@@ -199,7 +192,7 @@ std::string name_for(std::size_t size) {
 TEST(preallocate_probe, a_folder_path_of_255_characters_fits) {
   probed_volume const volume(name_for(255));
   ASSERT_EQ(volume.folder().size(), 255U);
-  support::expect_run(du_prints("1024\n"), probe(volume.record()), "0 1 900\n", volume.calls());
+  expect_run(du_prints("1024\n"), probe(volume.record()), "0 1 900\n", volume.calls());
 }
 
 TEST(preallocate_probe, a_folder_path_of_256_characters_is_refused_and_not_cut) {
@@ -207,16 +200,15 @@ TEST(preallocate_probe, a_folder_path_of_256_characters_is_refused_and_not_cut) 
   ASSERT_EQ(volume.folder().size(), 256U);
   // Both folders exist: the one meant, and the one that a cut path would name.
   std::filesystem::create_directory(volume.folder().substr(0, 255));
-  support::expect_run(du_prints("1024\n"), probe_and_tell_where(volume.record()),
-                      "Volume [" + volume.path() + "] " + path_missing + "/\n", {});
+  expect_run(du_prints("1024\n"), probe_and_tell_where(volume.record()),
+             "Volume [" + volume.path() + "] " + path_missing + "/\n", {});
 }
 
 TEST(preallocate_probe, a_path_that_fills_its_field_is_refused_and_shown_whole) {
   std::string const path = "/" + filled(1023, 'p');
-  auto record = support::volume(path, 1);
+  auto record = volume(path, 1);
   record.body.filler_2908[0] = 'X';
-  support::expect_run(du_prints("1024\n"), probe(record), "Volume [" + path + "] " + path_missing,
-                      {});
+  expect_run(du_prints("1024\n"), probe(record), "Volume [" + path + "] " + path_missing, {});
 }
 
 TEST(preallocate_probe, du_does_not_see_the_caller_s_block_size) {
@@ -237,8 +229,9 @@ TEST(preallocate_probe, du_does_not_see_the_caller_s_block_size) {
       setenv("UNRELATED", "1", 1);
       probe(record)();
     };
-    support::expect_run(script, body, "0 1024 900\n", volume.calls());
+    expect_run(script, body, "0 1024 900\n", volume.calls());
   }
 }
 
 }  // namespace
+}  // namespace command_test

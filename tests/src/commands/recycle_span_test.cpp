@@ -1,31 +1,17 @@
-#include <gtest/gtest.h>
-
+#include "command_test.h"
 #include "commands/recycling.h"
-#include "records.h"
-#include "runs.h"
 #include "storage/ids.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
 
-using support::answers;
-using support::lines;
-using support::now;
-using support::now_ms;
-using support::period;
-using support::run_case;
-using support::span_lookup;
-using support::span_start;
-using support::table_run;
-
-std::string const channel_c = support::channel_text(3, 'c');
+std::string const channel_c = channel_text(3, 'c');
 
 // Prints "result end", the end set to 5 beforehand.
 std::function<void()> look_up(int alarm = 0, int stream_no = 0) {
   return [alarm, stream_no] {
     stream_info stream;
-    stream.channel = support::channel_id(3, 'c');
+    stream.channel = channel_id(3, 'c');
     stream.channel.filler_38[0] = 1;
     stream.stream = 77;  // not read, like the type
     stream.recording_type = 78;
@@ -75,7 +61,7 @@ std::vector<run_case> const cases = {
      {"CKivChannel#1()", "CKivChannel#1.create_channel_session(" + channel_c + ", null)",
       "CKivChannel#1.destroy_channel_session(null)", "~CKivChannel#1"}},
 };
-INSTANTIATE_TEST_SUITE_P(recycle_span, table_run, testing::ValuesIn(cases), support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(recycle_span, table_run, testing::ValuesIn(cases), behaviour_of);
 
 TEST(recycle_span, reads_the_clock_behind_the_opened_and_again_behind_the_closed_session) {
   auto script = answering({period(1000)});
@@ -93,7 +79,7 @@ TEST(recycle_span, reads_the_clock_behind_the_opened_and_again_behind_the_closed
 TEST(recycle_span, a_second_exception_on_the_way_out_leaves_the_first) {
   auto const script =
       answering({}).throwing("get_time_period_list").throwing("destroy_channel_session");
-  auto const result = support::in_child(script, look_up());
+  auto const result = in_child(script, look_up());
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.escaped, "get_time_period_list");
   lines expected = span_lookup(1, channel_c, 4, 0);
@@ -104,25 +90,26 @@ TEST(recycle_span, a_second_exception_on_the_way_out_leaves_the_first) {
 
 TEST(recycle_stream, hands_on_a_span_that_ends_before_or_at_its_start) {
   stream_info stream;
-  stream.channel = st::identity_of(support::channel_id(3, 'c'));
+  stream.channel = st::identity_of(channel_id(3, 'c'));
   stream.recording_type = 4;
   for (std::int64_t const end : {std::int64_t{-9}, span_start - 1, span_start}) {
     auto const recycling_on = [&](std::string const& kind) {
-      return support::recycling(kind, 1, support::filled(36, 'a'), channel_c, 4, 0, end);
+      return recycling(kind, 1, filled(36, 'a'), channel_c, 4, 0, end);
     };
     auto const tier = [stream, end] {
-      st::recycle_stream<CFSTier>(support::id_of('a'), stream, span_start, end, "no tier\n");
+      st::recycle_stream<CFSTier>(id_of('a'), stream, span_start, end, "no tier\n");
     };
     auto const unit = [stream, end] {
-      st::recycle_stream<CFSUnit>(support::id_of('a'), stream, span_start, end, "no unit\n");
+      st::recycle_stream<CFSUnit>(id_of('a'), stream, span_start, end, "no unit\n");
     };
-    support::expect_run({}, tier, "", recycling_on("CFSTier"));
-    support::expect_run({}, unit, "", recycling_on("CFSUnit"));
+    expect_run({}, tier, "", recycling_on("CFSTier"));
+    expect_run({}, unit, "", recycling_on("CFSUnit"));
   }
 }
 
 TEST(recycle_span, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(answering({period(1000)}), look_up()), 4);
+  EXPECT_EQ(expect_releases_when_any_call_throws(answering({period(1000)}), look_up()), 4);
 }
 
 }  // namespace
+}  // namespace command_test

@@ -1,35 +1,20 @@
-#include <gtest/gtest.h>
-
+#include "command_test.h"
 #include "commands/recycling.h"
-#include "records.h"
-#include "runs.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::chain;
-using support::channel;
-using support::lines;
-using support::now_ms;
-using support::period;
-using support::recycling;
-using support::run_case;
-using support::span_start;
-using support::table_run;
 
 constexpr int all = -1;
 lines const channel_list = {"setting.get_channel_list(1)"};
-std::string const volume_id = "7:" + support::filled(32, 'v');
-std::string const channel_c = support::channel_text(0, 'c');
-std::string const channel_d = support::channel_text(1, 'd');
+std::string const volume_id = "7:" + filled(32, 'v');
+std::string const channel_c = channel_text(0, 'c');
+std::string const channel_d = channel_text(1, 'd');
 constexpr std::int64_t earliest = now_ms - 86400000;
 
 std::function<void()> recycle(int filter = all) {
   return [filter] {
-    volume_info const volume = support::volume("/share/Vol7", 7);
-    st::recycle_volume_units(scripted::setting(), &volume, filter);
+    volume_info const vol_7 = volume("/share/Vol7", 7);
+    st::recycle_volume_units(scripted::setting(), &vol_7, filter);
   };
 }
 
@@ -42,7 +27,7 @@ answers const one_channel = two_channels.with_channels({channel(0, 'c')});
 
 // The ten lookups of a channel, with the n-th unit after the first of them.
 lines channel_calls(std::string const& channel, int n) {
-  return support::stream_walk(n, channel, [&](int, int type, int stream) {
+  return stream_walk(n, channel, [&](int, int type, int stream) {
     bool const recorded = type == 4 && stream == 0;
     return recorded ? recycling("CFSUnit", n, volume_id, channel, type, stream, earliest - 1)
                     : lines{};
@@ -51,7 +36,7 @@ lines channel_calls(std::string const& channel, int n) {
 
 // Those of a channel without recordings.
 lines lookups_only(std::string const& channel, int n) {
-  return support::stream_walk(n, channel, [](int, int, int) { return lines{}; });
+  return stream_walk(n, channel, [](int, int, int) { return lines{}; });
 }
 
 std::vector<run_case> const cases = {
@@ -59,12 +44,11 @@ std::vector<run_case> const cases = {
      "", chain({channel_list, channel_calls(channel_c, 1), channel_calls(channel_d, 2)})},
     {"takes_up_to_ten_units_a_channel_normal_before_alarm",
      one_channel.with_periods({period(earliest + 5), period(earliest)}), recycle(), "",
-     chain({channel_list, support::stream_walk(1, channel_c,
-                                               [](int index, int type, int stream) {
-                                                 return recycling("CFSUnit", index, volume_id,
-                                                                  channel_c, type, stream,
-                                                                  earliest - 1);
-                                               })})},
+     chain({channel_list, stream_walk(1, channel_c,
+                                      [](int index, int type, int stream) {
+                                        return recycling("CFSUnit", index, volume_id, channel_c,
+                                                         type, stream, earliest - 1);
+                                      })})},
     {"streams_without_recordings_are_left_alone", two_channels.with_periods({}), recycle(), "",
      chain({channel_list, lookups_only(channel_c, 1), lookups_only(channel_d, 2)})},
     {"no_channels_print_a_message", two_channels.with_channels({}), recycle(),
@@ -77,20 +61,18 @@ std::vector<run_case> const cases = {
      chain({channel_list, channel_calls(channel_c, 1)})},
     {"a_filter_without_a_channel_takes_none", two_channels, recycle(5), "", channel_list},
 };
-INSTANTIATE_TEST_SUITE_P(recycle_volume_units, table_run, testing::ValuesIn(cases),
-                         support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(recycle_volume_units, table_run, testing::ValuesIn(cases), behaviour_of);
 
 TEST(recycle_volume_units, a_span_that_ends_before_its_start_is_recycled_as_it_is) {
   auto const script = one_channel.with_periods_on(1, 4, {period(span_start - 5000)});
-  EXPECT_EQ(support::lines_with(support::run(script, recycle()).calls, "CFSUnit"),
+  EXPECT_EQ(lines_with(run(script, recycle()).calls, "CFSUnit"),
             recycling("CFSUnit", 1, volume_id, channel_c, 1, 4, span_start - 5001));
 }
 
 TEST(recycle_volume_units, a_channel_that_cannot_be_asked_is_left_alone) {
-  auto const result =
-      support::run(two_channels.handing_out_null("create_channel_session"), recycle());
+  auto const result = run(two_channels.handing_out_null("create_channel_session"), recycle());
   EXPECT_EQ(result.output, "");
-  EXPECT_EQ(support::lines_with(result.calls, "CFSUnit"), lines{});
+  EXPECT_EQ(lines_with(result.calls, "CFSUnit"), lines{});
   EXPECT_EQ(result.calls.size(), 1U + 2 * 10 * 4);
 }
 
@@ -101,42 +83,41 @@ TEST(recycle_volume_units, a_unit_that_cannot_be_prepared_is_told_once_for_each_
                             return std::list<time_period>(recorded ? 1 : 0, period(earliest));
                           })
                           .refusing("init");
-  auto const result = support::run(script, recycle());
+  auto const result = run(script, recycle());
   EXPECT_EQ(result.output, "Initial Unit to process failure.\nInitial Unit to process failure.\n");
-  EXPECT_EQ(support::lines_with(result.calls, "CFSUnit"),
-            chain({support::failed_init("CFSUnit", 1, volume_id),
-                   support::failed_init("CFSUnit", 2, volume_id)}));
+  EXPECT_EQ(lines_with(result.calls, "CFSUnit"),
+            chain({failed_init("CFSUnit", 1, volume_id), failed_init("CFSUnit", 2, volume_id)}));
 }
 
 TEST(recycle_volume_units, results_are_not_looked_at) {
-  support::expect_results_are_not_looked_at(
+  expect_results_are_not_looked_at(
       two_channels, recycle(),
       {"get_channel_list", "get_time_period_list", "recycle_stream_data", "uninit",
        "create_channel_session", "destroy_channel_session"});
 }
 
 TEST(recycle_volume_units, reads_the_clock_for_the_span_s_start_once) {
-  auto const calls = support::run(two_channels.ticking(), recycle()).calls;
-  EXPECT_EQ(support::lines_with(support::lines_with(calls, "get_time_period_list"),
-                                ", " + std::to_string(span_start) + ", ")
+  auto const calls = run(two_channels.ticking(), recycle()).calls;
+  EXPECT_EQ(lines_with(lines_with(calls, "get_time_period_list"),
+                       ", " + std::to_string(span_start) + ", ")
                 .size(),
             20U);
 }
 
 TEST(recycle_volume_units, a_second_exception_on_the_way_out_leaves_the_first) {
   auto const result =
-      support::in_child(two_channels.throwing("recycle_stream_data").throwing("uninit"), recycle());
+      in_child(two_channels.throwing("recycle_stream_data").throwing("uninit"), recycle());
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.escaped, "recycle_stream_data");
   lines unit = recycling("CFSUnit", 1, volume_id, channel_c, 4, 0, earliest - 1);
   unit[2] += " throws";
   unit[3] += " throws";
-  EXPECT_EQ(result.calls, chain({channel_list, support::span_lookup(1, channel_c, 4, 0), unit}));
+  EXPECT_EQ(result.calls, chain({channel_list, span_lookup(1, channel_c, 4, 0), unit}));
 }
 
 TEST(recycle_volume_units, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(two_channels, recycle()),
-            1 + 2 * (10 * 4 + 4));
+  EXPECT_EQ(expect_releases_when_any_call_throws(two_channels, recycle()), 1 + 2 * (10 * 4 + 4));
 }
 
 }  // namespace
+}  // namespace command_test

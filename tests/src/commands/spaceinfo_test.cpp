@@ -1,24 +1,11 @@
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <utility>
 
+#include "command_test.h"
 #include "commands/commands.h"
-#include "records.h"
-#include "runs.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::chain;
-using support::channel_id;
-using support::filled;
-using support::lines;
-using support::pairing;
-using support::run_case;
-using support::table_run;
 
 std::string const sid = filled(36, 'a');
 std::string const header = "Space: Storage1 uuid: [" + sid + "]\n\n";
@@ -29,8 +16,8 @@ lines const closed = {"~CKivStorage#1"};
 
 channel_sid const channel_c = channel_id(0, 'c');
 channel_sid const channel_d = channel_id(7, 'd');
-std::string const text_c = support::channel_text(0, 'c');
-std::string const text_d = support::channel_text(7, 'd');
+std::string const text_c = channel_text(0, 'c');
+std::string const text_d = channel_text(7, 'd');
 std::string const v31 = filled(31, 'v');
 std::string const w31 = filled(31, 'w');
 
@@ -41,7 +28,7 @@ std::function<void()> spaceinfo(std::string const& name = "Storage1") {
 // No days; sizes 100, 20 and 1000 MB.
 answers with_pairings(std::list<channel_storage_info> const& pairings) {
   return answers()
-      .with_spaces({support::space("Storage1", 10, 5, 'a')})
+      .with_spaces({space("Storage1", 10, 5, 'a')})
       .with_pairings(pairings)
       .with_sizes_of([](channel_sid const&, int type) {
         return std::int64_t{type == 4 ? 100 : type == 1 ? 20 : 1000};
@@ -121,8 +108,7 @@ std::vector<run_case> const spaces = {
     {"an_empty_name_is_another", with_pairings({}), spaceinfo(""), "\nno space [] info\n",
      spaces_only},
     {"of_two_spaces_with_the_name_the_first_is_shown",
-     with_pairings({}).with_spaces(
-         {support::space("Storage1", 10, 5, 'a'), support::space("Storage1", 1, 1, 'b')}),
+     with_pairings({}).with_spaces({space("Storage1", 10, 5, 'a'), space("Storage1", 1, 1, 'b')}),
      spaceinfo(), header + total_0, chain({opened, closed})},
     {"a_space_without_pairings_shows_a_total_of_0", with_pairings({}), spaceinfo(),
      header + total_0, chain({opened, closed})},
@@ -134,8 +120,7 @@ std::vector<run_case> const spaces = {
       "setting.get_space_channel_storage_list(" + sid + " without terminator)", "CKivStorage#1()",
       "~CKivStorage#1"}},
 };
-INSTANTIATE_TEST_SUITE_P(spaceinfo_spaces, table_run, testing::ValuesIn(spaces),
-                         support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(spaceinfo_spaces, table_run, testing::ValuesIn(spaces), behaviour_of);
 
 std::pair<channel_sid, channel_sid> same_terminated_text() {
   channel_sid first = channel_id(1, 'c');
@@ -147,7 +132,7 @@ std::pair<channel_sid, channel_sid> same_terminated_text() {
 }
 auto const [cut_1, cut_2] = same_terminated_text();
 channel_storage_info const of_zeros = pairing(channel_id(3, '0'), "z");
-std::string const text_zeros = support::channel_text(3, '0');
+std::string const text_zeros = channel_text(3, '0');
 
 std::vector<run_case> const channels = {
     {"shows_storage_ids_days_and_sizes_of_a_channel",
@@ -201,8 +186,7 @@ std::vector<run_case> const channels = {
      header + shown({'c', {v31, v31}}) + total_1000,
      chain({opened, channel_calls(1, text_c, v31 + ", " + v31), closed})},
 };
-INSTANTIATE_TEST_SUITE_P(spaceinfo_channels, table_run, testing::ValuesIn(channels),
-                         support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(spaceinfo_channels, table_run, testing::ValuesIn(channels), behaviour_of);
 
 std::string failed_with(int result) {
   return "Error TTimeLineInfo call create_channel_configuration ret=" + std::to_string(result);
@@ -247,8 +231,7 @@ std::vector<run_case> const failures = {
          "Total recording size: 700(MB)  0.68(GB)\n",
      calls_c_d},
 };
-INSTANTIATE_TEST_SUITE_P(spaceinfo_failures, table_run, testing::ValuesIn(failures),
-                         support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(spaceinfo_failures, table_run, testing::ValuesIn(failures), behaviour_of);
 
 // What is shown of days that are answered like this; what was allocated is freed.
 run_case with_odd_days(std::string const& behaviour, void (*fill)(int, day_list*),
@@ -284,15 +267,14 @@ std::vector<run_case> const odd_days = {
         "    Normal total days: 2\n        day[0] = \n        day[1] = 2026-11-21\n"
         "    Alarm total days: 0\n"),
 };
-INSTANTIATE_TEST_SUITE_P(spaceinfo_days, table_run, testing::ValuesIn(odd_days),
-                         support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(spaceinfo_days, table_run, testing::ValuesIn(odd_days), behaviour_of);
 
 TEST(spaceinfo, the_total_in_gigabytes_has_two_decimals_and_single_precision) {
   auto const total = [](std::int64_t all) {
-    auto const output = support::run(one_channel.with_sizes_of([all](channel_sid const&, int type) {
+    auto const output = run(one_channel.with_sizes_of([all](channel_sid const&, int type) {
                           return type == 0 ? all : std::int64_t{0};
                         }),
-                                     spaceinfo())
+                            spaceinfo())
                             .output;
     return output.substr(output.find("Total"));
   };
@@ -303,7 +285,7 @@ TEST(spaceinfo, the_total_in_gigabytes_has_two_decimals_and_single_precision) {
 }
 
 TEST(spaceinfo, other_results_are_not_looked_at) {
-  support::expect_results_are_not_looked_at(
+  expect_results_are_not_looked_at(
       one_channel, spaceinfo(),
       {"get_space_list", "get_space_channel_storage_list", "get_recording_days",
        "get_channel_recording_size", "get_channel_total_recording_size",
@@ -311,9 +293,9 @@ TEST(spaceinfo, other_results_are_not_looked_at) {
 }
 
 TEST(spaceinfo, a_second_exception_on_the_way_out_leaves_the_first) {
-  auto const result = support::in_child(
-      one_channel.throwing("get_recording_days").throwing("destroy_channel_configuration"),
-      spaceinfo());
+  auto const result =
+      in_child(one_channel.throwing("get_recording_days").throwing("destroy_channel_configuration"),
+               spaceinfo());
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.escaped, "get_recording_days");
   lines const calls = channel_calls(1, text_c, "v1");
@@ -322,9 +304,10 @@ TEST(spaceinfo, a_second_exception_on_the_way_out_leaves_the_first) {
 }
 
 TEST(spaceinfo, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(
+  EXPECT_EQ(expect_releases_when_any_call_throws(
                 two_channels.with_days({"2026-11-20", "2026-11-21"}), spaceinfo()),
             3 + 2 * 7);
 }
 
 }  // namespace
+}  // namespace command_test

@@ -1,19 +1,8 @@
-#include <gtest/gtest.h>
-
+#include "command_test.h"
 #include "commands/commands.h"
-#include "records.h"
-#include "runs.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::filled;
-using support::in_status;
-using support::run_case;
-using support::space;
-using support::table_run;
 
 void spacelist() { st::cmd_spacelist(scripted::setting()); }
 
@@ -78,7 +67,7 @@ std::vector<run_case> const cases = {
             "Space count: 1\n[01] [" + filled(511, 'n') +
                 "], total size: 1 GB, used: 0 MB, use 0.00% [Normal                   ]\n\n"),
 };
-INSTANTIATE_TEST_SUITE_P(spacelist, table_run, testing::ValuesIn(cases), support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(spacelist, table_run, testing::ValuesIn(cases), behaviour_of);
 
 TEST(spacelist, counters_have_two_digits_and_widen_from_100) {
   std::string expected = "Space count: 101\n";
@@ -92,9 +81,9 @@ TEST(spacelist, counters_have_two_digits_and_widen_from_100) {
 
 TEST(spacelist, releases_when_any_call_throws) {
   auto const script = answers().with_spaces({half_full});
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(script, spacelist), 1);
-  EXPECT_EQ(
-      support::expect_releases_when_any_call_throws(script, support::st_command({"spacelist"})), 5);
+  EXPECT_EQ(expect_releases_when_any_call_throws(script, spacelist), 1);
+  EXPECT_EQ(expect_releases_when_any_call_throws(script, st_command({"spacelist"})), 5);
 }
 
 }  // namespace
+}  // namespace command_test

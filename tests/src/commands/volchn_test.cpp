@@ -1,20 +1,9 @@
-#include <gtest/gtest.h>
-
+#include "command_test.h"
 #include "commands/commands.h"
 #include "commands/lookup.h"
-#include "records.h"
-#include "runs.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::filled;
-using support::lines;
-using support::run_case;
-using support::table_run;
-using support::volume;
 
 lines const list_only = {"setting.get_volume_list()"};
 
@@ -41,7 +30,7 @@ run_case found(std::string const& behaviour, answers const& script, std::string 
           script,
           volchn(name),
           output,
-          {"setting.get_volume_list()", support::volume_channels_question(volume_no)}};
+          {"setting.get_volume_list()", volume_channels_question(volume_no)}};
 }
 
 run_case unknown(std::string const& behaviour, answers const& script, std::string const& name) {
@@ -101,15 +90,15 @@ std::vector<run_case> const cases = {
      [] { st::cmd_volchn(scripted::setting(), nullptr, "Vol1"); },
      "NO channel using volume [Vol1]\n", list_only},
 };
-INSTANTIATE_TEST_SUITE_P(volchn, table_run, testing::ValuesIn(cases), support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(volchn, table_run, testing::ValuesIn(cases), behaviour_of);
 
 TEST(volchn, results_are_not_looked_at) {
-  support::expect_results_are_not_looked_at(two_volumes({1}), volchn("Vol1"),
-                                            {"get_volume_list", "get_volume_channels"});
+  expect_results_are_not_looked_at(two_volumes({1}), volchn("Vol1"),
+                                   {"get_volume_list", "get_volume_channels"});
 }
 
 TEST(volchn, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(two_volumes({1}), volchn("Vol1")), 2);
+  EXPECT_EQ(expect_releases_when_any_call_throws(two_volumes({1}), volchn("Vol1")), 2);
 }
 
 // Prints "result number_1092 volume_no" of a query whose numbers were -1.
@@ -127,8 +116,8 @@ TEST(find_volume_by_name, prepares_the_query_and_writes_the_number_when_found) {
 }
 
 TEST(find_volume_by_name, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(two_volumes({}), find_by_name("Vol1")),
-            1);
+  EXPECT_EQ(expect_releases_when_any_call_throws(two_volumes({}), find_by_name("Vol1")), 1);
 }
 
 }  // namespace
+}  // namespace command_test

@@ -1,33 +1,17 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <ctime>
 
+#include "command_test.h"
 #include "commands/commands.h"
-#include "records.h"
-#include "runs.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::chain;
-using support::channel;
-using support::lines;
-using support::now;
-using support::now_ms;
-using support::recycling;
-using support::run_case;
-using support::space;
-using support::span_start;
-using support::table_run;
 
 constexpr int all = -1;
 lines const both_lists = {"setting.get_space_list()", "setting.get_channel_list(1)"};
-std::string const space_a = support::filled(36, 'a');
-std::string const space_b = support::filled(36, 'b');
-std::string const channel_0 = support::channel_text(0, 'c');
+std::string const space_a = filled(36, 'a');
+std::string const space_b = filled(36, 'b');
+std::string const channel_0 = channel_text(0, 'c');
 constexpr std::int64_t earliest = now_ms - 86400000;
 
 std::function<void()> volclean(int filter) {
@@ -41,7 +25,7 @@ answers with_channels(std::list<channel_setting> const& channels) {
       .with_spaces({space("A", 1, 1, 'a'), space("B", 1, 1, 'b')})
       .with_channels(channels)
       .with_periods_of([](channel_sid const&, int, int stream) {
-        return std::list<time_period>(stream == 0 ? 1 : 0, support::period(earliest));
+        return std::list<time_period>(stream == 0 ? 1 : 0, period(earliest));
       });
 }
 answers const one_channel = with_channels({channel(0, 'c')});
@@ -68,7 +52,7 @@ lines recycled(std::vector<std::string> const& channels, std::vector<int> const&
   for (std::string const& each : channels) {
     auto const tier = [&](int number, std::string const& id, int type, int stream) {
       bool const fails = std::count(failing.begin(), failing.end(), number) != 0;
-      return fails ? support::failed_init("CFSTier", number, id)
+      return fails ? failed_init("CFSTier", number, id)
                    : recycling("CFSTier", number, id, each, type, stream,
                                stream == 0 ? earliest - 1 : now_ms);
     };
@@ -76,7 +60,7 @@ lines recycled(std::vector<std::string> const& channels, std::vector<int> const&
       return chain(
           {tier(2 * index - 1, space_a, type, stream), tier(2 * index, space_b, type, stream)});
     };
-    calls = chain({calls, support::stream_walk(++n, each, both_tiers)});
+    calls = chain({calls, stream_walk(++n, each, both_tiers)});
   }
   return calls;
 }
@@ -88,7 +72,7 @@ std::vector<run_case> const cases = {
      with_channels({channel(9, 'd'), channel(0, 'c')}), volclean(all),
      "Recycle --ch10-- data ...\n" + stream_lines + "Recycle --ch01-- data ...\n" + stream_lines +
          closing,
-     recycled({support::channel_text(9, 'd'), channel_0})},
+     recycled({channel_text(9, 'd'), channel_0})},
     {"a_filter_takes_a_channel_by_its_number",
      with_channels({channel(5, 'd'), channel(0, 'c'), channel(5, 'e')}), volclean(0),
      "Recycle --ch01-- data ...\n" + stream_lines + closing, recycled({channel_0})},
@@ -96,7 +80,7 @@ std::vector<run_case> const cases = {
      with_channels({channel(5, 'd'), channel(0, 'c'), channel(5, 'e')}), volclean(5),
      "Recycle --ch06-- data ...\n" + stream_lines + "Recycle --ch06-- data ...\n" + stream_lines +
          closing,
-     recycled({support::channel_text(5, 'd'), support::channel_text(5, 'e')})},
+     recycled({channel_text(5, 'd'), channel_text(5, 'e')})},
     {"a_filter_without_a_channel_prints_the_closing_line_only", one_channel, volclean(7), closing,
      both_lists},
     {"the_channel_with_the_greatest_id_is_passed_over", with_channels({channel(3, '9')}),
@@ -105,7 +89,7 @@ std::vector<run_case> const cases = {
      with_channels({channel(3, '9')}), volclean(3), closing, both_lists},
     {"a_channel_number_below_0_is_padded_with_its_sign", with_channels({channel(-5, 'c')}),
      volclean(-5), "Recycle --ch-4-- data ...\n" + stream_lines + closing,
-     recycled({support::channel_text(-5, 'c')})},
+     recycled({channel_text(-5, 'c')})},
     {"no_space_ends_at_once", one_channel.with_spaces({}), volclean(all),
      "No space or channel found.\n", both_lists},
     {"no_channel_ends_at_once", with_channels({}), volclean(all), "No space or channel found.\n",
@@ -128,41 +112,39 @@ std::vector<run_case> const cases = {
          stream_lines.substr(stream_lines.find("\t[NR S01]")) + closing,
      recycled({channel_0}, {1, 4})},
 };
-INSTANTIATE_TEST_SUITE_P(volclean, table_run, testing::ValuesIn(cases), support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(volclean, table_run, testing::ValuesIn(cases), behaviour_of);
 
 TEST(volclean, the_greatest_id_is_compared_over_32_bytes) {
   auto script = with_channels({channel(0, '9')});
   script.channels.front().channel.id[31] = '8';
-  EXPECT_EQ(support::run(script, volclean(0)).output,
+  EXPECT_EQ(run(script, volclean(0)).output,
             "Recycle --ch01-- data ...\n" + stream_lines + closing);
 }
 
 TEST(volclean, a_span_that_ends_before_its_start_is_recycled_as_it_is) {
-  auto const script = one_channel.with_spaces({space("A", 1, 1, 'a')})
-                          .with_periods({support::period(span_start - 5000)});
+  auto const script =
+      one_channel.with_spaces({space("A", 1, 1, 'a')}).with_periods({period(span_start - 5000)});
   auto const tier = [](int index, int type, int stream) {
     return recycling("CFSTier", index, space_a, channel_0, type, stream, span_start - 5001);
   };
-  EXPECT_EQ(support::run(script, volclean(0)).calls,
-            chain({both_lists, support::stream_walk(1, channel_0, tier)}));
+  EXPECT_EQ(run(script, volclean(0)).calls, chain({both_lists, stream_walk(1, channel_0, tier)}));
 }
 
 TEST(volclean, results_are_not_looked_at) {
-  support::expect_results_are_not_looked_at(
+  expect_results_are_not_looked_at(
       one_channel, volclean(0),
       {"get_space_list", "get_channel_list", "get_time_period_list", "recycle_stream_data",
        "uninit", "create_channel_session", "destroy_channel_session"});
 }
 
 TEST(volclean, a_channel_that_cannot_be_asked_is_not_recycled_and_not_mentioned) {
-  auto const result =
-      support::run(one_channel.handing_out_null("create_channel_session", 2), volclean(0));
+  auto const result = run(one_channel.handing_out_null("create_channel_session", 2), volclean(0));
   std::string without_second = stream_lines;
   std::string const second = "\t[NR S01] Can not find time period.\n";
   without_second.erase(without_second.find(second), second.size());
   EXPECT_EQ(result.output, "Recycle --ch01-- data ...\n" + without_second + closing);
-  EXPECT_EQ(support::lines_with(result.calls, "stream 1 type 4"), lines{});
-  EXPECT_EQ(support::lines_with(result.calls, "recycle_stream_data").size(), 18U);
+  EXPECT_EQ(lines_with(result.calls, "stream 1 type 4"), lines{});
+  EXPECT_EQ(lines_with(result.calls, "recycle_stream_data").size(), 18U);
 }
 
 TEST(volclean, computes_the_span_s_start_once_and_its_end_at_each_lookup) {
@@ -170,14 +152,13 @@ TEST(volclean, computes_the_span_s_start_once_and_its_end_at_each_lookup) {
   lines expected;
   // The clock is read for the start, and twice for each lookup.
   auto const tier = [&](int index, int type, int stream) {
-    auto const calls =
-        recycling("CFSTier", index, space_a, channel_0, type, stream, now_ms + 2000 * index);
+    auto const calls = recycling("CFSTier", index, space_a, channel_0, type, stream,
+                                 now_ms + std::int64_t{2000} * index);
     expected.push_back(calls[2]);
     return calls;
   };
-  support::stream_walk(1, channel_0, tier);
-  EXPECT_EQ(support::lines_with(support::run(script, volclean(0)).calls, "recycle_stream_data"),
-            expected);
+  stream_walk(1, channel_0, tier);
+  EXPECT_EQ(lines_with(run(script, volclean(0)).calls, "recycle_stream_data"), expected);
 }
 
 TEST(volclean, times_beyond_32_bits_of_seconds_are_widened) {
@@ -185,15 +166,13 @@ TEST(volclean, times_beyond_32_bits_of_seconds_are_widened) {
   auto script = one_channel.with_periods({});
   constexpr std::int64_t late = 4102444800;  // 2100
   script.clock = [] { return late; };
-  EXPECT_EQ(support::lines_with(support::run(script, volclean(0)).calls,
-                                ", 4099852800000, 4102444800000, 0)")
-                .size(),
+  EXPECT_EQ(lines_with(run(script, volclean(0)).calls, ", 4099852800000, 4102444800000, 0)").size(),
             20U);
 }
 
 TEST(volclean, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(one_channel, volclean(0)),
-            2 + 10 * (4 + 2 * 4));
+  EXPECT_EQ(expect_releases_when_any_call_throws(one_channel, volclean(0)), 2 + 10 * (4 + 2 * 4));
 }
 
 }  // namespace
+}  // namespace command_test

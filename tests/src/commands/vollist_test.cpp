@@ -1,20 +1,8 @@
-#include <gtest/gtest.h>
-
+#include "command_test.h"
 #include "commands/commands.h"
-#include "records.h"
-#include "runs.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::filled;
-using support::lines;
-using support::run_case;
-using support::space;
-using support::table_run;
-using support::volume;
 
 lines const both_lists = {"setting.get_space_list()", "setting.get_volume_list()"};
 lines const spaces_only = {"setting.get_space_list()"};
@@ -120,7 +108,7 @@ std::vector<run_case> const spaces = {
          no_volume,
      both_lists},
     {"shows_the_space_s_status_with_its_spare_state",
-     answers().with_spaces({support::in_status(space("Storage1", 1024, 0), 5, 1)}), vollist(),
+     answers().with_spaces({in_status(space("Storage1", 1024, 0), 5, 1)}), vollist(),
      "Space: Storage1\n"
      "[Storage1], total size: 1 GB, used: 0 MB, use 0.00% [Error(Spare Error)       ]\n\n" +
          no_volume,
@@ -129,8 +117,7 @@ std::vector<run_case> const spaces = {
      with_volumes({plain("/share/Vol1")}).refusing("get_volume_list"), vollist(),
      header + no_volume, both_lists},
 };
-INSTANTIATE_TEST_SUITE_P(vollist_spaces, table_run, testing::ValuesIn(spaces),
-                         support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(vollist_spaces, table_run, testing::ValuesIn(spaces), behaviour_of);
 
 std::vector<run_case> const volumes = {
     listing("no_volumes_at_all", {}, no_volume),
@@ -165,8 +152,7 @@ std::vector<run_case> const volumes = {
                 "[03] [v], [NORMAL] [UNKNOW_STATUS      ], " + empty_gigabyte +
                 "[04] [v], [NORMAL] [UNKNOW_STATUS      ], " + empty_gigabyte),
 };
-INSTANTIATE_TEST_SUITE_P(vollist_volumes, table_run, testing::ValuesIn(volumes),
-                         support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(vollist_volumes, table_run, testing::ValuesIn(volumes), behaviour_of);
 
 TEST(vollist, the_uuid_is_compared_over_all_36_bytes) {
   auto near_miss = plain("/share/Vol1");
@@ -198,14 +184,14 @@ TEST(vollist, counts_past_99_and_only_the_space_s_own_volumes) {
 }
 
 TEST(vollist, results_of_the_lists_are_not_looked_at) {
-  support::expect_results_are_not_looked_at(with_volumes({plain("/share/Vol1")}), vollist(),
-                                            {"get_volume_list", "get_space_list"});
+  expect_results_are_not_looked_at(with_volumes({plain("/share/Vol1")}), vollist(),
+                                   {"get_volume_list", "get_space_list"});
 }
 
 TEST(vollist, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(with_volumes({plain("/share/Vol1")}),
-                                                          vollist()),
+  EXPECT_EQ(expect_releases_when_any_call_throws(with_volumes({plain("/share/Vol1")}), vollist()),
             2);
 }
 
 }  // namespace
+}  // namespace command_test

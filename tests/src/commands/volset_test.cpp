@@ -1,22 +1,11 @@
-#include <gtest/gtest.h>
-
 #include <cstring>
 
+#include "command_test.h"
 #include "commands/commands.h"
 #include "commands/lookup.h"
-#include "records.h"
-#include "runs.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::filled;
-using support::lines;
-using support::run_case;
-using support::table_run;
-using support::volume;
 
 std::string const zeros = filled(36, '0');
 std::string const defaults = "name , type 0, state 0, volume_no -1, space_uuid " + zeros;
@@ -84,7 +73,7 @@ std::vector<run_case> const cases = {
      answers().with_volumes({volume("/mnt/share/a/share/b", 1)}), volset("b", 0, 0),
      "Cannot fine volume [b]\n", list_only},
 };
-INSTANTIATE_TEST_SUITE_P(volset, table_run, testing::ValuesIn(cases), support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(volset, table_run, testing::ValuesIn(cases), behaviour_of);
 
 TEST(volset, changes_two_fields_and_no_other_byte) {
   auto script = two_volumes();
@@ -98,7 +87,7 @@ TEST(volset, changes_two_fields_and_no_other_byte) {
     bool const same = std::memcmp(&expected, &body, sizeof body) == 0;
     scripted::call_log::instance().note(same ? "= as read but for two" : "= differs");
   };
-  auto const calls = support::run(script, volset("Vol2", 1, 0)).calls;
+  auto const calls = run(script, volset("Vol2", 1, 0)).calls;
   ASSERT_EQ(calls.size(), 5U);
   EXPECT_EQ(calls[3], "= as read but for two");
   EXPECT_EQ(calls[4], "setting.apply_volume_setting(" + filled(36, 'Z') + ")");
@@ -111,7 +100,7 @@ TEST(volset, reads_into_defaults) {
     bool const same = std::memcmp(&fresh, &body, sizeof body) == 0;
     scripted::call_log::instance().note(same ? "= defaults" : "= differs");
   };
-  EXPECT_EQ(support::run(script, volset("Vol2", 1, 1)).calls.at(2), "= defaults");
+  EXPECT_EQ(run(script, volset("Vol2", 1, 1)).calls.at(2), "= defaults");
 }
 
 TEST(volset, the_defaults_are_empty_texts_numbers_minus_1_and_a_null_uuid) {
@@ -127,13 +116,13 @@ TEST(volset, the_defaults_are_empty_texts_numbers_minus_1_and_a_null_uuid) {
 }
 
 TEST(volset, failures_of_read_write_and_apply_are_not_told) {
-  support::expect_results_are_not_looked_at(
+  expect_results_are_not_looked_at(
       two_volumes(), volset("Vol2", 1, 1),
       {"get_volume_info", "set_volume_info", "apply_volume_setting", "get_volume_list"});
 }
 
 TEST(volset, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(two_volumes(), volset("Vol2", 1, 1)), 4);
+  EXPECT_EQ(expect_releases_when_any_call_throws(two_volumes(), volset("Vol2", 1, 1)), 4);
 }
 
 // Prints "result number text terminator" of an id that was the null id with
@@ -173,10 +162,11 @@ std::vector<run_case> const lookups = {
      find_sid(filled(127, 'n')), found_2, list_only},
 };
 INSTANTIATE_TEST_SUITE_P(find_volume_sid_by_name, table_run, testing::ValuesIn(lookups),
-                         support::behaviour_of);
+                         behaviour_of);
 
 TEST(find_volume_sid_by_name, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(two_volumes(), find_sid("Vol1")), 1);
+  EXPECT_EQ(expect_releases_when_any_call_throws(two_volumes(), find_sid("Vol1")), 1);
 }
 
 }  // namespace
+}  // namespace command_test

@@ -1,22 +1,10 @@
-#include <gtest/gtest.h>
-
 #include <map>
 
+#include "command_test.h"
 #include "commands/commands.h"
-#include "records.h"
-#include "runs.h"
-#include "table.h"
-#include "throw_loop.h"
 
+namespace command_test {
 namespace {
-
-using support::answers;
-using support::filled;
-using support::lines;
-using support::run_case;
-using support::table_run;
-using support::volume;
-using support::volume_channels_question;
 
 using channel_map = std::map<int, std::list<std::uint32_t>>;
 
@@ -114,18 +102,17 @@ std::vector<run_case> const cases = {
     {"without_the_plug_and_play_service_nobody_is_asked", two_volumes(),
      [] { st::cmd_voluse(scripted::setting(), nullptr, all); }, table({}), asked(0)},
 };
-INSTANTIATE_TEST_SUITE_P(voluse, table_run, testing::ValuesIn(cases), support::behaviour_of);
+INSTANTIATE_TEST_SUITE_P(voluse, table_run, testing::ValuesIn(cases), behaviour_of);
 
 TEST(voluse, results_are_not_looked_at) {
-  support::expect_results_are_not_looked_at(two_volumes(), voluse(all),
-                                            {"get_volume_list", "get_volume_channels"});
+  expect_results_are_not_looked_at(two_volumes(), voluse(all),
+                                   {"get_volume_list", "get_volume_channels"});
 }
 
 TEST(voluse, releases_when_any_call_throws) {
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(two_volumes(), voluse(all)), 3);
-  EXPECT_EQ(support::expect_releases_when_any_call_throws(two_volumes(),
-                                                          support::st_command({"voluse", "-1"})),
-            9);
+  EXPECT_EQ(expect_releases_when_any_call_throws(two_volumes(), voluse(all)), 3);
+  EXPECT_EQ(expect_releases_when_any_call_throws(two_volumes(), st_command({"voluse", "-1"})), 9);
 }
 
 }  // namespace
+}  // namespace command_test
