@@ -28,57 +28,43 @@ set(space_list "Space count: 1
 
 ")
 
+set(obtained "CKivStorage#1()
+CKivStorageDaemon#1()
+nstrcpy(spacelist, 128)
+CKivStorage#1.create_storage_setting(null) = storage_setting
+setting.get_space_list()")
+set(released "~CKivStorageDaemon#1
+~CKivStorage#1
+")
+
+# Runs spacelist with that operation throwing, which nobody catches.
+function(run_throwing operation expected_output expected_calls)
+  file(REMOVE "${LOG}")
+  set(ENV{SCRIPTED_THROW} ${operation})
+  execute_process(COMMAND "${PROGRAM}" spacelist RESULT_VARIABLE status OUTPUT_VARIABLE output
+    ERROR_QUIET)
+  if(status EQUAL 0)
+    message(FATAL_ERROR "an exception that nobody catches ended with status 0")
+  endif()
+  expect_equal("${output}" "${expected_output}")
+  file(READ "${LOG}" calls)
+  expect_equal("${calls}" "${expected_calls}")
+endfunction()
+
 if(CASE STREQUAL "output")
   run_or_fail(output "${PROGRAM}" spacelist)
   expect_equal("${output}" "${space_list}")
   file(READ "${LOG}" calls)
-  expect_equal("${calls}" "CKivStorage#1()
-CKivStorageDaemon#1()
-nstrcpy(spacelist, 128)
-CKivStorage#1.create_storage_setting(null) = storage_setting
-setting.get_space_list()
+  expect_equal("${calls}" "${obtained}
 CKivStorage#1.destroy_storage_setting(storage_setting)
-~CKivStorageDaemon#1
-~CKivStorage#1
-")
+${released}")
 
 elseif(CASE STREQUAL "throw")
-  # Nobody catches it, and still the frame unwinds.
-  set(ENV{SCRIPTED_THROW} get_space_list)
-  execute_process(COMMAND "${PROGRAM}" spacelist RESULT_VARIABLE status OUTPUT_VARIABLE output
-    ERROR_QUIET)
-  if(status EQUAL 0)
-    message(FATAL_ERROR "an exception that nobody catches ended with status 0")
-  endif()
-  file(READ "${LOG}" calls)
-  expect_equal("${calls}" "CKivStorage#1()
-CKivStorageDaemon#1()
-nstrcpy(spacelist, 128)
-CKivStorage#1.create_storage_setting(null) = storage_setting
-setting.get_space_list() throws
-~CKivStorageDaemon#1
-~CKivStorage#1
-")
-
-  # What was printed before is not lost with it.
-  file(REMOVE "${LOG}")
-  set(ENV{SCRIPTED_THROW} destroy_storage_setting)
-  execute_process(COMMAND "${PROGRAM}" spacelist RESULT_VARIABLE status OUTPUT_VARIABLE output
-    ERROR_QUIET)
-  if(status EQUAL 0)
-    message(FATAL_ERROR "an exception that nobody catches ended with status 0")
-  endif()
-  expect_equal("${output}" "${space_list}")
-  file(READ "${LOG}" calls)
-  expect_equal("${calls}" "CKivStorage#1()
-CKivStorageDaemon#1()
-nstrcpy(spacelist, 128)
-CKivStorage#1.create_storage_setting(null) = storage_setting
-setting.get_space_list()
+  # The frame unwinds all the same, and what was printed before is not lost.
+  run_throwing(get_space_list "" "${obtained} throws\n${released}")
+  run_throwing(destroy_storage_setting "${space_list}" "${obtained}
 CKivStorage#1.destroy_storage_setting(storage_setting) throws
-~CKivStorageDaemon#1
-~CKivStorage#1
-")
+${released}")
 
 elseif(CASE STREQUAL "libraries")
   run_or_fail(libraries ldd "${PROGRAM}")

@@ -85,13 +85,13 @@ std::string leak(std::string const& name, std::int64_t total, std::int64_t used,
          "Size lost " + text(lost) + " MB over " + text(threshold) +
          " MB(%5) is not resonable. Start to recycle volume using space ...\n";
 }
-// The report of a volume of 1000 MB that has lost all of it, on a recorder
-// without channels.
+// The report of a volume of 1000 MB that has lost all of it, where there are no
+// channels.
 std::string all_lost(std::string const& name) {
   return leak(name, 1000, 0, 0, 1000, 50) + no_channels;
 }
 
-// Volumes of a recorder without channels, and what is printed of them; "@"
+// Volumes without channels, and what is printed of them; "@"
 // stands for the temporary folder.
 struct autoclean_case {
   std::string behaviour;
@@ -169,7 +169,7 @@ TEST_P(measured, prints_and_probes) {
   EXPECT_EQ(lines_with(result.calls, "velt_"), world.probes());
 }
 
-TEST(autoclean, asks_a_sound_recorder_for_nothing_but_its_volumes) {
+TEST(autoclean, asks_for_nothing_but_the_volumes_when_they_are_sound) {
   measured_volumes const world(
       {{"share/vol1", 1000, 0, remaining(1000)}, {"share/vol2", 1000, 0, silent}});
   expect_run(world.script, autoclean, count(0), chain({volume_list, world.probes()}));

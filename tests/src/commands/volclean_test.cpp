@@ -104,7 +104,7 @@ std::vector<run_case> const cases = {
     {"a_refused_channel_list_is_an_empty_one", one_channel.refusing("get_channel_list"),
      volclean(all), "No space or channel found.\n", both_lists},
     {"a_tier_that_cannot_be_prepared_is_told_uninitialised_and_passed_over",
-     one_channel.refusing("init", 1).refusing("init", 4), volclean(0),
+     one_channel.refusing("init", 1).refusing("init", 4, 1), volclean(0),
      "Recycle --ch01-- data ...\n"
      "Initial Tier to process failure.\n"
      "\t[NR S00] Success.\n"
