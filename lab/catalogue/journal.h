@@ -1,6 +1,10 @@
 // The catalogue's journal, by which a change that was cut short is undone. It
 // keeps its blocks from one change to the next, so that a change needs no
 // space. Another program that writes to the catalogue may remove or cut it.
+//
+// Not a write-ahead log: whoever reads it must be able to write the files beside
+// the catalogue, so that a reader would need permission and space, and what has
+// been committed would lie in a second file that has to be trusted.
 #pragma once
 
 #include <cstdint>

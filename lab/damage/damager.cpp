@@ -41,12 +41,6 @@ folder opened_folder(folder const& in, std::string const& name) {
   fail_with_errno(in.path() / name, "cannot open folder");
 }
 
-void require_only_name(folder const& in, std::string const& name) {
-  auto const status = entry_of(in, name);
-  if (!status || status->st_nlink <= 1) return;
-  throw error((in.path() / name).string() + ": has a second name");
-}
-
 std::string counted(std::int64_t count, std::string const& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
@@ -215,7 +209,6 @@ std::string damager::shorten_unit() {
   std::int64_t const pages = status ? status->st_size / page : 0;
   if (pages < 2) throw error(shown(unit) + on_volume() + " is too short already");
   auto const bytes = (1 + random_.below(pages - 1)) * page;
-  require_only_name(inside, unit.name);
   steps::cut_file(inside, unit.name, bytes);
   return "short-unit: cut " + shown(unit) + on_volume() + " to " + std::to_string(bytes) + " bytes";
 }

@@ -87,10 +87,6 @@ std::optional<folder> found_folder(folder const& in, std::string const& name);
 // As found_folder(); throws lab::error when there is none, too.
 folder opened_folder(folder const& in, std::string const& name);
 
-// Before a file is written: throws lab::error for one with a second name, which
-// may be anywhere.
-void require_only_name(folder const& in, std::string const& name);
-
 // "1 unit", "2 units".
 std::string counted(std::int64_t count, std::string const& what);
 

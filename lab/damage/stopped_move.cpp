@@ -31,6 +31,13 @@ void require(std::size_t found, int wanted, std::string const& what, std::string
   throw error("there are only " + counted(static_cast<std::int64_t>(found), what) + where);
 }
 
+// Before a file is written: its second name may be anywhere.
+void require_one_name(folder const& in, std::string const& name) {
+  auto const status = in.status(name);
+  if (!status || status->st_nlink <= 1) return;
+  throw error((in.path() / name).string() + ": has a second name elsewhere");
+}
+
 [[noreturn]] void fail_as_taken(folder const& in, unit_row const& unit) {
   throw error((in.path() / unit.name).string() + ": is there already");
 }
@@ -111,7 +118,7 @@ std::vector<unit_row> damager::begin_recording(std::vector<unit_row> moving, int
   for (auto& unit : moving) unit.folder_name = hour_name;
   auto const within = storage();
   auto const preallocate = opened_folder(within, preallocate_folder);
-  for (auto const& unit : moving) require_only_name(preallocate, unit.name);
+  for (auto const& unit : moving) require_one_name(preallocate, unit.name);
   if (within.status(hour_name)) {
     require_room(opened_folder(within, hour_name), moving, (step - 1) / 2);
   }

@@ -29,14 +29,10 @@ exit_status assign(settings const& asked) {
 void add_assign(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
   CLI::App& command =
-      *tool.add_subcommand("assign", "Makes a channel record into one volume from now on");
-  add_folder(command, asked->folder, fallback::none);
+      add_command(tool, chosen, "assign", "Makes a channel record into one volume from now on",
+                  asked, fallback::none, assign);
   add_channel(command, asked->channel, "The channel, counted from 0");
   add_volume(command, asked->volume, "the first one");
-  command.callback([asked, &chosen] {
-    complete(asked->folder, fallback::none);
-    chosen = [asked] { return assign(*asked); };
-  });
 }
 
 }  // namespace stlab

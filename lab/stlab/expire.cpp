@@ -33,16 +33,12 @@ exit_status expire(settings const& asked) {
 void add_expire(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
   CLI::App& command =
-      *tool.add_subcommand("expire", "Retention: drops old periods and gives their units back");
-  add_folder(command, asked->folder, fallback::none);
+      add_command(tool, chosen, "expire", "Retention: drops old periods and gives their units back",
+                  asked, fallback::none, expire);
   add_now(command, asked->now_s);
   command.add_option("--days", asked->days, "Keeps what ended within so many days of 24 hours")
       ->transform(whole_number(0, 36'500))
       ->type_name("N");
-  command.callback([asked, &chosen] {
-    complete(asked->folder, fallback::none);
-    chosen = [asked] { return expire(*asked); };
-  });
 }
 
 }  // namespace stlab

@@ -133,9 +133,10 @@ exit_status leak(settings const& asked) {
 
 void add_leak(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
-  CLI::App& command = *tool.add_subcommand(
-      "leak", "Retention gone wrong: forgets hours of a stream but leaves their units in place");
-  add_folder(command, asked->folder, fallback::none);
+  CLI::App& command =
+      add_command(tool, chosen, "leak",
+                  "Retention gone wrong: forgets hours of a stream but leaves their units in place",
+                  asked, fallback::none, leak);
   add_now(command, asked->now_s);
   add_volume(command, asked->volume, "the first one");
   add_channel(command, asked->channel, "The channel, counted from 0")
@@ -150,10 +151,6 @@ void add_leak(CLI::App& tool, action& chosen) {
       ->transform(whole_number(1, most_units))
       ->type_name("N")
       ->default_str("1, or more when the hours do not suffice");
-  command.callback([asked, &chosen] {
-    complete(asked->folder, fallback::none);
-    chosen = [asked] { return leak(*asked); };
-  });
 }
 
 }  // namespace stlab

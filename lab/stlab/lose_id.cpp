@@ -93,10 +93,10 @@ exit_status lose_id(settings const& asked) {
 
 void add_lose_id(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
-  CLI::App& command = *tool.add_subcommand(
-      "lose-id",
-      "Takes the storage id from adjoining hours across a midnight, recording them if need be");
-  add_folder(command, asked->folder, fallback::none);
+  CLI::App& command = add_command(
+      tool, chosen, "lose-id",
+      "Takes the storage id from adjoining hours across a midnight, recording them if need be",
+      asked, fallback::none, lose_id);
   add_now(command, asked->now_s);
   add_channel(command, asked->channel, "The channel, counted from 0");
   add_stream(command, asked->stream);
@@ -104,10 +104,6 @@ void add_lose_id(CLI::App& tool, action& chosen) {
   command.add_option("--hours,--count", asked->hours, "Hours, a period each")
       ->transform(whole_number(1, most_hours))
       ->type_name("N");
-  command.callback([asked, &chosen] {
-    complete(asked->folder, fallback::none);
-    chosen = [asked] { return lose_id(*asked); };
-  });
 }
 
 }  // namespace stlab

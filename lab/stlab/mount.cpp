@@ -26,14 +26,10 @@ exit_status mount(settings const& asked) {
 
 void add_mount(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
-  CLI::App& command = *tool.add_subcommand(
-      "mount", "Undoes 'damage unmounted': brings a volume's folder or identity back");
-  add_folder(command, asked->folder, fallback::none);
+  CLI::App& command = add_command(
+      tool, chosen, "mount", "Undoes 'damage unmounted': brings a volume's folder or identity back",
+      asked, fallback::none, mount);
   command.add_option("--volume", asked->volume, "The volume's name")->required()->type_name("NAME");
-  command.callback([asked, &chosen] {
-    complete(asked->folder, fallback::none);
-    chosen = [asked] { return mount(*asked); };
-  });
 }
 
 }  // namespace stlab

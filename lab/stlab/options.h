@@ -5,8 +5,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "lab/stlab/commands.h"
 
 namespace stlab {
 
@@ -41,6 +44,21 @@ void add_folder(CLI::App& command, recorder_folder& folder, fallback otherwise);
 // Takes a folder that is not typed from STLAB_RECORDER, else from the fallback;
 // throws a CLI::ParseError when there is none. An empty variable is an unset one.
 void complete(recorder_folder& folder, fallback otherwise);
+
+// Adds a subcommand that works on the recorder of `asked->folder`; when the
+// command line names it, `chosen` becomes `perform` of what was asked.
+template <typename Settings>
+CLI::App& add_command(CLI::App& tool, action& chosen, char const* name, char const* text,
+                      std::shared_ptr<Settings> const& asked, fallback otherwise,
+                      exit_status (*perform)(Settings const&)) {
+  CLI::App& command = *tool.add_subcommand(name, text);
+  add_folder(command, asked->folder, otherwise);
+  command.callback([=, &chosen] {
+    complete(asked->folder, otherwise);
+    chosen = [asked, perform] { return perform(*asked); };
+  });
+  return command;
+}
 
 // The present moment in seconds, by default the clock's; read once, when the
 // option is added.

@@ -95,9 +95,10 @@ exit_status record(settings const& asked) {
 
 void add_record(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
-  CLI::App& command = *tool.add_subcommand(
-      "record", "Records the latest hours, up to the present one, that a stream does not have yet");
-  add_folder(command, asked->folder, fallback::none);
+  CLI::App& command = add_command(
+      tool, chosen, "record",
+      "Records the latest hours, up to the present one, that a stream does not have yet", asked,
+      fallback::none, record);
   add_now(command, asked->now_s);
   add_channel(command, asked->channels, "Channels, counted from 0")->default_str("all");
   add_stream(command, asked->stream);
@@ -108,10 +109,6 @@ void add_record(CLI::App& tool, action& chosen) {
   command.add_option("--units", asked->units, "Units for each hour")
       ->transform(whole_number(1, most_units))
       ->type_name("N");
-  command.callback([asked, &chosen] {
-    complete(asked->folder, fallback::none);
-    chosen = [asked] { return record(*asked); };
-  });
 }
 
 }  // namespace stlab

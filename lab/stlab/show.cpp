@@ -289,20 +289,16 @@ exit_status show(settings const& asked) {
 
 void add_show(CLI::App& tool, action& chosen) {
   auto const asked = std::make_shared<settings>();
-  CLI::App& command = *tool.add_subcommand(
-      "show",
+  CLI::App& command = add_command(
+      tool, chosen, "show",
       "Shows spaces, volumes (# used, . preallocated, ! lost, ? not mounted), channels and "
-      "periods");
-  add_folder(command, asked->folder, fallback::built_in);
+      "periods",
+      asked, fallback::built_in, show);
   add_volume(command, asked->volume, "all")->description("Only what belongs to this volume");
   add_channel(command, asked->channel, "Only what belongs to this channel, counted from 0")
       ->default_str("all");
   command.add_flag("--periods", asked->each_period,
                    "Each period, not only a summary for each stream");
-  command.callback([asked, &chosen] {
-    complete(asked->folder, fallback::built_in);
-    chosen = [asked] { return show(*asked); };
-  });
 }
 
 }  // namespace stlab
