@@ -270,7 +270,7 @@ TEST_F(failing, a_fault_that_does_not_exist_keeps_st_from_doing_anything) {
   EXPECT_EQ(account().lost, 2);
 }
 
-TEST_F(failing, a_patience_that_is_none_keeps_st_from_doing_anything) {
+TEST_F(failing, a_lock_timeout_that_is_none_keeps_st_from_doing_anything) {
   environment const extra{{"STLAB_RECORDER", recorder}, {"STLAB_LOCK_TIMEOUT_MS", "5s"}};
   auto const result = end_to_end::run({ST_PROGRAM, "volclean", "-1"}, extra, folder);
   EXPECT_EQ(result.status, 0);
@@ -312,7 +312,7 @@ TEST_F(failing, a_plug_and_play_service_that_is_not_there_leaves_names_empty) {
   EXPECT_EQ(st({"voluse", "0"}), "ch01 volume=[vol1]\n");
 }
 
-// The recorder goes on writing for longer than st has patience.
+// The recorder goes on writing for longer than st waits.
 TEST_F(failing, a_volume_that_somebody_else_writes) {
   lab::volume const volume = [this] {
     return lab::recorder::open(recorder, lab::access::read_only).volumes().front();

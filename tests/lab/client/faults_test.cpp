@@ -264,7 +264,7 @@ TEST_F(faults, a_malformed_text_is_told_on_standard_error_once) {
       "this operation\n");
 }
 
-TEST_F(faults, a_patience_that_is_none_is_refused_and_told_on_standard_error_once) {
+TEST_F(faults, a_lock_timeout_that_is_none_is_refused_and_told_on_standard_error_once) {
   for (char const* const text : {"x", "-1", "5s", "3600001", "99999999999999999999"}) {
     ::setenv("STLAB_LOCK_TIMEOUT_MS", text, 1);
     testing::internal::CaptureStderr();

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 using bench::bench_test;
 
-constexpr std::chrono::milliseconds no_patience{0};
+constexpr std::chrono::milliseconds no_wait{0};
 
 class reading : public bench_test {
  protected:
@@ -163,7 +163,7 @@ TEST_F(reading_after_a_stop, finishes_what_was_begun) {
 }
 
 TEST_F(reading_after_a_stop, leaves_alone_what_moves_under_somebody_elses_lock) {
-  lab::volume_lock const other(place(), lab::volume_lock::kind::exclusive, no_patience);
+  lab::volume_lock const other(place(), lab::volume_lock::kind::exclusive, no_wait);
   auto const before = bench::picture_of(recorder);
   read_everything();
   bench::expect_same(before, bench::picture_of(recorder));
@@ -173,7 +173,7 @@ TEST_F(reading_after_a_stop, leaves_alone_what_moves_under_somebody_elses_lock) 
 TEST_F(reading_after_a_stop, waits_for_nobody) {
   ::setenv("STLAB_LOCK_TIMEOUT_MS", "3600000", 1);
   {
-    lab::database other(recorder / "catalogue.db", lab::database::mode::read_write, no_patience);
+    lab::database other(recorder / "catalogue.db", lab::database::mode::read_write, no_wait);
     lab::transaction const open(other, lab::transaction_kind::writing);
     read_everything();
     EXPECT_LT(0, moving());

@@ -276,8 +276,8 @@ outcome arena::st(words const& arguments) const {
   words line{ST_PROGRAM};
   line.insert(line.end(), arguments.begin(), arguments.end());
   environment all = extra;
-  all.insert(
-      {{"STLAB_RECORDER", recorder_}, {"STLAB_LOCK_TIMEOUT_MS", std::to_string(patience.count())}});
+  all.insert({{"STLAB_RECORDER", recorder_},
+              {"STLAB_LOCK_TIMEOUT_MS", std::to_string(lock_timeout.count())}});
   return run(line, all, folder_, time_limit);
 }
 
@@ -285,8 +285,8 @@ outcome arena::stlab(std::string const& command, words const& options) const {
   words line{STLAB_PROGRAM, command, recorder_};
   line.insert(line.end(), options.begin(), options.end());
   environment all = extra;
-  all.insert(
-      {{"STLAB_RECORDER", recorder_}, {"STLAB_LOCK_TIMEOUT_MS", std::to_string(patience.count())}});
+  all.insert({{"STLAB_RECORDER", recorder_},
+              {"STLAB_LOCK_TIMEOUT_MS", std::to_string(lock_timeout.count())}});
   return run(line, all, folder_, time_limit);
 }
 

@@ -102,8 +102,8 @@ std::string problem_of_st(outcome const& result);
 std::string problem_of_stlab(outcome const& result);
 
 // How long the programs wait for somebody else, and how long they may take.
-inline constexpr std::chrono::milliseconds patience{200};
-inline constexpr std::chrono::milliseconds time_limit{patience + std::chrono::seconds(5)};
+inline constexpr std::chrono::milliseconds lock_timeout{200};
+inline constexpr std::chrono::milliseconds time_limit{lock_timeout + std::chrono::seconds(5)};
 
 void write_file(std::filesystem::path const& file, std::string const& content);
 std::string read_file(std::filesystem::path const& file);

@@ -15,7 +15,7 @@
 namespace stress {
 namespace {
 
-constexpr std::chrono::milliseconds no_patience{0};
+constexpr std::chrono::milliseconds no_wait{0};
 end_to_end::environment const impatient{{"STLAB_LOCK_TIMEOUT_MS", "0"}};
 
 class locks : public stress_test {
@@ -23,7 +23,7 @@ class locks : public stress_test {
   lab::volume_lock hold(std::size_t index) const {
     lab::volume const volume = reader().volumes().at(index);
     lab::volume_place const place{volume.id, volume.path.filename(), volume.sid_text, volume.path};
-    return {place, lab::volume_lock::kind::exclusive, no_patience};
+    return {place, lab::volume_lock::kind::exclusive, no_wait};
   }
 
   std::filesystem::path trace() const { return folder / "trace"; }
@@ -65,7 +65,7 @@ class lists_beside_writers : public locks {
  protected:
   static constexpr std::int64_t hour_ms = 3'600'000;
 
-  // Lists so many times; gives how long the longest one took. A patience that is
+  // Lists so many times; gives how long the longest one took. A lock timeout that is
   // set to nothing is the default.
   double longest_list(int times) const {
     std::chrono::duration<double> longest{0};
@@ -174,7 +174,7 @@ TEST_F(locks, lists_do_not_wait_for_a_volumes_writer) {
 
 TEST_F(locks, lists_do_not_wait_for_an_open_write_transaction) {
   auto const before = lists();
-  lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write, no_patience);
+  lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write, no_wait);
   lab::transaction const open(catalogue, lab::transaction_kind::writing);
   catalogue.execute("UPDATE volume SET type = 2; UPDATE space SET name = 'changed';");
   EXPECT_EQ(lists(), before) << "nor see what is not committed";
@@ -184,7 +184,7 @@ TEST_F(locks, lists_do_not_wait_for_an_open_write_transaction) {
 class commit_that_lasts {
  public:
   explicit commit_that_lasts(std::filesystem::path const& catalogue)
-      : catalogue_(catalogue, lab::database::mode::read_write, no_patience) {
+      : catalogue_(catalogue, lab::database::mode::read_write, no_wait) {
     catalogue_.execute("BEGIN EXCLUSIVE");
   }
 
@@ -192,7 +192,7 @@ class commit_that_lasts {
   lab::database catalogue_;
 };
 
-TEST_F(locks, a_list_waits_for_a_commit_only_as_long_as_its_patience) {
+TEST_F(locks, a_list_waits_for_a_commit_only_as_long_as_its_lock_timeout) {
   auto const before = lists();
   for (std::size_t index = 0; index < before.size(); ++index) {
     words const command = list_commands()[index];
@@ -229,8 +229,7 @@ TEST_F(lists_beside_writers, none_fails) {
 TEST_F(locks, a_volset_that_never_gets_its_turn_changes_nothing) {
   auto const before = lists();
   {
-    lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write,
-                            no_patience);
+    lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write, no_wait);
     lab::transaction const open(catalogue, lab::transaction_kind::writing);
     auto environment = impatient;
     environment.insert({"STLAB_TRACE", trace()});
