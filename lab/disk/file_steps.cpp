@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <exception>
 #include <string_view>
 #include <system_error>
@@ -250,6 +251,16 @@ void move_file(folder const& from, folder const& to, std::string const& name) {
       renameat(from.number(), entry_name(name).c_str(), to.number(), name.c_str()) != 0) {
     fail_with_errno(from.path() / name, "cannot move");
   }
+}
+
+bool move_to_free_name(folder const& from, folder const& to, std::string const& name) {
+  if (!fault_points::refused_move(from, to, name) &&
+      renameat2(from.number(), entry_name(name).c_str(), to.number(), name.c_str(),
+                RENAME_NOREPLACE) == 0) {
+    return true;
+  }
+  if (errno == EEXIST) return false;
+  fail_with_errno(from.path() / name, "cannot move");
 }
 
 void remove_file(folder const& in, std::string const& name) {

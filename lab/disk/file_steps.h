@@ -68,6 +68,10 @@ void cut_file(folder const& in, std::string const& name, std::int64_t bytes);
 // replaces a file by its name, and a folder an empty one.
 void move_file(folder const& from, folder const& to, std::string const& name);
 
+// Moves a file into another folder of the same file system; false when its name is
+// taken there.
+bool move_to_free_name(folder const& from, folder const& to, std::string const& name);
+
 void remove_file(folder const& in, std::string const& name);
 void rename_file(folder const& in, std::string const& from, std::string const& to);
 

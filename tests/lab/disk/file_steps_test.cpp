@@ -43,6 +43,17 @@ TEST_F(file_steps, copy_every_byte_of_more_than_one_piece) {
   EXPECT_EQ(content, world::tree_of(from().path()).at("it"));
 }
 
+TEST_F(file_steps, move_to_a_free_name_only) {
+  lab::steps::make_file(from(), "it", "new");
+  lab::steps::make_file(to(), "it", "old");
+  EXPECT_FALSE(lab::steps::move_to_free_name(from(), to(), "it"));
+  EXPECT_EQ("old", world::tree_of(to().path()).at("it"));
+  lab::steps::remove_file(to(), "it");
+  EXPECT_TRUE(lab::steps::move_to_free_name(from(), to(), "it"));
+  EXPECT_EQ("new", world::tree_of(to().path()).at("it"));
+  EXPECT_EQ(0U, world::tree_of(from().path()).count("it"));
+}
+
 TEST_F(file_steps, copy_over_nothing) {
   lab::steps::make_file(from(), "it", "new");
   lab::steps::make_file(to(), "it", "old");
