@@ -32,21 +32,23 @@ std::string name_of_journal(database const& catalogue) {
   return catalogue.file().filename().string() + "-journal";
 }
 
-std::string problem_of(std::filesystem::path const& journal, std::int64_t needed) {
+using extent = journal_gap::extent;
+
+std::optional<journal_gap> problem_of(std::filesystem::path const& journal, std::int64_t needed) {
   struct stat found {};
   bool const exists = lstat(journal.c_str(), &found) == 0 && S_ISREG(found.st_mode);
-  if (!exists) return "missing: catalogue: its journal is missing";
+  if (!exists) return {{extent::all, "its journal is missing"}};
   std::int64_t const size = found.st_size;
   if (size < needed) {
-    return "short: catalogue: its journal is " + std::to_string(size) +
-           " bytes long instead of at least " + std::to_string(needed);
+    return {{extent::part, "its journal is " + std::to_string(size) +
+                               " bytes long instead of at least " + std::to_string(needed)}};
   }
   std::int64_t const allocated = std::int64_t{found.st_blocks} * 512;
   if (allocated < needed) {
-    return "short: catalogue: its journal has only " + std::to_string(allocated) + " of " +
-           std::to_string(needed) + " bytes allocated";
+    return {{extent::part, "its journal has only " + std::to_string(allocated) + " of " +
+                               std::to_string(needed) + " bytes allocated"}};
   }
-  return {};
+  return std::nullopt;
 }
 
 // Only ever adds zeros behind what is there: to a journal that undoes a change
@@ -68,11 +70,9 @@ std::int64_t journal_bytes(std::int64_t catalogue_bytes) {
   return std::min(catalogue_bytes, most_bytes);
 }
 
-std::optional<std::string> journal_problem(database const& catalogue) {
-  auto problem = problem_of(catalogue.file().replace_filename(name_of_journal(catalogue)),
-                            journal_bytes(catalogue.used_bytes()));
-  if (problem.empty()) return std::nullopt;
-  return problem;
+std::optional<journal_gap> journal_problem(database const& catalogue) {
+  return problem_of(catalogue.file().replace_filename(name_of_journal(catalogue)),
+                    journal_bytes(catalogue.used_bytes()));
 }
 
 void put_back_journal(database& catalogue) {

@@ -18,9 +18,15 @@ namespace lab {
 // How large the journal of a catalogue of that size is kept, both in bytes.
 std::int64_t journal_bytes(std::int64_t catalogue_bytes);
 
-// What the journal lacks to take any change of what the catalogue holds now, as
-// a finding; none when it lacks nothing.
-std::optional<std::string> journal_problem(database const& catalogue);
+struct journal_gap {
+  enum class extent { all, part };
+  extent missing;
+  std::string text;  // "its journal is missing"
+};
+
+// What the journal lacks to take any change of what the catalogue holds now; none
+// when it lacks nothing.
+std::optional<journal_gap> journal_problem(database const& catalogue);
 
 // Gives the journal what it lacks, durably; what it holds stays. The catalogue is
 // locked against other writers meanwhile, and no transaction may be open on it.

@@ -6,17 +6,17 @@ namespace lab {
 
 namespace {
 
-void check_periods_without_units(database const& catalogue, std::vector<std::string>& lines) {
+void check_periods_without_units(database const& catalogue, findings& found) {
   statement query(catalogue,
                   "SELECT p.id, c.number, p.recording_type, p.stream, p.start_ms"
                   "  FROM period p JOIN channel c ON c.id = p.channel_id"
                   "  WHERE NOT EXISTS (SELECT 1 FROM unit u WHERE u.period_id = p.id)"
                   "  ORDER BY p.id");
   while (query.next())
-    lines.push_back("period: " + name_of_period(query) + ": its units are missing");
+    found.push_back({finding_class::period, name_of_period(query), "its units are missing"});
 }
 
-void check_periods_of_other_storages(database const& catalogue, std::vector<std::string>& lines) {
+void check_periods_of_other_storages(database const& catalogue, findings& found) {
   statement query(catalogue,
                   "SELECT DISTINCT p.id, c.number, p.recording_type, p.stream, p.start_ms,"
                   "       p.storage_id, v.folder"
@@ -25,12 +25,13 @@ void check_periods_of_other_storages(database const& catalogue, std::vector<std:
                   "                JOIN volume v ON v.id = u.volume_id"
                   "  WHERE p.storage_id NOT IN ('', v.sid_text) ORDER BY p.id");
   while (query.next()) {
-    lines.push_back("period: " + name_of_period(query) + ": its storage id is " + query.text(5) +
-                    ", its units are on volume " + query.text(6));
+    found.push_back(
+        {finding_class::period, name_of_period(query),
+         "its storage id is " + query.text(5) + ", its units are on volume " + query.text(6)});
   }
 }
 
-void check_units_of_other_periods(database const& catalogue, std::vector<std::string>& lines) {
+void check_units_of_other_periods(database const& catalogue, findings& found) {
   statement query(catalogue,
                   "SELECT p.id, c.number, p.recording_type, p.stream, p.start_ms,"
                   "       u.name, v.folder"
@@ -42,17 +43,20 @@ void check_units_of_other_periods(database const& catalogue, std::vector<std::st
                   "     OR u.hour_ms + 3600000 <= p.start_ms"
                   "  ORDER BY u.id");
   while (query.next()) {
-    lines.push_back("period: " + name_of_period(query) + ": holds unit " + query.text(5) +
-                    " of volume " + query.text(6) + ", which is another stream's or hour's");
+    found.push_back({finding_class::period, name_of_period(query),
+                     "holds unit " + query.text(5) + " of volume " + query.text(6) +
+                         ", which is another stream's or hour's"});
   }
 }
 
-void check_periods_without_id(database const& catalogue, std::vector<std::string>& lines) {
+void check_periods_without_id(database const& catalogue, findings& found) {
   statement query(catalogue,
                   "SELECT p.id, c.number, p.recording_type, p.stream, p.start_ms"
                   "  FROM period p JOIN channel c ON c.id = p.channel_id"
                   "  WHERE p.storage_id = '' ORDER BY p.id");
-  while (query.next()) lines.push_back("null-id: " + name_of_period(query) + ": has no storage id");
+  while (query.next()) {
+    found.push_back({finding_class::null_id, name_of_period(query), "has no storage id"});
+  }
 }
 
 }  // namespace
@@ -62,26 +66,28 @@ std::string name_of_period(statement const& row) {
          hour_folder_name(row.integer32(1), row.integer32(2), row.integer32(3), row.integer(4));
 }
 
-void check_integrity(database const& catalogue, std::vector<std::string>& lines) {
+void check_integrity(database const& catalogue, findings& found) {
   statement integrity(catalogue, "PRAGMA integrity_check");
   std::int64_t places = 0;
   while (integrity.next()) places += integrity.text(0) == "ok" ? 0 : 1;
   if (places > 0) {
-    lines.push_back("corrupt: catalogue: it is damaged in " + std::to_string(places) +
-                    (places == 1 ? " place" : " places"));
+    found.push_back(
+        {finding_class::corrupt, "catalogue",
+         "it is damaged in " + std::to_string(places) + (places == 1 ? " place" : " places")});
   }
   statement foreign_keys(catalogue, "PRAGMA foreign_key_check");
   while (foreign_keys.next()) {
-    lines.push_back("corrupt: catalogue: row " + foreign_keys.text(1) + " of " +
-                    foreign_keys.text(0) + " refers to no " + foreign_keys.text(2));
+    found.push_back({finding_class::corrupt, "catalogue",
+                     "row " + foreign_keys.text(1) + " of " + foreign_keys.text(0) +
+                         " refers to no " + foreign_keys.text(2)});
   }
 }
 
-void check_periods(database const& catalogue, std::vector<std::string>& lines) {
-  check_periods_without_units(catalogue, lines);
-  check_periods_of_other_storages(catalogue, lines);
-  check_units_of_other_periods(catalogue, lines);
-  check_periods_without_id(catalogue, lines);
+void check_periods(database const& catalogue, findings& found) {
+  check_periods_without_units(catalogue, found);
+  check_periods_of_other_storages(catalogue, found);
+  check_units_of_other_periods(catalogue, found);
+  check_periods_without_id(catalogue, found);
 }
 
 }  // namespace lab

@@ -2,18 +2,18 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "lab/catalogue/sqlite.h"
+#include "lab/check/finding.h"
 
 namespace lab {
 
-// Adds a line for everything that makes the file no sound database.
-void check_integrity(database const& catalogue, std::vector<std::string>& lines);
+// Adds a finding for everything that makes the file no sound database.
+void check_integrity(database const& catalogue, findings& found);
 
-// Adds a line for every period that contradicts its units or lacks its storage
+// Adds a finding for every period that contradicts its units or lacks its storage
 // id.
-void check_periods(database const& catalogue, std::vector<std::string>& lines);
+void check_periods(database const& catalogue, findings& found);
 
 // "period 12 ch01_NR_S00_2026112107", from the columns id, channel number,
 // type, stream and start of a row.

@@ -2,18 +2,16 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
 #include <vector>
 
-#include "lab/volume/lock.h"
-#include "lab/volume/place.h"
+#include "lab/check/finding.h"
+#include "lab/check/scanned_volume.h"
 
 namespace lab {
 
-// What is in the recorder's own folder or in share and belongs to nobody, such as
-// "unknown folder share/vol9". The folder of a volume that is not mounted belongs
-// to it.
-std::vector<std::string> strangers_beside_volumes(std::filesystem::path const& recorder_folder,
-                                                  std::vector<volume_place> const& places);
+// Adds a finding for everything in the recorder's own folder or in share that
+// belongs to nobody. The folder of a volume that is not mounted belongs to it.
+void check_unknown_entries(std::filesystem::path const& recorder_folder,
+                           std::vector<scanned_volume> const& volumes, findings& found);
 
 }  // namespace lab

@@ -1,22 +1,17 @@
-// What is wrong with volumes, told from surveys of them.
+// What is wrong with one volume, told from scans of all.
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
-#include "lab/volume/place.h"
-#include "lab/volume/scan.h"
+#include "lab/check/finding.h"
+#include "lab/check/scanned_volume.h"
 
 namespace lab {
 
-struct surveyed_volume {
-  volume_place place;
-  volume_scan found;
-};
-
-// Adds a line for everything that is wrong with one volume.
-void check_volume(surveyed_volume const& volume, std::int64_t unit_mb,
-                  std::vector<std::string>& lines);
+// Adds a finding for everything that is wrong with the volume, one of those among
+// whose scans the displaced files are.
+void check_volume(scanned_volume const& volume, std::vector<displaced_file> const& displaced,
+                  std::int64_t unit_mb, findings& found);
 
 }  // namespace lab

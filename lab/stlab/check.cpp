@@ -15,46 +15,72 @@ namespace {
 struct settings {
   recorder_folder folder;
   bool repairs = false;
+  bool gives_up = false;
 };
 
-// A link is nobody's to mount, and what cannot be read may well be mounted.
-bool may_be_mounted(std::string const& finding) {
-  if (finding.rfind("not-mounted: ", 0) != 0) return false;
-  std::string const reason = finding.substr(finding.rfind(": "));
-  return reason == ": its folder is missing" || reason.rfind(": its identity", 0) == 0;
+std::string shown(lab::finding const& which) {
+  bool const may_be_mounted = which.what == lab::finding_class::not_mounted;
+  return lab::printed(which) + (may_be_mounted ? " (see stlab mount)" : "");
 }
 
-void print_all(std::vector<std::string> const& lines) {
-  for (std::string const& line : lines) {
-    print(line + (may_be_mounted(line) ? " (see stlab mount)" : ""));
+// Why a repair leaves it; empty where the finding says all.
+std::string reason_left(lab::finding_class what) {
+  using lab::finding_class;
+  switch (what) {
+    case finding_class::corrupt:
+      return "; nothing is moved by a catalogue that is damaged";
+    case finding_class::not_mounted:
+    case finding_class::unreadable:
+      return "; nothing on it is touched";
+    case finding_class::wrong_volume:
+    case finding_class::misplaced:
+      return "; its place is taken, or it may be another recording";
+    case finding_class::cross_linked:
+      return "; which name is right cannot be told";
+    case finding_class::missing:
+    case finding_class::period:
+      return "; --give-up drops what is lost, once all else is in its place";
+    case finding_class::too_long:
+      return "; what it holds is not cut";
+    case finding_class::unknown:
+      return "; it may be somebody's";
+    case finding_class::leak:
+      return "; a file of its volume is out of place, or a period is known in its hour";
+    case finding_class::null_id:
+      return "; its units are not on one volume";
+    default:
+      return "";
   }
 }
 
-std::vector<std::string> findings_in(recorder_folder const& folder) {
+lab::findings findings_in(recorder_folder const& folder) {
   return lab::check(open_recorder(folder, lab::access::read_only));
 }
 
 exit_status check(recorder_folder const& folder) {
-  std::vector<std::string> const findings = findings_in(folder);
-  print_all(findings);
-  if (!findings.empty()) return exit_status::findings;
+  auto const found = findings_in(folder);
+  for (auto const& each : found) print(shown(each));
+  if (!found.empty()) return exit_status::findings;
   print("clean");
   return exit_status::done;
 }
 
-exit_status repair(recorder_folder const& folder) {
-  std::vector<std::string> const findings = findings_in(folder);
-  print_all(findings);
-  if (!findings.empty()) {
+exit_status repair(recorder_folder const& folder, lab::lost_recordings what) {
+  auto found = findings_in(folder);
+  for (auto const& each : found) print(shown(each));
+  if (!found.empty()) {
     require_writable(folder);
-    print_all(lab::repair(folder.path));
+    auto const report = lab::repair(folder.path, what);
+    for (auto const& each : report.repaired) print("repaired: " + each);
+    for (auto const& each : report.failed) print("failed: " + each);
+    found = findings_in(folder);
   }
-  std::size_t const left = findings_in(folder).size();
-  if (left == 0) {
+  for (auto const& each : found) print("left: " + shown(each) + reason_left(each.what));
+  if (found.empty()) {
     print("clean");
     return exit_status::done;
   }
-  print(counted(static_cast<std::int64_t>(left), "finding") + " left");
+  print(counted(static_cast<std::int64_t>(found.size()), "finding") + " left");
   return exit_status::findings;
 }
 
@@ -66,13 +92,21 @@ void add_check(CLI::App& tool, action& chosen) {
       "check",
       "Compares folders and catalogue; only undoes a catalogue change that a crash cut short");
   add_folder(command, asked->folder, fallback::built_in);
-  command.add_flag("--repair", asked->repairs,
-                   "Mends what can be mended without guessing; removes nothing that is held. "
-                   "Needs DIR or STLAB_RECORDER");
+  auto* const repairs = command.add_flag(
+      "--repair", asked->repairs,
+      "Repairs what is found and sets aside what has no place; removes no recording. "
+      "Needs DIR or STLAB_RECORDER");
+  command
+      .add_flag("--give-up", asked->gives_up,
+                "With --repair: drops recordings that are missing, once all else is in its place")
+      ->needs(repairs);
   command.callback([asked, &chosen] {
     // What is written to is named.
     complete(asked->folder, asked->repairs ? fallback::none : fallback::built_in);
-    chosen = [asked] { return asked->repairs ? repair(asked->folder) : check(asked->folder); };
+    auto const what = asked->gives_up ? lab::lost_recordings::give_up : lab::lost_recordings::keep;
+    chosen = [asked, what] {
+      return asked->repairs ? repair(asked->folder, what) : check(asked->folder);
+    };
   });
 }
 

@@ -34,7 +34,7 @@ class scanner {
     std::string const storage = storage_name(place_);
     for (auto const& name : volume.names()) {
       if (name == identity_file || name == storage || name == lost_folder) continue;
-      add_unknown(unknown_entry::kind::entry, "", name, name);
+      add_entry(volume, "", name, name);
     }
     if (auto const inside = folder::find(volume, storage)) look_into_storage(*inside, storage);
     return std::move(found_);
@@ -46,12 +46,20 @@ class scanner {
     found_.unknown_entries.push_back({what, folder_path, name, shown});
   }
 
+  void add_entry(folder const& in, std::string const& folder_path, std::string const& name,
+                 std::string const& shown) {
+    auto const status = in.status(name);
+    bool const is_file = status && S_ISREG(status->st_mode);
+    add_unknown(is_file ? unknown_entry::kind::file : unknown_entry::kind::other, folder_path, name,
+                shown);
+  }
+
   void look_into_storage(folder const& storage, std::string const& storage_path) {
     found_.has_storage = true;
     for (auto const& name : storage.names()) {
       auto const inside = folder::find(storage, name);
       if (!inside) {
-        add_unknown(unknown_entry::kind::entry, storage_path, name, name);
+        add_entry(storage, storage_path, name, name);
         continue;
       }
       bool const known = name == preallocate_folder || folders_.count(name) > 0;
@@ -70,14 +78,13 @@ class scanner {
       auto const status = inside.status(name);
       if (!status) continue;
       if (!S_ISREG(status->st_mode) || names_.count(name) == 0) {
-        add_unknown(unknown_entry::kind::entry, path, name,
-                    std::string(folder_name).append("/").append(name));
+        add_entry(inside, path, name, std::string(folder_name).append("/").append(name));
         continue;
       }
       holds_units = true;
       found_.files[name].push_back({folder_name, status->st_size,
-                                    std::int64_t{status->st_blocks} * stat_block, status->st_dev,
-                                    status->st_ino});
+                                    std::int64_t{status->st_blocks} * stat_block,
+                                    status->st_nlink});
     }
     return holds_units;
   }
@@ -89,10 +96,6 @@ class scanner {
 };
 
 }  // namespace
-
-bool is_same_file(unit_file const& left, unit_file const& right) {
-  return left.device == right.device && left.number == right.number;
-}
 
 std::vector<unit_row> units_of(database const& catalogue, volume_place const& place) {
   statement query(catalogue,
@@ -125,12 +128,6 @@ std::vector<unit_file> const& volume_scan::files_of(std::string const& unit_name
 volume_scan scan(database const& catalogue, volume_place const& place) {
   auto found = scanner(catalogue, place).look();
   require_mounted(place);
-  return found;
-}
-
-volume_scan scan_storage(database const& catalogue, volume_place const& place) {
-  auto found = scan(catalogue, place);
-  if (!found.has_storage) throw error(place.path.string() + ": its storage folder is missing");
   return found;
 }
 

@@ -40,15 +40,12 @@ struct unit_file {
   std::string folder_name;  // in the storage folder
   std::int64_t size;
   std::int64_t allocated;
-  dev_t device;
-  ino_t number;
+  nlink_t names;  // how many it has, wherever
 };
-
-bool is_same_file(unit_file const& left, unit_file const& right);
 
 // Something that the catalogue knows nothing of.
 struct unknown_entry {
-  enum class kind { entry, empty_folder };
+  enum class kind { file, other, empty_folder };  // other: a link, a folder …
   kind what;
   std::string folder_path;  // from the volume's folder, empty for itself
   std::string name;
@@ -68,9 +65,6 @@ struct volume_scan {
 
 // Throws lab::error when the volume is not mounted, or not any more.
 volume_scan scan(database const& catalogue, volume_place const& place);
-
-// As scan(); throws lab::error for a volume without its storage folder, too.
-volume_scan scan_storage(database const& catalogue, volume_place const& place);
 
 // The first bytes of a file, fewer when it is shorter; none when it cannot be
 // read.

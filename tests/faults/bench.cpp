@@ -371,7 +371,8 @@ std::vector<std::string> problems_when_finished(fs::path const& recorder, origin
     append(problems, misplaced(recorder, volume));
     append(problems, wrong_sums(reader, volume));
   }
-  for (auto const& line : lab::check(reader)) {
+  for (auto const& finding : lab::check(reader)) {
+    auto const line = lab::printed(finding);
     bool const known = std::any_of(volumes.begin(), volumes.end(), [&](auto const& volume) {
       return is_leak_of(before, volume, line);
     });

@@ -283,16 +283,22 @@ std::string refusal_of(path const& recorder) {
   return {};
 }
 
+strings findings_in(path const& recorder) {
+  strings found;
+  for (auto const& each : lab::check(lab::recorder::open(recorder, lab::access::read_only))) {
+    found.push_back(lab::printed(each));
+  }
+  return found;
+}
+
 // A recorder that was not made to the end, or to the very end.
 strings problems_of_making(path const& recorder, ending how) {
-  if (refusal_of(recorder).empty()) {
-    return lab::check(lab::recorder::open(recorder, lab::access::read_only));
-  }
+  if (refusal_of(recorder).empty()) return findings_in(recorder);
   if (how == ending::done) return {"a recorder that was made is refused"};
   // It is in nobody's way.
   bench::temporary_folder const elsewhere;
   make_tiny(elsewhere.path() / "recorder");
-  return lab::check(lab::recorder::open(elsewhere.path() / "recorder", lab::access::read_only));
+  return findings_in(elsewhere.path() / "recorder");
 }
 
 class making_loop {

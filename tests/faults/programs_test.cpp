@@ -166,7 +166,7 @@ class programs : public testing::Test {
     for (auto const& volume : reader.volumes()) {
       EXPECT_EQ(2, reader.account(volume.id).preallocated) << volume.name;
     }
-    EXPECT_EQ(strings(), lab::check(reader));
+    EXPECT_EQ(lab::findings(), lab::check(reader));
   }
 
  private:

@@ -11,6 +11,7 @@
 
 #include "lab/make/make.h"
 #include "lab/recorder/recorder.h"
+#include "tests/support/findings.h"
 
 namespace world {
 

@@ -1,8 +1,9 @@
+#include "lab/catalogue/journal.h"
+
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "lab/catalogue/journal.h"
 #include "lab/check/check.h"
 #include "lab/repair/repair.h"
 #include "world.h"
@@ -33,12 +34,16 @@ class catalogue_journal : public world::recorder_test {
     return found;
   }
 
-  strings findings() const { return lab::check(open(lab::access::read_only)); }
+  lab::findings findings() const { return lab::check(open(lab::access::read_only)); }
+
+  void expect_found(lab::finding_class what, std::string const& text) const {
+    EXPECT_EQ(lab::findings({{what, "catalogue", text}}), findings());
+  }
 
   void expect_put_back() const {
     EXPECT_EQ(whole_, fs::file_size(journal()));
     EXPECT_LE(std::int64_t{status().st_size}, std::int64_t{status().st_blocks} * 512);
-    EXPECT_EQ(strings(), findings());
+    EXPECT_EQ(lab::findings(), findings());
   }
 
   lab::database writer() const {
@@ -68,7 +73,7 @@ class catalogue_journal : public world::recorder_test {
 
 TEST_F(catalogue_journal, that_is_missing_is_found_and_put_back_by_who_may_write) {
   fs::remove(journal());
-  EXPECT_EQ(strings{"missing: catalogue: its journal is missing"}, findings());
+  expect_found(lab::finding_class::missing, "its journal is missing");
   EXPECT_FALSE(fs::exists(journal())) << "a reader changes nothing";
   open();
   expect_put_back();
@@ -76,9 +81,8 @@ TEST_F(catalogue_journal, that_is_missing_is_found_and_put_back_by_who_may_write
 
 TEST_F(catalogue_journal, that_is_short_is_found_and_put_back) {
   fs::resize_file(journal(), 4096);
-  EXPECT_EQ(
-      strings{"short: catalogue: its journal is 4096 bytes long instead of at least " + needed()},
-      findings());
+  expect_found(lab::finding_class::too_short,
+               "its journal is 4096 bytes long instead of at least " + needed());
   EXPECT_EQ(4096U, fs::file_size(journal()));
   open();
   expect_put_back();
@@ -88,15 +92,16 @@ TEST_F(catalogue_journal, without_blocks_is_found_and_gets_them) {
   auto const size = fs::file_size(journal());
   fs::resize_file(journal(), 0);
   fs::resize_file(journal(), size);
-  EXPECT_EQ(strings{"short: catalogue: its journal has only 0 of " + needed() + " bytes allocated"},
-            findings());
+  expect_found(lab::finding_class::too_short,
+               "its journal has only 0 of " + needed() + " bytes allocated");
   open();
   expect_put_back();
 }
 
 TEST_F(catalogue_journal, is_put_back_by_a_repair) {
   fs::remove(journal());
-  EXPECT_EQ(strings{"mended: catalogue: its journal was put back"}, lab::repair(root()));
+  EXPECT_EQ(strings{"catalogue: its journal was put back"},
+            lab::repair(root(), lab::lost_recordings::keep).repaired);
   expect_put_back();
 }
 
@@ -136,7 +141,7 @@ TEST_F(catalogue_journal, undoes_a_change_with_zeros_behind_it_too) {
   fs::resize_file(journal(), fs::file_size(journal()) + 1000000);
   EXPECT_EQ(0, open().volumes().front().type);
   EXPECT_EQ(0, ask("SELECT count(*) FROM unit WHERE name LIKE '%x'"));
-  EXPECT_EQ(strings(), findings());
+  EXPECT_EQ(lab::findings(), findings());
 }
 
 TEST_F(catalogue_journal, is_left_alone_while_somebody_uses_it) {

@@ -12,6 +12,7 @@
 
 #include "lab/make/make.h"
 #include "lab/recorder/recorder.h"
+#include "tests/support/findings.h"
 #include "storage/records.h"
 
 namespace bench {

@@ -42,7 +42,7 @@ TEST_F(making, the_same_options_make_the_same_recorder) {
 TEST_F(making, a_fresh_recorder_checks_clean) {
   make(recorded());
   EXPECT_FALSE(open().periods().empty());
-  EXPECT_EQ(std::vector<std::string>(), lab::check(open(lab::access::read_only)));
+  EXPECT_EQ(lab::findings(), lab::check(open(lab::access::read_only)));
 }
 
 TEST_F(making, units_are_real_disk_blocks) {
@@ -102,7 +102,7 @@ TEST_F(making, a_large_unit_has_all_its_blocks) {
   options.volume_mb = 80;
   make(options);
   EXPECT_GE(allocated_bytes(preallocate(first_volume)), 80 * 1024 * 1024);
-  EXPECT_EQ(std::vector<std::string>(), lab::check(open(lab::access::read_only)));
+  EXPECT_EQ(lab::findings(), lab::check(open(lab::access::read_only)));
 }
 
 TEST_F(making, an_empty_folder_will_do) {

@@ -1,3 +1,5 @@
+#include "lab/make/plan.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -5,7 +7,6 @@
 #include <set>
 
 #include "lab/make/make.h"
-#include "lab/make/plan.h"
 #include "world.h"
 
 namespace {

@@ -126,7 +126,7 @@ TEST_F(open_unprivileged, a_reader_needs_no_write_permission) {
     fs::permissions(root(), fs::perms(0555));
   });
   EXPECT_EQ(2U, open(lab::access::read_only).volumes().size());
-  EXPECT_EQ(std::vector<std::string>(), lab::check(open(lab::access::read_only)));
+  EXPECT_EQ(lab::findings(), lab::check(open(lab::access::read_only)));
   EXPECT_EQ((root() / "catalogue.db").string() + ": catalogue cannot be written",
             refusal(lab::access::read_write));
   as_owner([&] { fs::permissions(root(), fs::perms(0755)); });
@@ -159,7 +159,7 @@ TEST_F(open_recorder, a_relative_folder_is_resolved_at_open) {
   EXPECT_EQ(root() / "share" / "vol1", recorder.volumes().front().path);
   recorder.record(first_volume, main_stream, world::now, 1);
   fs::current_path(home);
-  EXPECT_EQ(std::vector<std::string>(), lab::check(recorder));
+  EXPECT_EQ(lab::findings(), lab::check(recorder));
 }
 
 TEST_F(open_recorder, a_reader_cannot_change_anything) {
@@ -168,7 +168,7 @@ TEST_F(open_recorder, a_reader_cannot_change_anything) {
   EXPECT_THROW(recorder.record(first_volume, main_stream, world::now, 1), lab::error);
   EXPECT_THROW(recorder.recycle(first_volume, main_stream, always), lab::error);
   EXPECT_THROW(recorder.change_volumes({{first_volume, "x", 1, 1}}), lab::error);
-  EXPECT_EQ(std::vector<std::string>(), lab::check(open()));
+  EXPECT_EQ(lab::findings(), lab::check(open()));
 }
 
 // One of two volumes has lost its preallocate folder.
@@ -225,7 +225,7 @@ TEST_F(one_volume_blocked, retention_goes_on_with_the_other_and_then_tells) {
   EXPECT_EQ(2, recorder.account(first_volume).held);
   unblock();
   EXPECT_EQ(2, recorder.expire(world::now + world::hour));
-  EXPECT_EQ(std::vector<std::string>(), lab::check(recorder));
+  EXPECT_EQ(lab::findings(), lab::check(recorder));
 }
 
 // A child that dies inside a transaction whose pages are partly in the file.
@@ -256,7 +256,7 @@ TEST_F(open_recorder, a_reader_has_a_change_undone_that_was_cut_short) {
   // What a full disk needs to be recycled is still there.
   ASSERT_TRUE(fs::exists(root() / "catalogue.db-journal"));
   EXPECT_EQ(journal_size, fs::file_size(root() / "catalogue.db-journal"));
-  EXPECT_EQ(std::vector<std::string>(), lab::check(recorder));
+  EXPECT_EQ(lab::findings(), lab::check(recorder));
 }
 
 TEST_F(open_recorder, a_reader_gets_over_a_journal_that_undoes_nothing) {
@@ -267,7 +267,7 @@ TEST_F(open_recorder, a_reader_gets_over_a_journal_that_undoes_nothing) {
     journal << std::string(8192, 'x');
   }
   for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ(std::vector<std::string>(), lab::check(open(lab::access::read_only)));
+    EXPECT_EQ(lab::findings(), lab::check(open(lab::access::read_only)));
   }
 }
 
@@ -316,8 +316,8 @@ TEST_F(open_recorder, a_catalogue_that_breaks_off_is_named_and_found) {
   EXPECT_THROW(open(lab::access::read_only).volumes(), lab::database_error);
   auto const findings = lab::check(open(lab::access::read_only));
   ASSERT_FALSE(findings.empty());
-  for (auto const& finding : findings) EXPECT_EQ(0U, finding.find("corrupt: catalogue: "));
-  EXPECT_EQ("corrupt: catalogue: " + text, findings.back());
+  for (auto const& each : findings) EXPECT_EQ(lab::finding_class::corrupt, each.what);
+  EXPECT_EQ(text, findings.back().text);
 }
 
 }  // namespace

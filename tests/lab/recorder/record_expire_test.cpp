@@ -36,7 +36,7 @@ TEST_F(record_and_expire, an_hour_is_one_period_and_its_units) {
   std::getline(unit, head);
   EXPECT_EQ("ch01_NR_S00_2026112100/" + recorded[0], head);
   EXPECT_EQ(1024U * 1024U, fs::file_size(hour_folder(first_volume, now) / recorded[0]));
-  EXPECT_EQ(strings(), lab::check(open()));
+  EXPECT_EQ(lab::findings(), lab::check(open()));
 }
 
 TEST_F(record_and_expire, a_full_volume_takes_nothing) {
@@ -59,7 +59,7 @@ TEST_F(record_and_expire, only_whole_hours_of_real_streams_are_recorded) {
   EXPECT_EQ("there is no stream -1", refusal({1, 4, -1}, now, 1));
   EXPECT_EQ("there is no channel with id 8", refusal({8, 4, 0}, now, 1));
   EXPECT_EQ("a period needs at least one unit", refusal(main_stream, now, 0));
-  EXPECT_EQ(strings(), lab::check(open()));
+  EXPECT_EQ(lab::findings(), lab::check(open()));
 }
 
 TEST_F(record_and_expire, a_missing_unit_is_noted_and_another_one_taken) {
@@ -105,7 +105,7 @@ TEST_F(record_and_expire, periods_that_ended_go_with_their_units) {
   EXPECT_EQ(now + hour, recorder.periods()[0].start_ms);
   EXPECT_EQ(7U, names(preallocate(first_volume)).size());
   EXPECT_EQ(8U, names(preallocate(second_volume)).size());
-  EXPECT_EQ(strings(), lab::check(recorder));
+  EXPECT_EQ(lab::findings(), lab::check(recorder));
 }
 
 TEST_F(record_and_expire, retention_does_not_heal_leaks) {
@@ -121,7 +121,7 @@ TEST_F(record_and_expire, periods_without_a_storage_id_expire_too) {
   recorder.record(first_volume, main_stream, now, 2);
   recorder.lose_storage_id(ids(recorder.periods()));
   EXPECT_EQ(2, recorder.expire(now + hour));
-  EXPECT_EQ(strings(), lab::check(recorder));
+  EXPECT_EQ(lab::findings(), lab::check(recorder));
 }
 
 TEST_F(record_and_expire, what_is_not_mounted_does_not_expire) {
@@ -145,7 +145,7 @@ TEST_F(record_and_expire, more_periods_than_a_batch_expire) {
   recorder.record(first_volume, main_stream, now + hour, 250);
   recorder.record(first_volume, main_stream, now + 2 * hour, 50);
   EXPECT_EQ(550, recorder.expire(now + 3 * hour));
-  EXPECT_EQ(strings(), lab::check(recorder));
+  EXPECT_EQ(lab::findings(), lab::check(recorder));
 }
 
 }  // namespace

@@ -43,7 +43,7 @@ TEST_F(recycle, leaked_units_come_back_with_their_blocks) {
   EXPECT_EQ(8U, names(preallocate(first_volume)).size());
   EXPECT_GE(allocated_bytes(preallocate(first_volume)), before + 3 * megabyte);
   EXPECT_EQ(8, open().account(first_volume).preallocated);
-  EXPECT_EQ(strings(), lab::check(open()));
+  EXPECT_EQ(lab::findings(), lab::check(open()));
   EXPECT_EQ(0, run(always));
 }
 
@@ -160,7 +160,7 @@ TEST_F(recycle, many_units_come_back_batch_by_batch) {
   leak(first_volume, main_stream, now + hour, 280);
   EXPECT_EQ(580, run(always));
   EXPECT_EQ(600U, names(preallocate(first_volume)).size());
-  EXPECT_EQ(strings(), lab::check(open()));
+  EXPECT_EQ(lab::findings(), lab::check(open()));
 }
 
 TEST_F(recycle, a_unit_that_is_nowhere_becomes_bad) {
@@ -213,7 +213,7 @@ TEST_F(recycle, checks_do_not_exclude_each_other) {
   recorder.wait_at_most(std::chrono::milliseconds(30));
   lab::volume_lock const other(place_of_first(), lab::volume_lock::kind::shared,
                                std::chrono::milliseconds(0));
-  EXPECT_EQ(strings(), lab::check(recorder));
+  EXPECT_EQ(lab::findings(), lab::check(recorder));
   EXPECT_THROW(recorder.recycle(first_volume, main_stream, always), lab::busy_error);
 }
 

@@ -131,8 +131,9 @@ TEST_F(untrusted, units_larger_than_any_are_refused) {
 
 TEST_F(untrusted, a_unit_in_a_state_that_is_none_is_told) {
   tamper("PRAGMA ignore_check_constraints = ON; UPDATE unit SET state = 'Free' WHERE id = 1");
-  EXPECT_EQ("unreadable: volume vol1: catalogue: a unit's state is none",
-            lab::check(open(lab::access::read_only)).back());
+  EXPECT_EQ(lab::findings({{lab::finding_class::unreadable, "volume vol1",
+                            "catalogue: a unit's state is none"}}),
+            lab::check(open(lab::access::read_only)));
 }
 
 TEST_F(untrusted, a_unit_that_names_a_file_elsewhere_is_not_moved) {
@@ -198,8 +199,8 @@ TEST_F(untrusted, a_volume_behind_a_link_is_not_mounted) {
     auto const findings = lab::check(recorder);
     ASSERT_FALSE(findings.empty());
     EXPECT_EQ(1, std::count(findings.begin(), findings.end(),
-                            "not-mounted: volume vol1: a link or a file is in the place of its "
-                            "folder"));
+                            lab::finding{lab::finding_class::unreadable, "volume vol1",
+                                         "a link or a file is in the place of its folder"}));
     EXPECT_EQ(strings(), world::differences(before, world::tree_of(outside())));
     fs::remove(which);
     fs::rename(outside() / "moved", which);

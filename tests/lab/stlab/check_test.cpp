@@ -60,6 +60,36 @@ TEST_F(stlab_check, repair_counts_what_is_left) {
   EXPECT_EQ("2 findings left", bench::lines_in(two.output).back());
 }
 
+TEST_F(stlab_check, repair_tells_what_it_did_what_failed_and_what_is_left) {
+  make();
+  std::filesystem::path const lost = recorder / "share" / "vol1" / "lost+found";
+  std::ofstream(lost) << "a file";
+  std::ofstream(recorder / "share" / "vol1" / "note") << "content";
+  writer().record(volume(0).id, stream(0, bench::normal, 0), 0, 1);
+  writer().lose_storage_id({1});
+  std::filesystem::remove(volume(1).path / "identity");
+  outcome const done = run("check --repair " + recorder.string());
+  EXPECT_EQ(1, done.status);
+  std::string const period = "period 1 ch01_NR_S00_1970010100: ";
+  EXPECT_EQ(
+      "unknown: volume vol1: unknown file note\n"
+      "not-mounted: volume vol2: its identity is missing (see stlab mount)\n"
+      "null-id: " +
+          period +
+          "has no storage id\n"
+          "repaired: " +
+          period +
+          "has the storage id of its units' volume again\n"
+          "failed: volume vol1: " +
+          lost.string() +
+          ": is no folder\n"
+          "left: unknown: volume vol1: unknown file note; it may be somebody's\n"
+          "left: not-mounted: volume vol2: its identity is missing (see stlab mount); "
+          "nothing on it is touched\n"
+          "2 findings left\n",
+      done.output);
+}
+
 class stlab_mount : public bench::stlab_test {
  protected:
   void damage(std::string const& how) const {
@@ -156,7 +186,9 @@ TEST_F(stlab_mount, refuses_a_preallocate_that_is_a_link_and_changes_nothing) {
       mount(), place.string() + ": not the folder of volume vol1: its preallocate is not a folder");
   EXPECT_FALSE(std::filesystem::exists(place / "identity"));
   auto const found = check().output;
-  EXPECT_TRUE(holds(found, "a link or a file is in the place of its folder\n")) << found;
+  EXPECT_TRUE(
+      holds(found, "unreadable: volume vol1: a link or a file is in the place of its folder\n"))
+      << found;
 }
 
 TEST_F(stlab_mount, refuses_a_folder_that_is_not_the_volumes) {

@@ -68,6 +68,7 @@ TEST_F(stlab_usage, wrong_usage_is_status_2_and_changes_nothing) {
                                       "expire r --days -1",
                                       "lose-id r --count 0",
                                       "show r --unknown",
+                                      "check r --give-up",
                                       "make x --seed -1",
                                       "make x --seed 0x10",
                                       "make x --seed 18446744073709551616",

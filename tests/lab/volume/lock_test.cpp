@@ -1,3 +1,5 @@
+#include "lab/volume/lock.h"
+
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/inotify.h>
@@ -6,7 +8,6 @@
 #include <array>
 #include <future>
 
-#include "lab/volume/lock.h"
 #include "lab/volume/place.h"
 #include "world.h"
 

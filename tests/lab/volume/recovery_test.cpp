@@ -60,8 +60,8 @@ TEST_P(recovery, gives_the_unit_back_or_calls_it_bad) {
   EXPECT_EQ(lost ? 7 : 8, account.preallocated);
   EXPECT_EQ(lost ? 7U : 8U, names(preallocated()).size());
   EXPECT_FALSE(fs::exists(hour()));
-  EXPECT_EQ(lost ? strings{"bad: volume vol1: unit unit000003 is bad"} : strings(),
-            lab::check(open()));
+  lab::findings const bad{{lab::finding_class::bad, "volume vol1", "unit unit000003 is bad"}};
+  EXPECT_EQ(lost ? bad : lab::findings(), lab::check(open()));
 
   auto const given_back = world::tree_of(root());
   open(lab::access::read_write);

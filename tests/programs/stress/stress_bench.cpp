@@ -43,12 +43,12 @@ bool ends_with(std::string const& text, std::string const& ending) {
 std::regex allowed_findings(moves state) {
   std::string const leaked =
       R"(leak: volume vol[12]: unit \S+ is recorded without a period in ch0[12]_NR_S0[13]_\d+)";
-  std::string const on_its_way = R"(|moving: volume vol[12]: unit \S+ is on its way )";
+  std::string const in_transit = R"(|in-transit: volume vol[12]: unit \S+ is in transit )";
   switch (state) {
     case moves::recycling:
-      return std::regex(leaked + on_its_way + R"(\(recycling\))");
+      return std::regex(leaked + in_transit + R"(\(recycling\))");
     case moves::both_ways:
-      return std::regex(leaked + on_its_way + R"(\((recycling|recording)\))");
+      return std::regex(leaked + in_transit + R"(\((recycling|recording)\))");
     case moves::done:
       break;
   }
@@ -248,7 +248,8 @@ void stress_test::expect_sound(moves state) const {
   expect_intact_catalogue();
   expect_exact_sums();
   std::regex const allowed = allowed_findings(state);
-  for (std::string const& finding : findings) {
+  for (auto const& each : findings) {
+    auto const finding = lab::printed(each);
     EXPECT_TRUE(std::regex_match(finding, allowed)) << finding;
   }
   EXPECT_EQ(static_cast<std::int64_t>(findings.size()), lost() + moving());

@@ -1,0 +1,27 @@
+#include "lab/check/finding.h"
+
+#include <array>
+#include <cstddef>
+#include <tuple>
+
+namespace lab {
+
+bool finding::operator==(finding const& other) const {
+  return std::tie(what, place, text) == std::tie(other.what, other.place, other.text);
+}
+
+char const* word_of(finding_class what) {
+  // In the order of the classes.
+  static constexpr std::array words{
+      "corrupt",   "not-mounted",  "unreadable", "in-transit", "wrong-volume", "misplaced",
+      "duplicate", "cross-linked", "missing",    "bad",        "short",        "long",
+      "unknown",   "leak",         "null-id",    "period",     "sums"};
+  static_assert(words.size() == static_cast<std::size_t>(finding_class::sums) + 1);
+  return words.at(static_cast<std::size_t>(what));
+}
+
+std::string printed(finding const& which) {
+  return std::string(word_of(which.what)) + ": " + which.place + ": " + which.text;
+}
+
+}  // namespace lab

@@ -1,0 +1,64 @@
+#include "recipe.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+#include "program.h"
+
+namespace corpus {
+
+namespace {
+
+void read_line(recipe& into, std::string const& line) {
+  std::istringstream stream(line);
+  std::string keyword;
+  stream >> keyword;
+  words const rest{std::istream_iterator<std::string>(stream), {}};
+  if (keyword == "class") {
+    into.classes.insert(rest.begin(), rest.end());
+  } else if (keyword == "make") {
+    into.make = rest;
+  } else if (keyword == "repair") {
+    into.repair = rest;
+  } else if (keyword == "damage") {
+    into.damages.push_back(rest);
+  } else if (keyword == "st") {
+    into.commands.push_back(rest);
+  } else if (keyword != "#") {
+    throw std::runtime_error(into.file.string() + ": unknown line: " + line);
+  }
+}
+
+}  // namespace
+
+std::set<std::string> recipe::lasting() const {
+  return classes.count("not-mounted") > 0 ? std::set<std::string>{"not-mounted"}
+                                          : std::set<std::string>();
+}
+
+recipe read_recipe(std::filesystem::path const& file) {
+  recipe found;
+  found.file = file;
+  std::istringstream stream(end_to_end::content_of(file));
+  for (std::string line; std::getline(stream, line) && line != "----";) {
+    found.head += line + "\n";
+    read_line(found, line);
+  }
+  found.told.assign(std::istreambuf_iterator<char>(stream), {});
+  return found;
+}
+
+std::vector<recipe> read_corpus(std::filesystem::path const& folder) {
+  std::vector<recipe> found;
+  for (auto const& entry : std::filesystem::directory_iterator(folder)) {
+    if (entry.path().extension() == ".recipe") found.push_back(read_recipe(entry.path()));
+  }
+  std::sort(found.begin(), found.end(),
+            [](recipe const& left, recipe const& right) { return left.name() < right.name(); });
+  return found;
+}
+
+}  // namespace corpus

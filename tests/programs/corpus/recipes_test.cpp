@@ -1,0 +1,174 @@
+// Every recipe of the corpus: check finds the damage, st prints what is recorded
+// on it, repair does its work, and a second check finds nothing. ACCEPT=1 in the
+// environment records what is printed; such a run fails all the same.
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+
+#include "lab/damage/damage.h"
+#include "recipe.h"
+#include "recorder_test.h"
+
+namespace corpus {
+
+void PrintTo(recipe const& which, std::ostream* out) { *out << which.name(); }
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using end_to_end::lines_of;
+using end_to_end::outcome;
+
+std::set<std::string> classes_in(std::string const& check) {
+  std::set<std::string> found;
+  for (std::string const& line : lines_of(check)) {
+    if (line != "clean") found.insert(line.substr(0, line.find(": ")));
+  }
+  return found;
+}
+
+std::string joined(words const& all) {
+  std::string text;
+  for (std::string const& word : all) text += " " + word;
+  return text;
+}
+
+class corpus_recipe : public end_to_end::recorder_test, public testing::WithParamInterface<recipe> {
+ protected:
+  corpus_recipe() { hold_clock("2026-11-21 07:30:00"); }
+
+  outcome on_recorder(std::string const& command, words const& options) const {
+    words all{STLAB_PROGRAM, command, "recorder"};
+    all.insert(all.end(), options.begin(), options.end());
+    return run_here(all);
+  }
+
+  // What the catalogue's journal was used for is never twice the same, only that
+  // it is there with its size.
+  end_to_end::picture but_for_what_is_journaled(end_to_end::picture found) const {
+    fs::path const journal = recorder / "catalogue.db-journal";
+    found.at(journal.filename()) = std::to_string(fs::file_size(journal));
+    return found;
+  }
+
+  void make_and_damage() {
+    fs::remove_all(recorder);
+    damage_.clear();
+    stlab("make", GetParam().make);
+    EXPECT_EQ(stlab("check"), "clean\n");
+    for (words const& each : GetParam().damages) damage_.push_back(stlab("damage", each));
+  }
+
+  void tell(std::string const& command, outcome const& result) {
+    std::string text = "$ " + command + "\n" + result.output + result.errors;
+    if (result.status != 0) text += "[" + std::to_string(result.status) + "]\n";
+    for (std::size_t at = 0; (at = text.find(folder.string(), at)) != std::string::npos;) {
+      text.replace(at, folder.string().size(), "/lab");
+    }
+    told_ += text;
+  }
+
+  outcome tell_stlab(std::string const& command, words const& options = {}) {
+    outcome result = on_recorder(command, options);
+    tell("stlab " + command + " recorder" + joined(options), result);
+    return result;
+  }
+
+  void tell_damage() {
+    for (std::size_t each = 0; each < damage_.size(); ++each) {
+      tell("stlab damage recorder" + joined(GetParam().damages[each]), {0, damage_[each], ""});
+    }
+  }
+
+  // How full everything is; which periods there are is left to check.
+  void tell_volumes() {
+    std::string const shown = stlab("show");
+    tell("stlab show recorder | sed /^channels/Q",
+         {0, shown.substr(0, shown.find("channels\n")), ""});
+  }
+
+  void tell_st() {
+    for (words const& each : GetParam().commands) {
+      words all{ST_PROGRAM};
+      all.insert(all.end(), each.begin(), each.end());
+      tell("st" + joined(each), run_here(all));
+    }
+  }
+
+  // What repair has set aside; paths below share.
+  void tell_lost_and_found() {
+    std::vector<std::string> found;
+    for (auto const& entry : fs::recursive_directory_iterator(recorder / "share")) {
+      std::string const name = entry.path().lexically_relative(recorder / "share");
+      if (!entry.is_directory() && name.find("/lost+found/") != std::string::npos) {
+        found.push_back(name);
+      }
+    }
+    std::sort(found.begin(), found.end());
+    for (std::string const& name : found) told_ += "set aside: " + name + "\n";
+  }
+
+  void expect_told() const {
+    recipe const& known = GetParam();
+    if (std::getenv("ACCEPT") != nullptr) {
+      std::ofstream(known.file, std::ios::binary) << known.head << "----\n" << told_;
+      FAIL() << "accepted as " << known.file << "; look at it and run again without ACCEPT";
+    }
+    EXPECT_EQ(told_, known.told);
+  }
+
+ private:
+  std::vector<std::string> damage_;
+  std::string told_;
+};
+
+TEST_P(corpus_recipe, is_found_told_and_repaired) {
+  ASSERT_FALSE(GetParam().damages.empty());
+  ASSERT_FALSE(GetParam().classes.empty());
+
+  make_and_damage();
+  tell_damage();
+  end_to_end::picture const damaged = picture_now();
+  end_to_end::picture const damage = but_for_what_is_journaled(damaged);
+  outcome const first = tell_stlab("check");
+  ASSERT_EQ(first.status, 1);
+  ASSERT_EQ(classes_in(first.output), GetParam().classes);
+  ASSERT_EQ(picture_now(), damaged) << "check changes nothing";
+  tell_st();
+
+  // Anew, as st may have recycled what was damaged.
+  make_and_damage();
+  ASSERT_EQ(but_for_what_is_journaled(picture_now()), damage) << "damage is the same every time";
+  bool const lasts = !GetParam().lasting().empty();
+  words repair{"--repair"};
+  repair.insert(repair.end(), GetParam().repair.begin(), GetParam().repair.end());
+  EXPECT_EQ(tell_stlab("check", repair).status, lasts ? 1 : 0);
+  outcome const second = tell_stlab("check");
+  EXPECT_EQ(second.status, lasts ? 1 : 0);
+  EXPECT_EQ(classes_in(second.output), GetParam().lasting());
+  tell_lost_and_found();
+  tell_volumes();
+  tell_st();
+  expect_told();
+}
+
+INSTANTIATE_TEST_SUITE_P(recipes, corpus_recipe, testing::ValuesIn(read_corpus(CORPUS_FOLDER)),
+                         [](auto const& which) {
+                           std::string name = which.param.name();
+                           std::replace(name.begin(), name.end(), '-', '_');
+                           return name;
+                         });
+
+TEST(corpus_as_a_whole, has_every_kind_of_damage) {
+  std::set<std::string> used;
+  for (recipe const& each : read_corpus(CORPUS_FOLDER)) {
+    for (words const& damage : each.damages) used.insert(damage.at(0));
+  }
+  std::set<std::string> kinds;
+  for (lab::damage_kind const& each : lab::damage_kinds()) kinds.insert(each.name);
+  EXPECT_EQ(used, kinds);
+}
+
+}  // namespace
+}  // namespace corpus

@@ -1,0 +1,160 @@
+// Repair that is killed or fails at its first step, at its second one and so on:
+// no content is lost, and the next repair finishes the work. With ST_LONG_CHECKS=1
+// every step fails in every way, else every third in one.
+#include <iostream>
+#include <set>
+
+#include "lab/damage/damage.h"
+#include "lab/make/make.h"
+#include "lab/recorder/recorder.h"
+#include "long_checks.h"
+#include "program.h"
+#include "world.h"
+
+namespace end_to_end {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t now_ms = 1'795'246'200'000;  // 2026-11-21 07:30:00 UTC
+constexpr int unusable = 3;
+constexpr int killed = 128 + 9;
+
+std::string without_zeros_at_end(std::string text) {
+  text.erase(text.find_last_not_of('\0') + 1);
+  return text;
+}
+
+class stopped_repair : public world::recorder_test {
+ protected:
+  fs::path const recorder = root();
+
+  stopped_repair() {
+    make_damaged();
+    fs::rename(recorder, kept());
+  }
+
+  fs::path kept() const { return recorder.parent_path() / "kept"; }
+
+  // Copying is faster than making; files keep their second names.
+  void lay_damaged() const {
+    fs::remove_all(recorder);
+    outcome const copied = run({"/bin/cp", "-a", kept(), recorder}, {}, "/");
+    ASSERT_EQ(copied.status, 0) << copied.errors;
+  }
+
+  void make_damaged() const {
+    lab::make_options options;
+    options.spaces = 1;
+    options.volumes = 2;
+    options.volume_mb = 12;
+    options.channels = 2;
+    options.days = 3;
+    options.now_ms = now_ms;
+    lab::make_recorder(recorder, options, {});
+    damage("leak", 1, "vol1");
+    damage("wrong-volume", 1, "vol1");
+    damage("short-unit", 1, "vol2");
+    damage("duplicate-unit", 2, "vol2");
+    damage("unknown-file", 2, "vol2");
+    auto one = damage_of("lost-unit", 2, "vol1");
+    one.unit = "free";
+    lab::damage(recorder, one);
+    damage("lost-unit", 3, "vol2");
+    one = damage_of("null-ids", 1, "vol2");
+    one.count = 1;
+    lab::damage(recorder, one);
+    one = damage_of("stopped", 1, "vol2");
+    one.count = 1;
+    one.step = 2;
+    lab::damage(recorder, one);
+  }
+
+  static lab::damage_options damage_of(char const* kind, std::uint64_t seed, char const* volume) {
+    lab::damage_options options;
+    options.kind = kind;
+    options.seed = seed;
+    options.volume = volume;
+    return options;
+  }
+
+  void damage(char const* kind, std::uint64_t seed, char const* volume) const {
+    lab::damage(recorder, damage_of(kind, seed, volume));
+  }
+
+  // What all files hold, but for the zeros at their ends.
+  std::set<std::string> contents() const {
+    std::set<std::string> found;
+    for (auto const& entry : fs::recursive_directory_iterator(recorder / "share")) {
+      if (entry.is_regular_file()) found.insert(without_zeros_at_end(content_of(entry.path())));
+    }
+    return found;
+  }
+
+  outcome repair(environment const& extra = {}) const {
+    return run({STLAB_FAULTS_PROGRAM, "check", recorder, "--repair", "--give-up"}, extra, "/");
+  }
+
+  // Of the ways to fail at the n-th point, those whose turn it is.
+  static std::vector<std::string> kinds_at(int n) {
+    std::vector<std::string> const all{"EIO", "ENOSPC+", "full+", "EIO+", "ENOSPC", "full"};
+    if (support::are_long_checks_wanted()) return all;
+    if (n % 3 != 0) return {};
+    return {all[static_cast<std::size_t>(n / 3) % all.size()]};
+  }
+
+  // Of a damaged recorder. A "+" behind the kind means every point from there on.
+  outcome repair_with(std::string kind, int n) const {
+    bool const lasts = kind.back() == '+';
+    if (lasts) kind.pop_back();
+    lay_damaged();
+    return repair({{"STLAB_FAULT", kind + "@" + std::to_string(n) + (lasts ? "+" : "")}});
+  }
+
+  // What the stopped repair had lost the next one could not bring back.
+  void expect_finished(std::set<std::string> const& before) const {
+    outcome const finished = repair();
+    EXPECT_EQ(finished.status, 0) << finished.output << finished.errors;
+    std::set<std::string> const after = contents();
+    for (std::string const& each : before) EXPECT_EQ(after.count(each), 1U) << each.substr(0, 60);
+  }
+};
+
+// Whether a repair that failed midway tells what it had repaired before.
+bool tells_both(std::string const& output) {
+  auto const left = output.find("failed: all that was not reached: ");
+  return left != std::string::npos && output.find("repaired: ") < left;
+}
+
+TEST_F(stopped_repair, is_finished_by_the_next_one) {
+  lay_damaged();
+  std::set<std::string> const before = contents();
+  int points = 0;
+  int failures = 0;
+  int told = 0;
+  for (int n = 1;; ++n) {
+    outcome const killing = repair_with("kill", n);
+    if (killing.status == 0) break;
+    ASSERT_EQ(killing.status, killed) << killing.output << killing.errors;
+    points = n;
+    expect_finished(before);
+    for (std::string const& kind : kinds_at(n)) {
+      SCOPED_TRACE(kind + " at point " + std::to_string(n));
+      outcome const failing = repair_with(kind, n);
+      EXPECT_LE(failing.status, unusable) << failing.output << failing.errors;
+      ++failures;
+      told += tells_both(failing.output) ? 1 : 0;
+      expect_finished(before);
+    }
+    if (HasFailure()) break;
+  }
+  RecordProperty("points", points);
+  RecordProperty("failures", failures);
+  std::cout << "repair was killed at each of " << points << " points and failed " << failures
+            << " times, " << told << " of them telling what had been repaired\n";
+  EXPECT_GT(points, 50);
+  EXPECT_GT(told, 0);
+}
+
+}  // namespace
+}  // namespace end_to_end
