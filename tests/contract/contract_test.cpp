@@ -10,6 +10,8 @@
 #include <limits>
 #include <string>
 
+#include "environment.h"
+#include "files.h"
 #include "storage/handles.h"
 #include "storage/logging.h"
 #include "storage/service.h"
@@ -25,22 +27,11 @@ constexpr char zeros[] = "000000000000000000000000000000000000";
 class contract_test : public testing::Test {
  protected:
   contract_test() {
-    std::string pattern = testing::TempDir() + "st-contract.XXXXXX";
-    folder = mkdtemp(pattern.data());
-    for (char const* name : {"STLAB_RECORDER", "STLAB_TRACE", "STLAB_SERVICE_FAULT",
-                             "STLAB_LOCK_TIMEOUT_MS", "SCRIPTED_LOG", "SCRIPTED_THROW",
-                             "DU_BLOCK_SIZE", "BLOCK_SIZE", "BLOCKSIZE", "POSIXLY_CORRECT"}) {
-      ::unsetenv(name);
-    }
-    ::setenv("LC_ALL", "C", 1);
-    ::setenv("TZ", "UTC", 1);
-    answering = contract::make_world(folder);
+    support::scrub_environment();
+    answering = contract::make_world(folder.path());
     entry.create_storage_setting(&settings);
   }
-  ~contract_test() override {
-    entry.destroy_storage_setting(&settings);
-    std::filesystem::remove_all(folder);
-  }
+  ~contract_test() override { entry.destroy_storage_setting(&settings); }
 
   void SetUp() override { ASSERT_NE(settings, nullptr); }
 
@@ -62,7 +53,7 @@ class contract_test : public testing::Test {
     return volumes.empty() ? volume_info() : volumes.front();
   }
 
-  std::filesystem::path folder;
+  support::temporary_folder const folder;
   std::unique_ptr<contract::world> answering;
   CKivStorage entry;
   IStorageSetting* settings = nullptr;

@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "engine_test.h"
 #include "lab/make/make.h"
 #include "lab/recorder/recorder.h"
 #include "world.h"
@@ -8,12 +9,10 @@
 namespace contract {
 
 std::unique_ptr<world> make_world(std::filesystem::path const& folder) {
-  lab::make_options options;
-  options.spaces = 1;
-  options.volume_mb = 16;
-  options.channels = 2;
-  options.days = 0;
-  options.now_ms = std::int64_t{std::time(nullptr)} * 1000;
+  lab::make_options const options = support::small([](auto& named) {
+    named.volume_mb = 16;
+    named.now_ms = std::int64_t{std::time(nullptr)} * 1000;
+  });
   auto const recorder = folder / "recorder";
   lab::make_recorder(recorder, options, {});
 

@@ -123,16 +123,16 @@ class loop {
  public:
   explicit loop(scenario const& what) : what_(what) {
     what_.prepare(start());
-    before_ = bench::summary_of(start());
-    bench::copy_tree(start(), after_path());
+    before_ = fault_support::summary_of(start());
+    fault_support::copy_tree(start(), after_path());
     auto const clean = run(what_.run, after_path(), {});
     if (clean.how != ending::done) complain({}, "without a fault: " + clean.text);
-    after_ = bench::summary_of(after_path());
+    after_ = fault_support::summary_of(after_path());
     result_.points = clean.points;
   }
 
   tally whole() {
-    bench::origin const origin(start());
+    fault_support::origin const origin(start());
     origin_ = &origin;
     bool hit = true;
     for (int n = 1; hit; ++n) {
@@ -161,7 +161,7 @@ class loop {
 
   void fresh_copy(path const& of) const {
     fs::remove_all(scratch());
-    bench::copy_tree(of, scratch());
+    fault_support::copy_tree(of, scratch());
   }
 
   // True when the run met the fault at all.
@@ -190,14 +190,14 @@ class loop {
   void judge(faults const& injected, outcome const& ran) {
     last_ = ran.how;
     if (ran.how == ending::broken) complain(injected, ran.text);
-    auto const digest = bench::digest_of(scratch());
+    auto const digest = fault_support::digest_of(scratch());
     auto const verdict = std::string(name_of(ran.how));
     bool const new_state = left_.emplace(digest, injected).second;
     if (!new_state && seen_.count(verdict + digest) != 0) return;
     seen_.insert(verdict + digest);
     path const kept = temporary_.path() / ("state" + std::to_string(left_.size()));
     if (new_state) {
-      bench::copy_tree(scratch(), kept);
+      fault_support::copy_tree(scratch(), kept);
       kept_.emplace(digest, kept);
     }
     check_and_mend(injected, ran.how);
@@ -205,17 +205,17 @@ class loop {
 
   // Of the scratch recorder.
   void check_and_mend(faults const& injected, ending how) {
-    note(injected, "stopped", bench::problems_when_stopped(scratch(), *origin_));
+    note(injected, "stopped", fault_support::problems_when_stopped(scratch(), *origin_));
     open_to_write(scratch());
-    note(injected, "mended", bench::problems_when_finished(scratch(), *origin_));
-    auto const now = bench::summary_of(scratch());
+    note(injected, "mended", fault_support::problems_when_finished(scratch(), *origin_));
+    auto const now = fault_support::summary_of(scratch());
     if (how == ending::done && now != after_) complain(injected, "is not done");
     if (!is_allowed(now)) complain(injected, "is done in part");
     if (now == after_) return;
     std::string text;
     if (ending_of(what_.run, scratch(), text) != ending::done) complain(injected, text);
-    note(injected, "finished", bench::problems_when_finished(scratch(), *origin_));
-    if (bench::summary_of(scratch()) != after_) complain(injected, "cannot be done later");
+    note(injected, "finished", fault_support::problems_when_finished(scratch(), *origin_));
+    if (fault_support::summary_of(scratch()) != after_) complain(injected, "cannot be done later");
   }
 
   void note(faults const& injected, char const* when, std::vector<std::string> const& problems) {
@@ -236,10 +236,10 @@ class loop {
     faults both = first;
     both.push_back({fault::kind::no_space, ENOSPC, 1, fault::span::from_there_on});
     auto const ran = run(open_to_write, scratch(), {both.back()});
-    if (bench::digest_of(scratch()) != digest) ++result_.full_runs;
+    if (fault_support::digest_of(scratch()) != digest) ++result_.full_runs;
     if (ran.how != ending::done) complain(both, ran.text);
-    note(both, "mended", bench::problems_when_finished(scratch(), *origin_));
-    if (!is_allowed(bench::summary_of(scratch()))) complain(both, "is done in part");
+    note(both, "mended", fault_support::problems_when_finished(scratch(), *origin_));
+    if (!is_allowed(fault_support::summary_of(scratch()))) complain(both, "is done in part");
   }
 
   void recover_with_faults(path const& state, faults const& first) {
@@ -267,17 +267,17 @@ class loop {
     faults both = first;
     both.push_back(second);
     if (ran.how == ending::broken) complain(both, ran.text);
-    if (seen_.insert("recovered" + bench::digest_of(scratch())).second) {
+    if (seen_.insert("recovered" + fault_support::digest_of(scratch())).second) {
       check_and_mend(both, ending::killed);
     }
     return true;
   }
 
   scenario const& what_;
-  bench::temporary_folder temporary_;
+  support::temporary_folder temporary_{support::medium::memory};
   std::vector<std::string> before_;
   std::vector<std::string> after_;
-  bench::origin const* origin_ = nullptr;
+  fault_support::origin const* origin_ = nullptr;
   tally result_;
   std::map<std::string, faults> left_;  // the fault that left a state, by its digest
   std::map<std::string, path> kept_;

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "bench.h"
 #include "fault_points.h"
+#include "leaking_recorder.h"
 
 namespace fault_loop {
 
-using bench::fs::path;
+using std::filesystem::path;
 using operation = std::function<void(path const& recorder)>;
 using faults = std::vector<lab::fault_points::fault>;
 

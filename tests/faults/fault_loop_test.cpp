@@ -9,6 +9,7 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "environment.h"
 #include "lab/catalogue/sqlite.h"
 #include "lab/check/check.h"
 #include "lab/disk/file_steps.h"
@@ -31,10 +32,8 @@ lab::recorder writer(path const& recorder) {
 
 // What the client library finds: itself opens the recorder to write.
 void through_client(path const& recorder) {
+  support::scrub_environment();
   setenv("STLAB_RECORDER", recorder.c_str(), 1);
-  for (auto const* const name : {"STLAB_TRACE", "STLAB_SERVICE_FAULT", "STLAB_LOCK_TIMEOUT_MS"}) {
-    unsetenv(name);
-  }
 }
 
 kivsid id_of(lab::volume const& volume) {
@@ -57,8 +56,8 @@ stream_info main_stream_of(lab::recorder const& in) {
   auto const channel = in.channels().front();
   of.channel.number = channel.number;
   channel.sid.copy(of.channel.id, sizeof of.channel.id);
-  of.stream = bench::main_stream.number;
-  of.recording_type = bench::main_stream.recording_type;
+  of.stream = fault_support::main_stream.number;
+  of.recording_type = fault_support::main_stream.recording_type;
   return of;
 }
 
@@ -66,8 +65,8 @@ template <typename Storage>
 void recycle_through(Storage& storage, kivsid const& where, stream_info const& of) {
   int const started = storage.init(where);
   int const result = started != 0 ? started
-                                  : storage.recycle_stream_data(of, bench::always.start_ms,
-                                                                bench::always.end_ms, 0);
+                                  : storage.recycle_stream_data(of, fault_support::always.start_ms,
+                                                                fault_support::always.end_ms, 0);
   storage.uninit();
   if (result != 0) throw lab::error("the service says " + std::to_string(result));
 }
@@ -86,18 +85,22 @@ void recycle_through_unit(path const& recorder) {
   recycle_through(unit, id_of(reader.volumes().front()), main_stream_of(reader));
 }
 
-void record(path const& recorder) { writer(recorder).record(1, bench::main_stream, bench::now, 2); }
+void record(path const& recorder) {
+  writer(recorder).record(1, fault_support::main_stream, fault_support::now, 2);
+}
 
 // Both volumes hold a period that has expired, the first one two.
 void make_expired(path const& recorder) {
-  bench::make_leaking(recorder);
+  fault_support::make_leaking(recorder);
   auto recorded = writer(recorder);
-  recorded.record(1, bench::main_stream, bench::now - 20 * bench::hour, 1);
-  recorded.record(1, bench::main_stream, bench::now - 21 * bench::hour, 1);
-  recorded.record(2, bench::main_stream, bench::now - 20 * bench::hour, 1);
+  recorded.record(1, fault_support::main_stream, fault_support::now - 20 * fault_support::hour, 1);
+  recorded.record(1, fault_support::main_stream, fault_support::now - 21 * fault_support::hour, 1);
+  recorded.record(2, fault_support::main_stream, fault_support::now - 20 * fault_support::hour, 1);
 }
 
-void expire(path const& recorder) { writer(recorder).expire(bench::now - 10 * bench::hour); }
+void expire(path const& recorder) {
+  writer(recorder).expire(fault_support::now - 10 * fault_support::hour);
+}
 
 void change_volumes(lab::recorder& in) {
   in.change_volumes({{1, "first", 2, 3}, {2, "second", 2, 4}});
@@ -124,22 +127,22 @@ void expect_sound(scenario const& what, int least_points) {
   EXPECT_EQ(what.with == scenario::journal::kept, result.full_runs > 0);
 }
 
-TEST(faults, in_recording) { expect_sound({"record", bench::make_leaking, record}, 50); }
+TEST(faults, in_recording) { expect_sound({"record", fault_support::make_leaking, record}, 50); }
 
 TEST(faults, in_recycling_through_the_tier) {
-  expect_sound({"recycle through the tier", bench::make_leaking, recycle_through_tier,
+  expect_sound({"recycle through the tier", fault_support::make_leaking, recycle_through_tier,
                 scenario::scope::volume_by_volume},
                80);
 }
 
 TEST(faults, in_recycling_through_the_unit) {
-  expect_sound({"recycle through the unit", bench::make_leaking, recycle_through_unit}, 40);
+  expect_sound({"recycle through the unit", fault_support::make_leaking, recycle_through_unit}, 40);
 }
 
 TEST(faults, in_retention) { expect_sound({"expire", make_expired, expire}, 70); }
 
 TEST(faults, in_setting_volumes) {
-  expect_sound({"volset", bench::make_leaking,
+  expect_sound({"volset", fault_support::make_leaking,
                 [](path const& recorder) {
                   auto changing = writer(recorder);
                   change_volumes(changing);
@@ -147,10 +150,12 @@ TEST(faults, in_setting_volumes) {
                12);
 }
 
-void remove_journal(path const& recorder) { bench::fs::remove(recorder / "catalogue.db-journal"); }
+void remove_journal(path const& recorder) {
+  std::filesystem::remove(recorder / "catalogue.db-journal");
+}
 
 void make_without_journal(path const& recorder) {
-  bench::make_leaking(recorder);
+  fault_support::make_leaking(recorder);
   remove_journal(recorder);
 }
 
@@ -187,8 +192,8 @@ void change_volumes_without_the_journal(path const& recorder) {
 
 TEST(faults, in_setting_volumes_without_the_journal) {
   expect_sound(
-      {"volset without the journal", bench::make_leaking, change_volumes_without_the_journal,
-       scenario::scope::whole, scenario::journal::lost},
+      {"volset without the journal", fault_support::make_leaking,
+       change_volumes_without_the_journal, scenario::scope::whole, scenario::journal::lost},
       15);
 }
 
@@ -204,83 +209,56 @@ std::vector<std::pair<std::string, std::string>> lost_units(lab::database const&
   return units;
 }
 
-// Says that units are free before it moves them.
-void recycle_without_a_marker(path const& recorder) {
-  lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write,
-                          std::chrono::milliseconds(0));
-  auto const reader = lab::recorder::open(recorder, lab::access::read_only);
-  auto const volume = reader.volumes().front();
-  lab::folder const storage(lab::storage_folder(volume.path.string(), volume.sid_text));
-  lab::folder const home(storage.path() / "preallocate");
-  auto const units = lost_units(catalogue);
-  lab::transaction freed(catalogue, lab::transaction_kind::writing);
-  catalogue.execute(
-      "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL, stream = NULL,"
-      "                hour_ms = NULL"
-      "  WHERE volume_id = 1 AND state = 'recorded' AND period_id IS NULL");
-  freed.commit();
-  for (auto const& [name, hour] : units) {
-    lab::folder const away(storage.path() / hour);
-    lab::steps::link_file(away, home, name);
-    lab::steps::remove_file(away, name);
-    lab::steps::remove_empty_folder(storage, hour);
-  }
-}
+enum class first { rows, files };
 
-// Moves units before it says that they are free.
-void recycle_files_first(path const& recorder) {
-  auto const reader = lab::recorder::open(recorder, lab::access::read_only);
-  auto const volume = reader.volumes().front();
-  lab::folder const storage(lab::storage_folder(volume.path.string(), volume.sid_text));
-  lab::folder const home(storage.path() / "preallocate");
+// Frees units without a marker: says so before it moves them, or afterwards.
+void recycle_without_a_marker(path const& recorder, first order) {
   lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write,
                           std::chrono::milliseconds(0));
-  for (auto const& [name, hour] : lost_units(catalogue)) {
+  auto const volume = lab::recorder::open(recorder, lab::access::read_only).volumes().front();
+  auto const units = lost_units(catalogue);
+  auto const free_rows = [&] {
+    lab::transaction freed(catalogue, lab::transaction_kind::writing);
+    catalogue.execute(
+        "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL, stream = NULL,"
+        "                hour_ms = NULL"
+        "  WHERE volume_id = 1 AND state = 'recorded' AND period_id IS NULL");
+    freed.commit();
+  };
+  if (order == first::rows) free_rows();
+  lab::folder const storage(lab::storage_folder(volume.path.string(), volume.sid_text));
+  lab::folder const home(storage.path() / "preallocate");
+  for (auto const& [name, hour] : units) {
     if (!lab::folder::find(storage, hour)) continue;
     lab::folder const away(storage.path() / hour);
     lab::steps::link_file(away, home, name);
     lab::steps::remove_file(away, name);
     lab::steps::remove_empty_folder(storage, hour);
   }
-  lab::transaction freed(catalogue, lab::transaction_kind::writing);
-  catalogue.execute(
-      "UPDATE unit SET state = 'free', channel_id = NULL, recording_type = NULL, stream = NULL,"
-      "                hour_ms = NULL"
-      "  WHERE volume_id = 1 AND state = 'recorded' AND period_id IS NULL");
-  freed.commit();
+  if (order == first::files) free_rows();
+}
+
+void expect_broken(std::string const& name, first order) {
+  auto const recycle = [order](path const& recorder) { recycle_without_a_marker(recorder, order); };
+  EXPECT_FALSE(fault_loop::run_all({name, fault_support::make_leaking, recycle}).broken.empty());
 }
 
 TEST(faults, are_what_breaks_a_recycling_that_frees_first) {
-  auto const result =
-      fault_loop::run_all({"free first", bench::make_leaking, recycle_without_a_marker});
-  EXPECT_FALSE(result.broken.empty());
+  expect_broken("free first", first::rows);
 }
 
 TEST(faults, are_what_breaks_a_recycling_that_moves_first) {
-  auto const result = fault_loop::run_all({"move first", bench::make_leaking, recycle_files_first});
-  EXPECT_FALSE(result.broken.empty());
+  expect_broken("move first", first::files);
 }
 
-lab::make_options tiny() {
-  lab::make_options options;
-  options.spaces = 1;
-  options.volumes = 1;
-  options.volume_mb = 3;
-  options.channels = 1;
-  options.days = 1;
-  options.now_ms = bench::now;
-  return options;
-}
-
-void make_tiny(path const& recorder) { lab::make_recorder(recorder, tiny(), {}); }
-
-std::string refusal_of(path const& recorder) {
-  try {
-    lab::recorder::open(recorder, lab::access::read_write);
-  } catch (lab::error const& refused) {
-    return refused.what();
-  }
-  return {};
+void make_tiny(path const& recorder) {
+  lab::make_recorder(recorder, support::small([](auto& options) {
+                       options.volumes = 1;
+                       options.volume_mb = 3;
+                       options.channels = 1;
+                       options.days = 1;
+                     }),
+                     {});
 }
 
 strings findings_in(path const& recorder) {
@@ -293,10 +271,10 @@ strings findings_in(path const& recorder) {
 
 // A recorder that was not made to the end, or to the very end.
 strings problems_of_making(path const& recorder, ending how) {
-  if (refusal_of(recorder).empty()) return findings_in(recorder);
+  if (support::failure_of([&] { writer(recorder); }).empty()) return findings_in(recorder);
   if (how == ending::done) return {"a recorder that was made is refused"};
   // It is in nobody's way.
-  bench::temporary_folder const elsewhere;
+  support::temporary_folder const elsewhere(support::medium::memory);
   make_tiny(elsewhere.path() / "recorder");
   return findings_in(elsewhere.path() / "recorder");
 }
@@ -318,10 +296,10 @@ class making_loop {
   using fault = lab::fault_points::fault;
 
   fault_loop::outcome stopped(fault_loop::faults const& injected) {
-    bench::temporary_folder const temporary;
+    support::temporary_folder const temporary(support::medium::memory);
     path const recorder = temporary.path() / "below" / "recorder";
     auto const ran = fault_loop::run(make_tiny, recorder, injected);
-    states_.insert(bench::digest_of(temporary.path()));
+    states_.insert(fault_support::digest_of(temporary.path()));
     auto problems = problems_of_making(recorder, ran.how);
     if (ran.how == ending::broken) problems.push_back(ran.text);
     for (auto const& problem : problems) {

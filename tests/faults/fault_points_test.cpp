@@ -5,8 +5,8 @@
 
 #include <cerrno>
 
-#include "bench.h"
 #include "lab/disk/file_steps.h"
+#include "leaking_recorder.h"
 
 namespace {
 
@@ -57,7 +57,7 @@ TEST(injected_fault, of_a_full_disk_hits_what_takes_space) {
 }
 
 TEST(injected_fault, keeps_a_step_from_being_taken) {
-  bench::temporary_folder const temporary;
+  support::temporary_folder const temporary(support::medium::memory);
   lab::folder const folder(temporary.path());
   {
     points::watch const failing(
@@ -70,7 +70,7 @@ TEST(injected_fault, keeps_a_step_from_being_taken) {
 }
 
 TEST(injected_fault, leaves_a_file_that_was_to_be_copied_cut_or_moved) {
-  bench::temporary_folder const temporary;
+  support::temporary_folder const temporary(support::medium::memory);
   lab::folder const folder(temporary.path());
   lab::steps::make_folder(folder, "other");
   auto const other = lab::folder::find(folder, "other");

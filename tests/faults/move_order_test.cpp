@@ -6,8 +6,8 @@
 #include <functional>
 #include <set>
 
-#include "bench.h"
 #include "fault_points.h"
+#include "leaking_recorder.h"
 
 namespace {
 
@@ -24,9 +24,9 @@ bool writes_catalogue(points::point const& at) {
 
 // What an operation does on a small recorder, without what has no effect.
 taken_steps steps_of(std::function<void(lab::recorder&)> const& operation) {
-  bench::temporary_folder const temporary;
+  support::temporary_folder const temporary(support::medium::memory);
   auto const recorder = temporary.path() / "recorder";
-  bench::make_leaking(recorder);
+  fault_support::make_leaking(recorder);
   auto writer = lab::recorder::open(recorder, lab::access::read_write);
   taken_steps taken;
   points::watch const watching([&taken](points::point const& at) {
@@ -42,14 +42,15 @@ taken_steps steps_of(std::function<void(lab::recorder&)> const& operation) {
 // Two units in two hour folders come home.
 taken_steps recycling() {
   return steps_of([](lab::recorder& writer) {
-    EXPECT_EQ(2, writer.recycle(1, bench::main_stream, bench::always));
+    EXPECT_EQ(2, writer.recycle(1, fault_support::main_stream, fault_support::always));
   });
 }
 
 // Two units go into one hour folder that is new.
 taken_steps recording() {
-  return steps_of(
-      [](lab::recorder& writer) { writer.record(1, bench::main_stream, bench::now, 2); });
+  return steps_of([](lab::recorder& writer) {
+    writer.record(1, fault_support::main_stream, fault_support::now, 2);
+  });
 }
 
 // What is not certain to be on disk yet, and which steps came too early.

@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "bench.h"
+#include "leaking_recorder.h"
 
 namespace power_loss {
 
-using bench::fs::path;
+using std::filesystem::path;
 
 struct step {
   enum class kind { name, head, sync_folder, sync_unit, commit } what;

@@ -119,8 +119,8 @@ class moving {
  public:
   moving(std::string name, std::function<void(lab::recorder&)> const& operation)
       : name_(std::move(name)) {
-    bench::make_leaking(start());
-    bench::copy_tree(start(), after());
+    fault_support::make_leaking(start());
+    fault_support::copy_tree(start(), after());
     fs::create_directory(catalogues());
     recording recorded(after(), catalogues());
     recorded.of(operation);
@@ -131,9 +131,9 @@ class moving {
 
   // What is wrong with some state that the steps can leave.
   strings problems(power_loss::steps const& taken) const {
-    bench::origin const origin(start());
-    auto const before = bench::summary_of(start());
-    auto const done = bench::summary_of(after());
+    fault_support::origin const origin(start());
+    auto const before = fault_support::summary_of(start());
+    auto const done = fault_support::summary_of(after());
     auto const found = power_loss::all_states(power_loss::layout_of(storage_in(start())), taken);
     strings problems;
     for (auto const& each : found.states) {
@@ -156,7 +156,7 @@ class moving {
 
   void lay_out(state const& wanted) const {
     fs::remove_all(scratch());
-    bench::copy_tree(start(), scratch());
+    fault_support::copy_tree(start(), scratch());
     fs::remove(scratch() / "catalogue.db");
     fs::remove(scratch() / "catalogue.db-journal");
     fs::copy_file(catalogues() / std::to_string(wanted.commits), scratch() / "catalogue.db");
@@ -183,13 +183,13 @@ class moving {
     fs::remove_all(aside);
   }
 
-  strings problems_of(state const& each, bench::origin const& origin, strings const& before,
+  strings problems_of(state const& each, fault_support::origin const& origin, strings const& before,
                       strings const& done) const {
-    auto problems = bench::problems_when_stopped(scratch(), origin);
+    auto problems = fault_support::problems_when_stopped(scratch(), origin);
     lab::recorder::open(scratch(), lab::access::read_write);
-    auto const mended = bench::problems_when_finished(scratch(), origin);
+    auto const mended = fault_support::problems_when_finished(scratch(), origin);
     problems.insert(problems.end(), mended.begin(), mended.end());
-    auto const now = bench::summary_of(scratch());
+    auto const now = fault_support::summary_of(scratch());
     bool const last = each.commits == commits();
     if (now != done && (last || now != before)) problems.emplace_back("is done in part");
     for (auto const& unit : each.on_disk.units) {
@@ -213,7 +213,7 @@ class moving {
     return line + "\n" == lab::recording_head(unit.first, unit.second);
   }
 
-  bench::temporary_folder temporary_;
+  support::temporary_folder temporary_{support::medium::memory};
   std::string name_;
   power_loss::steps steps_;
 };
@@ -221,15 +221,16 @@ class moving {
 // Two units in two hour folders come home.
 moving const& recycling() {
   static moving const two("recycle", [](lab::recorder& writer) {
-    EXPECT_EQ(2, writer.recycle(1, bench::main_stream, bench::always));
+    EXPECT_EQ(2, writer.recycle(1, fault_support::main_stream, fault_support::always));
   });
   return two;
 }
 
 // Two units go into one hour folder that is new.
 moving const& recording_units() {
-  static moving const two(
-      "record", [](lab::recorder& writer) { writer.record(1, bench::main_stream, bench::now, 2); });
+  static moving const two("record", [](lab::recorder& writer) {
+    writer.record(1, fault_support::main_stream, fault_support::now, 2);
+  });
   return two;
 }
 
@@ -314,10 +315,10 @@ using journal_lengths = std::set<journal_length>;
 class journal_put_back {
  public:
   explicit journal_put_back(journal_length before) : before_(before) {
-    bench::make_leaking(start());
+    fault_support::make_leaking(start());
     whole_ = fs::file_size(journal());
     lay_out(before);
-    bench::copy_tree(start(), kept());
+    fault_support::copy_tree(start(), kept());
     points::watch const watching([this](points::point const& at) {
       steps_.push_back(at.what);
       return 0;
@@ -344,15 +345,16 @@ class journal_put_back {
   // What is wrong with a recorder whose journal was left so long.
   strings problems(journal_length left) {
     fs::remove_all(start());
-    bench::copy_tree(kept(), start());
+    fault_support::copy_tree(kept(), start());
     lay_out(left);
-    bench::origin const origin(start());
-    auto const before = bench::summary_of(start());
-    auto problems = bench::problems_when_stopped(start(), origin);
+    fault_support::origin const origin(start());
+    auto const before = fault_support::summary_of(start());
+    auto problems = fault_support::problems_when_stopped(start(), origin);
     lab::recorder::open(start(), lab::access::read_write);
-    auto const mended = bench::problems_when_finished(start(), origin);
+    auto const mended = fault_support::problems_when_finished(start(), origin);
     problems.insert(problems.end(), mended.begin(), mended.end());
-    if (bench::summary_of(start()) != before) problems.emplace_back("the catalogue has changed");
+    if (fault_support::summary_of(start()) != before)
+      problems.emplace_back("the catalogue has changed");
     if (fs::file_size(journal()) != whole_) problems.emplace_back("the journal is not whole");
     return problems;
   }
@@ -383,7 +385,7 @@ class journal_put_back {
     return lengths;
   }
 
-  bench::temporary_folder temporary_;
+  support::temporary_folder temporary_{support::medium::memory};
   journal_length before_;
   std::uintmax_t whole_ = 0;
   std::vector<points::call> steps_;

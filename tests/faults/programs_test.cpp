@@ -1,54 +1,26 @@
 // st and stlab under faults: st_faults and stlab_faults are the same programs
 // with the fault points in them.
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <fstream>
+#include <csignal>
 #include <iostream>
-#include <sstream>
-#include <system_error>
 
-#include "bench.h"
 #include "lab/check/check.h"
+#include "leaking_recorder.h"
+#include "program_test.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using strings = std::vector<std::string>;
-
-std::string content_of(fs::path const& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::ostringstream content;
-  content << stream.rdbuf();
-  return content.str();
-}
-
-bool holds(std::string const& text, std::string const& part) {
-  return text.find(part) != std::string::npos;
-}
-
-bool ends_with(std::string const& text, std::string const& ending) {
-  return text.size() >= ending.size() &&
-         text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
-}
+using support::content_of;
+using support::ends_with;
+using support::environment;
+using support::holds;
+using support::words;
 
 // The command lines of st that change nothing.
 strings list_commands() {
   return {"spacelist", "vollist Storage1", "spaceinfo Storage1",
           "voluse -1", "volchn vol1",      "nullid -1"};
-}
-
-// A program and what a command line holds behind its name.
-strings st_line(std::string const& program, std::string const& command) {
-  strings words{program};
-  std::istringstream rest(command);
-  for (std::string word; rest >> word;) words.push_back(word);
-  return words;
 }
 
 // Whether a command line was none that st knows.
@@ -73,65 +45,29 @@ void expect_got_through(cleaning const& which, std::string const& output) {
   EXPECT_TRUE(ends_with(output, which.ending)) << output;
 }
 
-struct outcome {
-  int status;  // 128 + n after signal n
-  std::string output;
+// What came out of a run.
+struct told {
+  int status;
+  std::string output;  // with the errors behind it
 };
 
-std::vector<char*> pointers(strings& texts) {
-  std::vector<char*> result;
-  for (auto& text : texts) result.push_back(text.data());
-  result.push_back(nullptr);
-  return result;
-}
-
-class programs : public testing::Test {
+class programs : public support::program_test {
  protected:
-  fs::path folder() const { return temporary_.path(); }
-  fs::path recorder() const { return folder() / "recorder"; }
+  programs() : program_test(support::medium::memory) {}
 
-  // Output and errors together.
-  outcome run(strings words, std::string const& fault = {}) const {
-    strings variables{"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C", "TZ=UTC",
-                      "STLAB_RECORDER=" + recorder().string()};
-    for (char const* const name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
-      if (auto const* const value = std::getenv(name)) {
-        variables.push_back(std::string(name) + "=" + value);
-      }
-    }
-    if (!fault.empty()) variables.push_back("STLAB_FAULT=" + fault);
-    auto const output = folder() / "output";
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    int const flags = O_WRONLY | O_CREAT | O_TRUNC;
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), flags, 0600);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    pid_t child = 0;
-    int const problem = posix_spawn(&child, words.front().c_str(), &actions, nullptr,
-                                    pointers(words).data(), pointers(variables).data());
-    posix_spawn_file_actions_destroy(&actions);
-    if (problem != 0) throw std::system_error(problem, std::generic_category(), words.front());
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), content_of(output)};
-  }
-
-  void must(strings const& words) const {
-    auto const ran = run(words);
-    ASSERT_EQ(0, ran.status) << words[1] << ": " << ran.output;
+  told run(words const& line, std::string const& fault = {}) const {
+    auto const ran =
+        run_here(line, fault.empty() ? environment() : environment{{"STLAB_FAULT", fault}});
+    return {ran.status, ran.output + ran.errors};
   }
 
   // Two volumes, each with a leak and without a free unit.
   void make_full() const {
-    must({STLAB_PROGRAM, "make", recorder(), "--spaces", "1", "--volumes", "2", "--volume-mb", "10",
-          "--channels", "2", "--days", "0"});
-    for (auto const* const volume : {"vol1", "vol2"}) {
-      must({STLAB_PROGRAM, "leak", recorder(), "--volume", volume, "--hours", "2"});
-    }
-    must({STLAB_PROGRAM, "record", recorder(), "--stream", "1", "--units", "7"});
-    auto const reader = lab::recorder::open(recorder(), lab::access::read_only);
+    stlab("make --spaces 1 --volumes 2 --volume-mb 10 --channels 2 --days 0");
+    stlab("leak --volume vol1 --hours 2");
+    stlab("leak --volume vol2 --hours 2");
+    stlab("record --stream 1 --units 7");
+    auto const reader = lab::recorder::open(recorder, lab::access::read_only);
     for (auto const& volume : reader.volumes()) {
       EXPECT_EQ(0, reader.account(volume.id).preallocated);
       EXPECT_EQ(2, reader.account(volume.id).lost);
@@ -143,12 +79,12 @@ class programs : public testing::Test {
   template <typename Finish>
   void kill_at_every_point(Finish const& finish) {
     make_full();
-    fs::path const full = folder() / "full";
-    fs::rename(recorder(), full);
+    fs::path const full = folder / "full";
+    fs::rename(recorder, full);
     int points = 0;
     for (int status = 128 + SIGKILL; status != 0; ++points) {
-      fs::remove_all(recorder());
-      bench::copy_tree(full, recorder());
+      fs::remove_all(recorder);
+      fault_support::copy_tree(full, recorder);
       status = run({ST_FAULTS_PROGRAM, "autoclean"}, "kill@" + std::to_string(points + 1)).status;
       if (status != 0) {
         EXPECT_EQ(128 + SIGKILL, status);
@@ -162,15 +98,12 @@ class programs : public testing::Test {
   }
 
   void expect_recycled() const {
-    auto const reader = lab::recorder::open(recorder(), lab::access::read_only);
+    auto const reader = lab::recorder::open(recorder, lab::access::read_only);
     for (auto const& volume : reader.volumes()) {
       EXPECT_EQ(2, reader.account(volume.id).preallocated) << volume.name;
     }
     EXPECT_EQ(lab::findings(), lab::check(reader));
   }
-
- private:
-  bench::temporary_folder temporary_;
 };
 
 TEST_F(programs, hold_no_fault_points_unless_built_with_them) {
@@ -181,7 +114,7 @@ TEST_F(programs, hold_no_fault_points_unless_built_with_them) {
 }
 
 TEST_F(programs, refuse_what_is_no_fault) {
-  auto const ran = run({STLAB_FAULTS_PROGRAM, "make", recorder()}, "kill@never");
+  auto const ran = run({STLAB_FAULTS_PROGRAM, "make", recorder}, "kill@never");
   EXPECT_EQ(2, ran.status);
   EXPECT_EQ("STLAB_FAULT: kill@never is no fault\n", ran.output);
 }
@@ -189,8 +122,8 @@ TEST_F(programs, refuse_what_is_no_fault) {
 TEST_F(programs, list_on_a_full_disk_what_they_listed_before) {
   make_full();
   for (auto const& command : list_commands()) {
-    auto const usual = run(st_line(ST_PROGRAM, command));
-    auto const listed = run(st_line(ST_FAULTS_PROGRAM, command), "full@1+");
+    auto const usual = run(words{ST_PROGRAM} + command);
+    auto const listed = run(words{ST_FAULTS_PROGRAM} + command, "full@1+");
     EXPECT_EQ(0, listed.status) << command;
     EXPECT_EQ(usual.output, listed.output);
     EXPECT_FALSE(is_usage(listed.output)) << command;
@@ -200,9 +133,9 @@ TEST_F(programs, list_on_a_full_disk_what_they_listed_before) {
 TEST_F(programs, recycle_on_volumes_without_a_free_unit_on_a_full_disk) {
   for (cleaning const& each : cleanings()) {
     SCOPED_TRACE(each.command);
-    fs::remove_all(recorder());
+    fs::remove_all(recorder);
     make_full();
-    auto const cleaned = run(st_line(ST_FAULTS_PROGRAM, each.command), "full@1+");
+    auto const cleaned = run(words{ST_FAULTS_PROGRAM} + each.command, "full@1+");
     EXPECT_EQ(0, cleaned.status);
     expect_got_through(each, cleaned.output);
     expect_recycled();
@@ -214,7 +147,7 @@ TEST_F(programs, only_report_when_every_step_finds_the_disk_full) {
   auto const cleaned = run({ST_FAULTS_PROGRAM, "autoclean"}, "ENOSPC@1+");
   EXPECT_EQ(0, cleaned.status);
   EXPECT_TRUE(holds(cleaned.output, "recycle check process done.")) << cleaned.output;
-  auto const reader = lab::recorder::open(recorder(), lab::access::read_only);
+  auto const reader = lab::recorder::open(recorder, lab::access::read_only);
   for (auto const& volume : reader.volumes()) EXPECT_EQ(2, reader.account(volume.id).lost);
   EXPECT_EQ(0, run({ST_PROGRAM, "autoclean"}).status);
   expect_recycled();
@@ -254,23 +187,11 @@ constexpr char const* on_a_full_file_system = R"(
 TEST_F(programs, list_and_recycle_on_a_file_system_that_is_full) {
   for (cleaning const& each : cleanings()) {
     SCOPED_TRACE(each.command);
-    bench::temporary_folder const elsewhere;
-    strings words{"/usr/bin/unshare",
-                  "--user",
-                  "--map-root-user",
-                  "--mount",
-                  "/bin/sh",
-                  "-c",
-                  on_a_full_file_system,
-                  "sh",
-                  folder() / "",
-                  elsewhere.path(),
-                  STLAB_PROGRAM,
-                  ST_PROGRAM,
-                  each.command};
-    auto const lists = list_commands();
-    words.insert(words.end(), lists.begin(), lists.end());
-    auto const ran = run(words);
+    support::temporary_folder const elsewhere(support::medium::memory);
+    words line("/usr/bin/unshare --user --map-root-user --mount /bin/sh -c");
+    line += {on_a_full_file_system, "sh",       folder / "", elsewhere.path(),
+             STLAB_PROGRAM,         ST_PROGRAM, each.command};
+    auto const ran = run(line + words(list_commands()));
     if (ran.status == 77 || holds(ran.output, "unshare failed")) {
       GTEST_SKIP() << "no file system of one's own can be mounted here: " << ran.output;
     }

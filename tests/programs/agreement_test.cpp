@@ -2,14 +2,14 @@
 #include <regex>
 #include <set>
 
-#include "recorder_test.h"
+#include "program_test.h"
 
-namespace end_to_end {
+namespace support {
 namespace {
 
 using names = std::set<std::string>;
 
-class agreement : public recorder_test {
+class agreement : public program_test {
  protected:
   agreement() { hold_clock("2026-11-21 07:30:00"); }
 
@@ -28,7 +28,7 @@ class agreement : public recorder_test {
 
   std::vector<std::string> volumes() {
     std::vector<std::string> result;
-    for (std::string const& space : found(st({"spacelist"}), R"(\[\d+\] \[(.+?)\])")) {
+    for (std::string const& space : found(st("spacelist"), R"(\[\d+\] \[(.+?)\])")) {
       for (std::string const& volume : found(st({"vollist", space}), R"(\[\d+\] \[(.+?)\])")) {
         result.push_back(volume);
       }
@@ -37,7 +37,7 @@ class agreement : public recorder_test {
   }
 
   void expect_same_channels(std::size_t assigned) {
-    std::string const uses = st({"voluse", "-1"});
+    std::string const uses = st("voluse -1");
     std::size_t told = 0;
     for (std::string const& volume : volumes()) {
       auto const by_use = found(uses, R"(ch(\d+) volume=\[)" + volume + R"(\])");
@@ -51,12 +51,12 @@ class agreement : public recorder_test {
   }
 
   long long null_ids() {
-    auto const totals = found(st({"nullid", "-1"}), R"(Total have \[(\d+)\])");
+    auto const totals = found(st("nullid -1"), R"(Total have \[(\d+)\])");
     EXPECT_EQ(totals.size(), 1U);
     return totals.empty() ? -1 : std::stoll(totals.front());
   }
 
-  long long lost(std::vector<std::string> const& options) {
+  long long lost(words const& options) {
     auto const counts = found(stlab("lose-id", options), R"(lost the storage id of (\d+) period)");
     EXPECT_EQ(counts.size(), 1U);
     return counts.empty() ? -1 : std::stoll(counts.front());
@@ -64,18 +64,16 @@ class agreement : public recorder_test {
 };
 
 TEST_F(agreement, volchn_and_voluse_tell_the_same_channels) {
-  stlab("make",
-        {"--spaces", "2", "--volumes", "2", "--volume-mb", "8", "--channels", "7", "--days", "0"});
+  stlab("make --spaces 2 --volumes 2 --volume-mb 8 --channels 7 --days 0");
   EXPECT_EQ(volumes(), (std::vector<std::string>{"vol1", "vol2", "vol3", "vol4"}));
   expect_same_channels(7);
-  stlab("assign", {"--channel", "0", "--volume", "vol4"});
-  stlab("assign", {"--channel", "6", "--volume", "vol1"});
+  stlab("assign --channel 0 --volume vol4");
+  stlab("assign --channel 6 --volume vol1");
   expect_same_channels(7);
 }
 
 TEST_F(agreement, nullid_counts_what_lost_its_id_on_every_stream_but_the_first) {
-  stlab("make",
-        {"--spaces", "1", "--volumes", "1", "--volume-mb", "64", "--channels", "2", "--days", "0"});
+  stlab("make --spaces 1 --volumes 1 --volume-mb 64 --channels 2 --days 0");
   EXPECT_EQ(null_ids(), 0);
   long long sum = lost({"--channel", "0", "--stream", "1", "--hours", "4"});
   sum += lost({"--channel", "1", "--stream", "4", "--hours", "3"});
@@ -87,4 +85,4 @@ TEST_F(agreement, nullid_counts_what_lost_its_id_on_every_stream_but_the_first) 
 }
 
 }  // namespace
-}  // namespace end_to_end
+}  // namespace support

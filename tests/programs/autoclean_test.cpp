@@ -2,9 +2,9 @@
 #include <fstream>
 #include <regex>
 
-#include "recorder_test.h"
+#include "program_test.h"
 
-namespace end_to_end {
+namespace support {
 namespace {
 
 namespace fs = std::filesystem;
@@ -15,7 +15,7 @@ constexpr char clean_report[] =
     "Volume space leak detected count: 0\n"
     "recycle check process done.\n";
 
-class autoclean : public recorder_test {
+class autoclean : public program_test {
  protected:
   void make() { stlab("make", {"--volume-mb", std::to_string(volume_mb)}); }
 
@@ -94,12 +94,12 @@ TEST_F(autoclean, finds_a_leak_and_recycles_it) {
   long long const kib_before = preallocated_kib("vol2");
 
   std::string const expected = leak_report();
-  EXPECT_EQ(st({"autoclean"}), expected);
+  EXPECT_EQ(st("autoclean"), expected);
 
   EXPECT_EQ(preallocated_kib("vol2") - kib_before, leaked_mb * 1024);
   EXPECT_EQ(recycled(picture_now(), {}), recycled(leaking, leaked_hours));
   expect_clean();
-  EXPECT_EQ(st({"autoclean"}), clean_report);
+  EXPECT_EQ(st("autoclean"), clean_report);
   expect_clean();
 }
 
@@ -107,19 +107,19 @@ TEST_F(autoclean, changes_no_byte_without_a_leak) {
   make();
   picture const before = picture_now();
   ASSERT_EQ(before.count("catalogue.db"), 1U);
-  EXPECT_EQ(st({"autoclean"}), clean_report);
+  EXPECT_EQ(st("autoclean"), clean_report);
   EXPECT_EQ(picture_now(), before);
 }
 
 TEST_F(autoclean, leaves_a_leak_of_five_percent_alone) {
-  stlab("make", {"--volume-mb", "100", "--volumes", "1", "--spaces", "1"});
-  stlab("leak", {"--hours", "5"});
+  stlab("make --volume-mb 100 --volumes 1 --spaces 1");
+  stlab("leak --hours 5");
   picture const before = picture_now();
-  EXPECT_EQ(st({"autoclean"}), clean_report);
+  EXPECT_EQ(st("autoclean"), clean_report);
   EXPECT_EQ(picture_now(), before);
 
-  stlab("leak", {"--hours", "1", "--stream", "1"});
-  EXPECT_NE(st({"autoclean"}).find("Size lost 6 MB over 5 MB(%5)"), std::string::npos);
+  stlab("leak --hours 1 --stream 1");
+  EXPECT_NE(st("autoclean").find("Size lost 6 MB over 5 MB(%5)"), std::string::npos);
   expect_clean();
 }
 
@@ -130,14 +130,14 @@ TEST_F(autoclean, is_not_misled_by_the_environment) {
       {"DU_BLOCK_SIZE", "1M"}, {"BLOCK_SIZE", "1M"}, {"BLOCKSIZE", "1M"}, {"POSIXLY_CORRECT", "1"}};
   make();
   picture const before = picture_now();
-  EXPECT_EQ(st({"autoclean"}, hostile), clean_report);
-  EXPECT_EQ(st({"autoclean"}, {{"POSIXLY_CORRECT", "1"}}), clean_report);
+  EXPECT_EQ(st("autoclean", hostile), clean_report);
+  EXPECT_EQ(st("autoclean", {{"POSIXLY_CORRECT", "1"}}), clean_report);
   EXPECT_EQ(picture_now(), before);
 
   leak();
   std::string const expected = leak_report();
-  EXPECT_EQ(st({"autoclean"}, hostile), expected);
-  EXPECT_EQ(st({"autoclean"}, hostile), clean_report);
+  EXPECT_EQ(st("autoclean", hostile), expected);
+  EXPECT_EQ(st("autoclean", hostile), clean_report);
   expect_clean();
 }
 
@@ -146,7 +146,7 @@ TEST_F(autoclean, finds_a_recorder_by_its_relative_path) {
   make();
   leak();
   std::string const expected = leak_report();
-  EXPECT_EQ(st({"autoclean"}, {{"STLAB_RECORDER", "recorder"}}), expected);
+  EXPECT_EQ(st("autoclean", {{"STLAB_RECORDER", "recorder"}}), expected);
   expect_clean();
 }
 
@@ -160,10 +160,9 @@ std::vector<std::string> operations(std::string const& trace) {
 
 TEST_F(autoclean, makes_its_calls_in_order) {
   // One stream of one channel has recordings: the first.
-  stlab("make",
-        {"--volume-mb", "20", "--volumes", "1", "--spaces", "1", "--channels", "1", "--days", "0"});
-  stlab("leak", {"--hours", "2"});
-  st({"autoclean"}, {{"STLAB_TRACE", folder / "trace"}});
+  stlab("make --volume-mb 20 --volumes 1 --spaces 1 --channels 1 --days 0");
+  stlab("leak --hours 2");
+  st("autoclean", {{"STLAB_TRACE", folder / "trace"}});
 
   std::vector<std::string> expected{"CKivStorage::CKivStorage",
                                     "CKivStorageDaemon::CKivStorageDaemon",
@@ -191,4 +190,4 @@ TEST_F(autoclean, makes_its_calls_in_order) {
 }
 
 }  // namespace
-}  // namespace end_to_end
+}  // namespace support

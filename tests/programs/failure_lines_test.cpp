@@ -1,243 +1,150 @@
 // Every failure line of st, from the shell: st on a lab recorder, with a fault
-// of the service (see lab/client/faults.h) or with damage.
-//
-//   line                                       command    brought about by
-//   -----------------------------------------  ---------  ----------------------------------
-//   Query storage settings faiure.             any        create_storage_setting=fail, =null;
-//                                                         no recorder
-//   no space [NAME] info                       vollist    get_space_list=fail; unknown name
-//                                              spaceinfo
-//   no find volume at space [NAME]             vollist    get_volume_list=fail
-//   Cannot fine volume [NAME]                  volset     get_volume_list=fail; unknown name
-//                                              volchn
-//   NO channel using volume [NAME]             volchn     create_plug_play_service=fail, =null;
-//                                                         get_volume_channels=fail
-//   No space or channel found.                 volclean   get_space_list=fail;
-//                                                         get_channel_list=fail
-//   [NR S00] Can not find time period.         volclean   get_time_period_list=fail
-//   Initial Tier to process failure.           volclean   CFSTier::init=fail; a volume that
-//                                                         somebody else writes; a recorder
-//                                                         that may not be written
-//   no volume found                            autoclean  get_volume_list=fail
-//   Volume [PATH] path does not exist          autoclean  get_volume_list=odd; no preallocate
-//                                                         folder
-//   Can not get preallocate remain size info.  autoclean  velt_popen=fail
-//   No channel settings found.                 autoclean  get_channel_list=fail, with a leak
-//   Initial Unit to process failure.           autoclean  CFSUnit::init=fail, with a leak; a
-//                                                         volume that somebody else writes
-//   No channel found.                          nullid     get_channel_list=fail
-//   ch01 [NR S01] retrieve time period fail    nullid     get_time_period_list=fail;
-//                                                         create_channel_session=fail, =null
-//   Error TTimeLineInfo call                   spaceinfo  create_channel_configuration=fail,
-//     create_channel_configuration ret=-1                 =odd
-//   storage_channel.create_channel_session     spaceinfo  create_channel_configuration=null
-//     fail!!
-//   storage.cgi storage_channel.               none       create_channel_session=fail; the
-//     create_channel_session fail!!                       routine is called by the test
+// of the service or with damage.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <regex>
 #include <set>
 
 #include "commands/commands.h"
 #include "lab/recorder/recorder.h"
 #include "lab/volume/lock.h"
-#include "program.h"
+#include "program_test.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-using end_to_end::environment;
-using words = std::vector<std::string>;
-
-fs::path new_folder() {
-  std::string name = (fs::temp_directory_path() / "st-failures-XXXXXX").string();
-  if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder " + name);
-  return fs::canonical(name);
-}
+using support::environment;
+using support::words;
 
 // A recorder with one channel, one volume of 20 MB and a leak of 2 MB on it.
-class recorder_bench : public testing::Test {
+class failing : public support::program_test {
  protected:
-  recorder_bench() : folder(new_folder()), recorder(folder / "recorder") {
-    stlab("make", {"--spaces", "1", "--volumes", "1", "--volume-mb", "20", "--channels", "1",
-                   "--days", "0"});
-    stlab("leak", {"--hours", "2"});
-  }
-  ~recorder_bench() override {
-    if (HasFailure()) {
-      std::cerr << "the test's folder is kept: " << folder << '\n';
-      return;
-    }
-    std::error_code ignored;
-    fs::remove_all(folder, ignored);
-  }
-
-  std::string stlab(std::string const& command, words const& options = {}) const {
-    words line{STLAB_PROGRAM, command, recorder};
-    line.insert(line.end(), options.begin(), options.end());
-    auto const result = end_to_end::run(line, {}, folder);
-    EXPECT_EQ(result.status, 0) << command << "\n" << result.output << result.errors;
-    return result.output;
+  failing() {
+    stlab("make --spaces 1 --volumes 1 --volume-mb 20 --channels 1 --days 0");
+    stlab("leak --hours 2");
   }
 
   std::string st(words const& command, std::string const& faults = {},
                  environment extra = {}) const {
-    words line{ST_PROGRAM};
-    line.insert(line.end(), command.begin(), command.end());
-    extra.insert({{"STLAB_RECORDER", recorder}, {"STLAB_SERVICE_FAULT", faults}});
-    auto const result = end_to_end::run(line, extra, folder);
-    EXPECT_EQ(result.status, 0) << command.front() << " with " << faults;
-    EXPECT_EQ(result.errors, "") << command.front() << " with " << faults;
-    return result.output;
+    SCOPED_TRACE("with " + faults);
+    extra.insert({"STLAB_SERVICE_FAULT", faults});
+    return program_test::st(command, extra);
   }
 
   lab::volume_account account() const {
     auto const opened = lab::recorder::open(recorder, lab::access::read_only);
     return opened.account(opened.volumes().front().id);
   }
-
-  fs::path const folder;
-  fs::path const recorder;
 };
 
 bool has_line(std::string const& output, std::string const& line) {
-  auto const lines = end_to_end::lines_of(output);
+  auto const lines = support::lines_of(output);
   return std::find(lines.begin(), lines.end(), line) != lines.end();
 }
 
 struct failure {
-  std::string format;  // as the source has it, without its line end
-  std::string line;
   words command;
   std::string faults;
+  std::string line;
 };
 
 void PrintTo(failure const& which, std::ostream* out) {
   *out << which.command.front() << " with " << which.faults;
 }
 
-std::vector<failure> const& failures() {
-  static std::vector<failure> const all{
+// A failure line as the source has it, without its line end, and as it comes out
+// of each of these commands with these faults of the service (see
+// lab/client/faults.h).
+struct failing_print {
+  std::string format;
+  std::string line;
+  std::vector<std::pair<words, std::string>> brought_about_by;
+};
+
+std::vector<failing_print> const& failing_prints() {
+  static std::vector<failing_print> const all{
       {"Query storage settings faiure.",
        "Query storage settings faiure.",
-       {"spacelist"},
-       "CKivStorage::create_storage_setting=fail"},
-      {"Query storage settings faiure.",
-       "Query storage settings faiure.",
-       {"autoclean"},
-       "CKivStorage::create_storage_setting=null"},
+       {{"spacelist", "CKivStorage::create_storage_setting=fail"},
+        {"autoclean", "CKivStorage::create_storage_setting=null"}}},
       {"no space [%s] info",
        "no space [Storage1] info",
-       {"vollist", "Storage1"},
-       "IStorageSetting::get_space_list=fail"},
-      {"no space [%s] info",
-       "no space [Storage1] info",
-       {"spaceinfo", "Storage1"},
-       "IStorageSetting::get_space_list=fail"},
+       {{"vollist Storage1", "IStorageSetting::get_space_list=fail"},
+        {"spaceinfo Storage1", "IStorageSetting::get_space_list=fail"}}},
       {"no find volume at space [%s]",
        "no find volume at space [Storage1]",
-       {"vollist", "Storage1"},
-       "IStorageSetting::get_volume_list=fail"},
+       {{"vollist Storage1", "IStorageSetting::get_volume_list=fail"}}},
       {"Cannot fine volume [%s]",
        "Cannot fine volume [vol1]",
-       {"volset", "vol1", "0", "1"},
-       "IStorageSetting::get_volume_list=fail"},
-      {"Cannot fine volume [%s]",
-       "Cannot fine volume [vol1]",
-       {"volchn", "vol1"},
-       "IStorageSetting::get_volume_list=fail"},
+       {{"volset vol1 0 1", "IStorageSetting::get_volume_list=fail"},
+        {"volchn vol1", "IStorageSetting::get_volume_list=fail"}}},
       {"NO channel using volume [%s]",
        "NO channel using volume [vol1]",
-       {"volchn", "vol1"},
-       "CKivStorageDaemon::create_plug_play_service=fail"},
-      {"NO channel using volume [%s]",
-       "NO channel using volume [vol1]",
-       {"volchn", "vol1"},
-       "CKivStorageDaemon::create_plug_play_service=null"},
-      {"NO channel using volume [%s]",
-       "NO channel using volume [vol1]",
-       {"volchn", "vol1"},
-       "IPlugPlayService::get_volume_channels=fail"},
+       {{"volchn vol1", "CKivStorageDaemon::create_plug_play_service=fail"},
+        {"volchn vol1", "CKivStorageDaemon::create_plug_play_service=null"},
+        {"volchn vol1", "IPlugPlayService::get_volume_channels=fail"}}},
       {"No space or channel found.",
        "No space or channel found.",
-       {"volclean", "-1"},
-       "IStorageSetting::get_space_list=fail"},
-      {"No space or channel found.",
-       "No space or channel found.",
-       {"volclean", "-1"},
-       "IStorageSetting::get_channel_list=fail"},
+       {{"volclean -1", "IStorageSetting::get_space_list=fail"},
+        {"volclean -1", "IStorageSetting::get_channel_list=fail"}}},
       {"\\t[%s S%02d] %s",
        "\t[NR S00] Can not find time period.",
-       {"volclean", "0"},
-       "IFrameChannelSession::get_time_period_list=fail"},
+       {{"volclean 0", "IFrameChannelSession::get_time_period_list=fail"}}},
       {"Initial Tier to process failure.",
        "Initial Tier to process failure.",
-       {"volclean", "0"},
-       "CFSTier::init=fail"},
+       {{"volclean 0", "CFSTier::init=fail"}}},
       {"no volume found",
        "no volume found",
-       {"autoclean"},
-       "IStorageSetting::get_volume_list=fail"},
+       {{"autoclean", "IStorageSetting::get_volume_list=fail"}}},
       {"Volume [%s] path does not exist",
        "Volume [/mnt/volume] path does not exist",
-       {"autoclean"},
-       "IStorageSetting::get_volume_list=odd;CFSUnit::init=fail"},
+       {{"autoclean", "IStorageSetting::get_volume_list=odd;CFSUnit::init=fail"}}},
       {"Can not get preallocate remain size info.",
        "Can not get preallocate remain size info.",
-       {"autoclean"},
-       "velt_popen=fail"},
+       {{"autoclean", "velt_popen=fail"}}},
       {"No channel settings found.",
        "No channel settings found.",
-       {"autoclean"},
-       "IStorageSetting::get_channel_list=fail"},
+       {{"autoclean", "IStorageSetting::get_channel_list=fail"}}},
       {"Initial Unit to process failure.",
        "Initial Unit to process failure.",
-       {"autoclean"},
-       "CFSUnit::init=fail"},
+       {{"autoclean", "CFSUnit::init=fail"}}},
       {"No channel found.",
        "No channel found.",
-       {"nullid", "-1"},
-       "IStorageSetting::get_channel_list=fail"},
+       {{"nullid -1", "IStorageSetting::get_channel_list=fail"}}},
       {"ch%.2d [%s S%.2d] retrieve time period fail",
        "ch01 [NR S01] retrieve time period fail",
-       {"nullid", "0"},
-       "IFrameChannelSession::get_time_period_list=fail"},
+       {{"nullid 0", "IFrameChannelSession::get_time_period_list=fail"},
+        {"nullid 0", "CKivChannel::create_channel_session=fail"},
+        {"nullid -1", "CKivChannel::create_channel_session=null"}}},
       {"ch%.2d [%s S%.2d] retrieve time period fail",
        "ch01 [AR S04] retrieve time period fail",
-       {"nullid", "0"},
-       "IFrameChannelSession::get_time_period_list=fail@8"},
-      {"ch%.2d [%s S%.2d] retrieve time period fail",
-       "ch01 [NR S01] retrieve time period fail",
-       {"nullid", "0"},
-       "CKivChannel::create_channel_session=fail"},
-      {"ch%.2d [%s S%.2d] retrieve time period fail",
-       "ch01 [NR S01] retrieve time period fail",
-       {"nullid", "-1"},
-       "CKivChannel::create_channel_session=null"},
+       {{"nullid 0", "IFrameChannelSession::get_time_period_list=fail@8"}}},
       {"Error TTimeLineInfo call create_channel_configuration ret=%d",
        "Error TTimeLineInfo call create_channel_configuration ret=-1",
-       {"spaceinfo", "Storage1"},
-       "CKivStorage::create_channel_configuration=fail"},
-      {"Error TTimeLineInfo call create_channel_configuration ret=%d",
-       "Error TTimeLineInfo call create_channel_configuration ret=-1",
-       {"spaceinfo", "Storage1"},
-       "CKivStorage::create_channel_configuration=odd"},
+       {{"spaceinfo Storage1", "CKivStorage::create_channel_configuration=fail"},
+        {"spaceinfo Storage1", "CKivStorage::create_channel_configuration=odd"}}},
       {"storage_channel.create_channel_session fail!!",
        "storage_channel.create_channel_session fail!!",
-       {"spaceinfo", "Storage1"},
-       "CKivStorage::create_channel_configuration=null"},
+       {{"spaceinfo Storage1", "CKivStorage::create_channel_configuration=null"}}},
   };
   return all;
 }
 
-class failure_line : public recorder_bench, public testing::WithParamInterface<failure> {};
+std::vector<failure> failures() {
+  std::vector<failure> all;
+  for (auto const& each : failing_prints()) {
+    for (auto const& [command, faults] : each.brought_about_by) {
+      all.push_back({command, faults, each.line});
+    }
+  }
+  return all;
+}
+
+class failure_line : public failing, public testing::WithParamInterface<failure> {};
 
 TEST_P(failure_line, is_printed_with_the_fault_and_not_without) {
   failure const& which = GetParam();
@@ -251,17 +158,13 @@ TEST_P(failure_line, is_printed_with_the_fault_and_not_without) {
 
 INSTANTIATE_TEST_SUITE_P(st, failure_line, testing::ValuesIn(failures()));
 
-using failing = recorder_bench;
-
 TEST_F(failing, an_absent_recorder) {
-  EXPECT_EQ(st({"spacelist"}, "", {{"STLAB_RECORDER", folder / "nothing"}}),
+  EXPECT_EQ(st("spacelist", "", {{"STLAB_RECORDER", folder / "nothing"}}),
             "Query storage settings faiure.\n");
 }
 
 TEST_F(failing, a_fault_that_does_not_exist_keeps_st_from_doing_anything) {
-  environment const extra{{"STLAB_RECORDER", recorder},
-                          {"STLAB_SERVICE_FAULT", "CFSTier::init=fails"}};
-  auto const result = end_to_end::run({ST_PROGRAM, "volclean", "-1"}, extra, folder);
+  auto const result = run_st("volclean -1", {{"STLAB_SERVICE_FAULT", "CFSTier::init=fails"}});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "Query storage settings faiure.\n");
   EXPECT_EQ(result.errors,
@@ -271,8 +174,7 @@ TEST_F(failing, a_fault_that_does_not_exist_keeps_st_from_doing_anything) {
 }
 
 TEST_F(failing, a_lock_timeout_that_is_none_keeps_st_from_doing_anything) {
-  environment const extra{{"STLAB_RECORDER", recorder}, {"STLAB_LOCK_TIMEOUT_MS", "5s"}};
-  auto const result = end_to_end::run({ST_PROGRAM, "volclean", "-1"}, extra, folder);
+  auto const result = run_st("volclean -1", {{"STLAB_LOCK_TIMEOUT_MS", "5s"}});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "Query storage settings faiure.\n");
   EXPECT_EQ(
@@ -283,33 +185,32 @@ TEST_F(failing, a_lock_timeout_that_is_none_keeps_st_from_doing_anything) {
 }
 
 TEST_F(failing, names_that_nobody_has) {
-  EXPECT_EQ(st({"vollist", "nosuch"}), "\nno space [nosuch] info\n");
-  EXPECT_EQ(st({"spaceinfo", "nosuch"}), "\nno space [nosuch] info\n");
-  EXPECT_EQ(st({"volset", "nosuch", "0", "1"}), "Cannot fine volume [nosuch]\n");
-  EXPECT_EQ(st({"volchn", "nosuch"}), "Cannot fine volume [nosuch]\n");
+  EXPECT_EQ(st("vollist nosuch"), "\nno space [nosuch] info\n");
+  EXPECT_EQ(st("spaceinfo nosuch"), "\nno space [nosuch] info\n");
+  EXPECT_EQ(st("volset nosuch 0 1"), "Cannot fine volume [nosuch]\n");
+  EXPECT_EQ(st("volchn nosuch"), "Cannot fine volume [nosuch]\n");
 }
 
 TEST_F(failing, a_volume_without_its_preallocate_folder) {
   for (auto const& entry : fs::directory_iterator(recorder / "share" / "vol1")) {
     if (entry.is_directory()) fs::rename(entry.path() / "preallocate", entry.path() / "elsewhere");
   }
-  EXPECT_EQ(st({"autoclean"}), "Volume [" + (recorder / "share" / "vol1").string() +
-                                   "] path does not exist\n"
-                                   "Volume space leak detected count: 0\n"
-                                   "recycle check process done.\n");
+  EXPECT_EQ(st("autoclean"), "Volume [" + (recorder / "share" / "vol1").string() +
+                                 "] path does not exist\n"
+                                 "Volume space leak detected count: 0\n"
+                                 "recycle check process done.\n");
 }
 
 TEST_F(failing, a_du_that_prints_nothing_makes_a_volume_look_sound) {
-  EXPECT_EQ(st({"autoclean"}, "velt_popen=odd"),
+  EXPECT_EQ(st("autoclean", "velt_popen=odd"),
             "Volume space leak detected count: 0\n"
             "recycle check process done.\n");
   EXPECT_EQ(account().lost, 2);
 }
 
 TEST_F(failing, a_plug_and_play_service_that_is_not_there_leaves_names_empty) {
-  EXPECT_EQ(st({"voluse", "0"}, "CKivStorageDaemon::create_plug_play_service=null"),
-            "ch01 volume=[]\n");
-  EXPECT_EQ(st({"voluse", "0"}), "ch01 volume=[vol1]\n");
+  EXPECT_EQ(st("voluse 0", "CKivStorageDaemon::create_plug_play_service=null"), "ch01 volume=[]\n");
+  EXPECT_EQ(st("voluse 0"), "ch01 volume=[vol1]\n");
 }
 
 // The recorder goes on writing for longer than st waits.
@@ -320,20 +221,20 @@ TEST_F(failing, a_volume_that_somebody_else_writes) {
   lab::volume_lock const other({volume.id, volume.path.filename(), volume.sid_text, volume.path},
                                lab::volume_lock::kind::exclusive, std::chrono::milliseconds(0));
   environment const impatient{{"STLAB_LOCK_TIMEOUT_MS", "0"}};
-  EXPECT_TRUE(has_line(st({"volclean", "0"}, {}, impatient), "Initial Tier to process failure."));
-  EXPECT_TRUE(has_line(st({"autoclean"}, {}, impatient), "Initial Unit to process failure."));
+  EXPECT_TRUE(has_line(st("volclean 0", {}, impatient), "Initial Tier to process failure."));
+  EXPECT_TRUE(has_line(st("autoclean", {}, impatient), "Initial Unit to process failure."));
 }
 
 // The object stays with the service: only what came with a result of 0 is
 // taken for obtained.
 TEST_F(failing, a_configuration_that_comes_with_a_failure_is_not_destroyed) {
   std::string const output =
-      st({"spaceinfo", "Storage1"}, "CKivStorage::create_channel_configuration=odd",
+      st("spaceinfo Storage1", "CKivStorage::create_channel_configuration=odd",
          {{"STLAB_TRACE", folder / "trace"}});
   std::string const last = "Error TTimeLineInfo call create_channel_configuration ret=-1\n";
   ASSERT_GT(output.size(), last.size());
   EXPECT_EQ(output.substr(output.size() - last.size()), last);
-  std::string const trace = end_to_end::content_of(folder / "trace");
+  std::string const trace = support::content_of(folder / "trace");
   EXPECT_NE(trace.find(R"({"result":-1,"obtained":true})"), std::string::npos) << trace;
   EXPECT_EQ(trace.find("destroy_channel_configuration"), std::string::npos) << trace;
 }
@@ -393,12 +294,12 @@ std::set<std::string> const results{
 
 TEST(failure_lines, none_in_the_sources_is_left_out) {
   std::set<std::string> tested{"storage.cgi storage_channel.create_channel_session fail!!"};
-  for (failure const& each : failures()) tested.insert(each.format);
+  for (auto const& each : failing_prints()) tested.insert(each.format);
   std::regex const print(R"re(std::printf\(\s*"((?:[^"\\]|\\.)*)")re");
   int found = 0;
   for (auto const& entry : fs::recursive_directory_iterator(SOURCE_FOLDER)) {
     if (!entry.is_regular_file()) continue;
-    std::string const source = end_to_end::content_of(entry.path());
+    std::string const source = support::content_of(entry.path());
     for (std::sregex_iterator match(source.begin(), source.end(), print), end; match != end;
          ++match) {
       std::string format = (*match)[1];
@@ -432,18 +333,12 @@ TEST_F(failing, odd_answers_of_every_kind_in_every_command) {
                       "CKivStorageDaemon::create_plug_play_service",
                       "CKivChannel::create_channel_session",
                       "velt_popen"};
-  std::vector<words> const commands{{"spacelist"},
-                                    {"vollist", "Storage1"},
-                                    {"volset", "vol1", "0", "1"},
-                                    {"volchn", "vol1"},
-                                    {"voluse", "-1"},
-                                    {"volclean", "-1"},
-                                    {"autoclean"},
-                                    {"nullid", "-1"},
-                                    {"recoverid", "-1"},
-                                    {"spaceinfo", "Storage1"}};
   for (std::string const& answer : answers) {
-    for (words const& command : commands) st(command, answer + "=odd");
+    for (words const command :
+         {"spacelist", "vollist Storage1", "volset vol1 0 1", "volchn vol1", "voluse -1",
+          "volclean -1", "autoclean", "nullid -1", "recoverid -1", "spaceinfo Storage1"}) {
+      st(command, answer + "=odd");
+    }
     EXPECT_EQ(account().held, held) << answer;
   }
   EXPECT_EQ(stlab("check"), "clean\n");

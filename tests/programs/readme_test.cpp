@@ -7,14 +7,14 @@
 #include <algorithm>
 #include <fstream>
 
-#include "recorder_test.h"
+#include "program_test.h"
 
-namespace end_to_end {
+namespace support {
 namespace {
 
 namespace fs = std::filesystem;
 
-using readme = recorder_test;
+using readme = program_test;
 
 std::vector<std::string> shown_lines() {
   std::vector<std::string> shown;
@@ -81,4 +81,4 @@ TEST_F(readme, works_as_printed) {
 }
 
 }  // namespace
-}  // namespace end_to_end
+}  // namespace support

@@ -1,12 +1,12 @@
 // What st adds up for a space is what stlab counts there.
 #include <sstream>
 
-#include "recorder_test.h"
+#include "program_test.h"
 
-namespace end_to_end {
+namespace support {
 namespace {
 
-class spaceinfo : public recorder_test {
+class spaceinfo : public program_test {
  protected:
   // The number after the last `label` in a text.
   static long long number_after(std::string const& text, std::string const& label) {
@@ -18,13 +18,12 @@ class spaceinfo : public recorder_test {
 
 TEST_F(spaceinfo, a_channel_that_changed_its_volume_counts_once) {
   hold_clock("2026-11-21 07:30:00");
-  stlab("make",
-        {"--spaces", "1", "--volumes", "2", "--volume-mb", "16", "--channels", "2", "--days", "0"});
-  stlab("record", {"--units", "2"});
-  stlab("assign", {"--channel", "0", "--volume", "vol2"});
-  stlab("record", {"--channel", "0", "--units", "3"});
+  stlab("make --spaces 1 --volumes 2 --volume-mb 16 --channels 2 --days 0");
+  stlab("record --units 2");
+  stlab("assign --channel 0 --volume vol2");
+  stlab("record --channel 0 --units 3");
   long long const counted = number_after(stlab("show"), "  recorded in all ");
-  std::string const report = st({"spaceinfo", "Storage1"});
+  std::string const report = st("spaceinfo Storage1");
   EXPECT_EQ(counted, 7);
   EXPECT_EQ(number_after(report, "Total recording size: "), counted) << report;
   std::size_t channels = 0;
@@ -33,4 +32,4 @@ TEST_F(spaceinfo, a_channel_that_changed_its_volume_counts_once) {
 }
 
 }  // namespace
-}  // namespace end_to_end
+}  // namespace support

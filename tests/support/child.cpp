@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include "cli/dispatcher.h"
+#include "environment.h"
 
 // The clock of everything in a test program, time() by its symbol: what the
 // script says, or the real one.
@@ -31,34 +32,19 @@ namespace support {
 
 namespace {
 
-void scrub_environment() {
-  setenv("LC_ALL", "C", 1);
-  setenv("TZ", "UTC", 1);
-  tzset();
-  for (char const* const name :
-       {"DU_BLOCK_SIZE", "BLOCK_SIZE", "BLOCKSIZE", "POSIXLY_CORRECT", "STLAB_RECORDER",
-        "STLAB_TRACE", "SCRIPTED_LOG", "SCRIPTED_THROW"}) {
-    unsetenv(name);
-  }
-}
-
-void write_to(std::string const& file, std::string const& text) {
-  std::ofstream(file, std::ios::binary) << text;
-}
-
 // Never returns: ends the child by exit(), so that the leak check runs.
 [[noreturn]] void be_the_child(scripted::script const& script, std::function<void()> const& body,
-                               std::string const& folder) {
-  int const out = open((folder + "/output").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+                               std::filesystem::path const& folder) {
+  int const out = open((folder / "output").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   if (out < 0 || dup2(out, STDOUT_FILENO) < 0) _exit(126);
   close(out);
   scrub_environment();
-  scripted::call_log::instance().start(script, folder + "/calls");
-  scripted::call_log::instance().measure_output(folder + "/sizes");
+  scripted::call_log::instance().start(script, folder / "calls");
+  scripted::call_log::instance().measure_output(folder / "sizes");
   try {
     body();
   } catch (std::exception const& error) {
-    write_to(folder + "/escaped", error.what());
+    write_file(folder / "escaped", error.what());
   }
   std::exit(0);
 }
@@ -70,22 +56,22 @@ int status_of(int wait_status) {
 
 }  // namespace
 
-outcome in_child(scripted::script const& script, std::function<void()> const& body) {
+child_outcome in_child(scripted::script const& script, std::function<void()> const& body) {
   temporary_folder const folder;
   std::fflush(nullptr);
   pid_t const child = fork();
   if (child == 0) be_the_child(script, body, folder.path());
 
-  outcome result;
+  child_outcome result;
   int wait_status = 0;
   if (child < 0 || waitpid(child, &wait_status, 0) != child) {
     ADD_FAILURE() << "no child process";
     return result;
   }
   result.status = status_of(wait_status);
-  result.output = content_of(folder.path() + "/output");
-  std::istringstream sizes(content_of(folder.path() + "/sizes"));
-  for (std::string const& line : lines_of(content_of(folder.path() + "/calls"))) {
+  result.output = content_of(folder.path() / "output");
+  std::istringstream sizes(content_of(folder.path() / "sizes"));
+  for (std::string const& line : lines_of(content_of(folder.path() / "calls"))) {
     std::size_t printed = 0;
     sizes >> printed;
     if (line.rfind("nstrcpy(", 0) == 0) {
@@ -95,8 +81,8 @@ outcome in_child(scripted::script const& script, std::function<void()> const& bo
       result.printed.push_back(printed);
     }
   }
-  if (std::filesystem::exists(folder.path() + "/escaped")) {
-    result.escaped = content_of(folder.path() + "/escaped");
+  if (std::filesystem::exists(folder.path() / "escaped")) {
+    result.escaped = content_of(folder.path() / "escaped");
   }
   return result;
 }
@@ -114,11 +100,11 @@ std::function<void()> st_command(std::vector<std::string> const& words) {
   };
 }
 
-outcome run_st(scripted::script const& script, std::vector<std::string> const& words) {
+child_outcome run_st(scripted::script const& script, std::vector<std::string> const& words) {
   return in_child(script, st_command(words));
 }
 
-std::vector<std::string> story(outcome const& run) {
+std::vector<std::string> story(child_outcome const& run) {
   std::vector<std::string> all;
   std::size_t told = 0;
   auto const tell_until = [&](std::size_t end) {
@@ -135,36 +121,6 @@ std::vector<std::string> story(outcome const& run) {
   }
   tell_until(run.output.size());
   return all;
-}
-
-temporary_folder::temporary_folder()
-    : path_((std::filesystem::temp_directory_path() / "st-test-XXXXXX").string()) {
-  if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no temporary folder");
-}
-
-temporary_folder::~temporary_folder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
-
-std::string temporary_folder::make(std::string const& below) const {
-  std::string folder = path_ + "/" + below;
-  std::filesystem::create_directories(folder);
-  return folder;
-}
-
-std::string content_of(std::string const& file) {
-  std::ifstream const stream(file, std::ios::binary);
-  std::ostringstream content;
-  content << stream.rdbuf();
-  return content.str();
-}
-
-std::vector<std::string> lines_of(std::string const& text) {
-  std::istringstream stream(text);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  return lines;
 }
 
 }  // namespace support

@@ -9,11 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "files.h"
 #include "scripted.h"
 
 namespace support {
 
-struct outcome {
+struct child_outcome {
   std::string output;
   std::vector<std::string> calls;      // the log without text copies
   std::vector<std::size_t> printed;    // bytes of the output before each of them
@@ -24,33 +25,14 @@ struct outcome {
 
 // The child's clock follows the script, its time zone is UTC and its
 // environment holds nothing that steers du or a recorder.
-outcome in_child(scripted::script const& script, std::function<void()> const& body);
+child_outcome in_child(scripted::script const& script, std::function<void()> const& body);
 
 // The whole program: `st` with these words after its name.
 std::function<void()> st_command(std::vector<std::string> const& words);
-outcome run_st(scripted::script const& script, std::vector<std::string> const& words);
+child_outcome run_st(scripted::script const& script, std::vector<std::string> const& words);
 
 // Calls and prints in their order: each call as it is, each printed line with
 // its end; a line that a call interrupts is two.
-std::vector<std::string> story(outcome const& run);
-
-// A folder of its own that goes with it.
-class temporary_folder {
- public:
-  temporary_folder();
-  ~temporary_folder();
-  temporary_folder(temporary_folder const&) = delete;
-  temporary_folder& operator=(temporary_folder const&) = delete;
-
-  std::string const& path() const { return path_; }
-  // Makes a folder below this one, parents included; gives its full path.
-  std::string make(std::string const& below) const;
-
- private:
-  std::string path_;
-};
-
-std::string content_of(std::string const& file);
-std::vector<std::string> lines_of(std::string const& text);
+std::vector<std::string> story(child_outcome const& run);
 
 }  // namespace support

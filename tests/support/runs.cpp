@@ -2,8 +2,8 @@
 
 namespace support {
 
-outcome run(scripted::script const& script, std::function<void()> const& body) {
-  outcome result = in_child(script, body);
+child_outcome run(scripted::script const& script, std::function<void()> const& body) {
+  child_outcome result = in_child(script, body);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.escaped, std::nullopt);
   return result;
@@ -11,14 +11,14 @@ outcome run(scripted::script const& script, std::function<void()> const& body) {
 
 void expect_run(scripted::script const& script, std::function<void()> const& body,
                 std::string const& output, lines const& calls) {
-  outcome const result = run(script, body);
+  child_outcome const result = run(script, body);
   EXPECT_EQ(result.output, output);
   EXPECT_EQ(result.calls, calls);
 }
 
 void expect_results_are_not_looked_at(answers const& script, std::function<void()> const& body,
                                       std::vector<std::string> const& operations) {
-  outcome const quiet = run(script, body);
+  child_outcome const quiet = run(script, body);
   for (std::string const& operation : operations) {
     SCOPED_TRACE(operation);
     expect_run(script.complaining(operation), body, quiet.output, quiet.calls);

@@ -15,7 +15,7 @@ namespace support {
 
 // As in_child(), and expects that the child ended with status 0 and that no
 // exception came out of the body.
-outcome run(scripted::script const& script, std::function<void()> const& body);
+child_outcome run(scripted::script const& script, std::function<void()> const& body);
 
 // Expects of such a run that it prints and calls exactly this.
 void expect_run(scripted::script const& script, std::function<void()> const& body,

@@ -62,7 +62,7 @@ std::vector<std::string> expected_calls(std::vector<std::string> const& normal,
 
 int expect_releases_when_any_call_throws(scripted::script const& script,
                                          std::function<void()> const& body) {
-  outcome const normal = in_child(script, body);
+  child_outcome const normal = in_child(script, body);
   EXPECT_EQ(normal.status, 0);
   EXPECT_EQ(normal.escaped, std::nullopt);
 
@@ -72,7 +72,7 @@ int expect_releases_when_any_call_throws(scripted::script const& script,
     ++calls;
     scripted::script disturbed = script;
     disturbed.throw_at = calls;
-    outcome const result = in_child(disturbed, body);
+    child_outcome const result = in_child(disturbed, body);
     SCOPED_TRACE("call " + std::to_string(calls) + " throws: " + normal.calls[i]);
     EXPECT_EQ(result.calls, expected_calls(normal.calls, i));
     EXPECT_TRUE(result.escaped.has_value());

@@ -4,9 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "engine_test.h"
 #include "lab/check/check.h"
 #include "lab/repair/repair.h"
-#include "world.h"
 
 namespace {
 
@@ -14,10 +14,10 @@ namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 using strings = std::vector<std::string>;
 
-class catalogue_journal : public world::recorder_test {
+class catalogue_journal : public support::engine_test {
  protected:
   catalogue_journal() {
-    auto options = world::small();
+    auto options = support::small();
     options.volume_mb = 64;
     make(options);
     whole_ = fs::file_size(journal());
@@ -64,7 +64,7 @@ class catalogue_journal : public world::recorder_test {
     ASSERT_EQ(child, waitpid(child, &status, 0));
   }
 
-  std::string content() const { return world::tree_of(root()).at("catalogue.db-journal"); }
+  std::string content() const { return support::contents_of(root()).at("catalogue.db-journal"); }
 
  private:
   std::uintmax_t whole_ = 0;
@@ -108,7 +108,7 @@ TEST_F(catalogue_journal, is_put_back_by_a_repair) {
 TEST_F(catalogue_journal, is_put_back_before_something_is_recorded) {
   auto recorder = open();
   fs::remove(journal());
-  recorder.record(first_volume, main_stream, world::now, 1);
+  recorder.record(first_volume, main_stream, support::now, 1);
   expect_put_back();
 }
 

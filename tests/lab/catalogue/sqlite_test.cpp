@@ -2,9 +2,9 @@
 
 #include <limits>
 
+#include "engine_test.h"
 #include "lab/catalogue/catalogue.h"
 #include "lab/recorder/state.h"
-#include "world.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ class sqlite : public testing::Test {
   std::filesystem::path file() const { return temporary_.path() / "test.db"; }
 
  private:
-  world::temporary_folder temporary_;
+  support::temporary_folder temporary_;
 };
 
 std::int64_t count(lab::database const& from) {
@@ -122,7 +122,7 @@ TEST_F(sqlite, who_writes_syncs_all_that_a_commit_needs) {
   EXPECT_EQ(extra, synchronous({file(), lab::database::mode::read_write, lock_timeout}));
 }
 
-using catalogue = world::recorder_test;
+using catalogue = support::engine_test;
 
 TEST_F(catalogue, is_synced_by_whoever_opens_the_recorder_to_write) {
   EXPECT_EQ(extra, synchronous(lab::open_catalogue(make(), lab::access::read_write)));

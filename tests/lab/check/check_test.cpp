@@ -3,19 +3,19 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "engine_test.h"
 #include "lab/volume/layout.h"
-#include "world.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using lab::finding_class;
 using lab::findings;
-using world::now;
+using support::now;
 
 // Every case begins with a clean recorder: channel 1 has recorded unit000001
 // and unit000002 of vol1.
-class check : public world::recorder_test {
+class check : public support::engine_test {
  protected:
   check() {
     make();
@@ -117,10 +117,10 @@ TEST_F(check, finds_no_second_name_of_a_unit_in_transit) {
 }
 
 TEST_F(check, finds_unknown_files_and_folders) {
-  world::write_file(hour() / "unknown", "");
-  world::write_file(preallocated() / "unit999999", "");
-  world::write_file(storage(first_volume) / "note", "");
-  world::write_file(root() / "share" / "vol1" / "top", "");
+  support::write_file(hour() / "unknown", "");
+  support::write_file(preallocated() / "unit999999", "");
+  support::write_file(storage(first_volume) / "note", "");
+  support::write_file(root() / "share" / "vol1" / "top", "");
   fs::create_directory(storage(first_volume) / "ch09_NR_S00_2026112100");
   expect_on_volume({{finding_class::unknown, "unknown file top"},
                     {finding_class::unknown, "unknown file ch01_NR_S00_2026112100/unknown"},
@@ -130,10 +130,10 @@ TEST_F(check, finds_unknown_files_and_folders) {
 }
 
 TEST_F(check, finds_what_belongs_to_no_volume) {
-  world::write_file(root() / "note", "");
+  support::write_file(root() / "note", "");
   fs::create_directory(root() / "old");
   fs::create_directory(root() / "share" / "vol9");
-  world::write_file(root() / "share" / "top", "");
+  support::write_file(root() / "share" / "top", "");
   EXPECT_EQ((findings{{finding_class::unknown, "recorder", "unknown file note"},
                       {finding_class::unknown, "recorder", "unknown folder old"},
                       {finding_class::unknown, "recorder", "unknown file share/top"},

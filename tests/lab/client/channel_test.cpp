@@ -2,33 +2,33 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "bench.h"
+#include "client_test.h"
 #include "storage/service.h"
 #include "storage/text.h"
 
 namespace {
 
-using bench::bench_test;
-using bench::hour_ms;
+using client::client_test;
+using client::hour_ms;
 
-constexpr std::int64_t base_ms = bench::now_ms - bench::now_ms % (24 * hour_ms);
+constexpr std::int64_t base_ms = client::now_ms - client::now_ms % (24 * hour_ms);
 
-class sessions : public bench_test {
+class sessions : public client_test {
  protected:
   sessions() {
     make();
-    EXPECT_EQ(0, channels_.create_channel_session(bench::channel_id(channel(0)), &session));
+    EXPECT_EQ(0, channels_.create_channel_session(client::channel_id(channel(0)), &session));
     EXPECT_EQ(
-        0, storage_.create_channel_configuration(bench::channel_id(channel(0)), &configuration_));
+        0, storage_.create_channel_configuration(client::channel_id(channel(0)), &configuration_));
   }
 
-  void record(std::int64_t start_ms, std::int32_t type = bench::normal, std::size_t on = 0) const {
+  void record(std::int64_t start_ms, std::int32_t type = client::normal, std::size_t on = 0) const {
     writer().record(volume(on).id, {channel(0).id, type, 1}, start_ms, 1);
   }
 
   std::list<time_period> periods(std::int64_t start, std::int64_t end) {
     std::list<time_period> found(2);
-    EXPECT_EQ(0, session->get_time_period_list(bench::normal, 1, start, end, found, 0, 1, 1));
+    EXPECT_EQ(0, session->get_time_period_list(client::normal, 1, start, end, found, 0, 1, 1));
     return found;
   }
 
@@ -65,8 +65,8 @@ class sessions : public bench_test {
 
 TEST_F(sessions, the_list_is_replaced_by_the_periods_of_the_stream) {
   record(base_ms);
-  record(base_ms, bench::alarm);
-  std::list<time_period> const found = periods(0, bench::now_ms);
+  record(base_ms, client::alarm);
+  std::list<time_period> const found = periods(0, client::now_ms);
   ASSERT_EQ(1U, found.size());
   EXPECT_EQ(1, found.front().stream);
   EXPECT_EQ(base_ms, found.front().start_time);
@@ -87,7 +87,7 @@ TEST_F(sessions, periods_that_overlap_the_span_count) {
 TEST_F(sessions, a_period_without_storage_id_has_an_empty_text) {
   record(base_ms);
   writer().lose_storage_id({reader().periods().front().id});
-  std::list<time_period> const found = periods(0, bench::now_ms);
+  std::list<time_period> const found = periods(0, client::now_ms);
   ASSERT_EQ(1U, found.size());
   EXPECT_EQ(std::string(32, '\0'), std::string(found.front().storage_id.text, 32));
   EXPECT_EQ(0, found.front().storage_id.number);
@@ -95,8 +95,8 @@ TEST_F(sessions, a_period_without_storage_id_has_an_empty_text) {
 
 TEST_F(sessions, a_storage_id_that_no_volume_has_has_no_number) {
   record(base_ms);
-  alter_catalogue("UPDATE period SET storage_id = 'gone5678901234567890123456789012'");
-  std::list<time_period> const found = periods(0, bench::now_ms);
+  tamper("UPDATE period SET storage_id = 'gone5678901234567890123456789012'");
+  std::list<time_period> const found = periods(0, client::now_ms);
   ASSERT_EQ(1U, found.size());
   EXPECT_EQ(-1, found.front().storage_id.number);
 }
@@ -104,28 +104,28 @@ TEST_F(sessions, a_storage_id_that_no_volume_has_has_no_number) {
 // A volume cannot be looked at whose folder has such a name.
 TEST_F(sessions, periods_are_listed_without_a_look_at_any_volume) {
   record(base_ms);
-  alter_catalogue("UPDATE volume SET folder = '../' || id");
-  EXPECT_EQ(1U, periods(0, bench::now_ms).size());
+  tamper("UPDATE volume SET folder = '../' || id");
+  EXPECT_EQ(1U, periods(0, client::now_ms).size());
 }
 
 TEST_F(sessions, a_type_or_stream_without_recordings_has_no_periods) {
   record(base_ms);
   std::list<time_period> found;
-  EXPECT_EQ(0, session->get_time_period_list(bench::alarm, 1, 0, bench::now_ms, found, 0, 1, 1));
-  EXPECT_EQ(0, session->get_time_period_list(bench::normal, 2, 0, bench::now_ms, found, 0, 1, 1));
+  EXPECT_EQ(0, session->get_time_period_list(client::alarm, 1, 0, client::now_ms, found, 0, 1, 1));
+  EXPECT_EQ(0, session->get_time_period_list(client::normal, 2, 0, client::now_ms, found, 0, 1, 1));
   EXPECT_TRUE(found.empty());
 }
 
 TEST_F(sessions, a_channel_that_went_away_gives_a_failure_and_an_empty_list) {
   record(base_ms);
-  alter_catalogue("UPDATE channel SET sid = 'gone567890123456789012345678901' || id WHERE id = " +
-                  std::to_string(channel(0).id));
+  tamper("UPDATE channel SET sid = 'gone567890123456789012345678901' || id WHERE id = " +
+         std::to_string(channel(0).id));
   std::list<time_period> found(2);
-  EXPECT_NE(0, session->get_time_period_list(bench::normal, 1, 0, bench::now_ms, found, 0, 1, 1));
+  EXPECT_NE(0, session->get_time_period_list(client::normal, 1, 0, client::now_ms, found, 0, 1, 1));
   EXPECT_TRUE(found.empty());
   day_list days;
   days.count = 5;
-  EXPECT_NE(0, session->get_recording_days(bench::normal, 0, {}, &days));
+  EXPECT_NE(0, session->get_recording_days(client::normal, 0, {}, &days));
   EXPECT_EQ(5, days.count);
   EXPECT_EQ(nullptr, days.days);
 }
@@ -133,7 +133,7 @@ TEST_F(sessions, a_channel_that_went_away_gives_a_failure_and_an_empty_list) {
 TEST_F(sessions, an_unknown_channel_gets_no_session_and_no_configuration) {
   CKivChannel channels;
   IFrameChannelSession* opened = nullptr;
-  EXPECT_NE(0, channels.create_channel_session(bench::channel_id(std::string(32, '9')), &opened));
+  EXPECT_NE(0, channels.create_channel_session(client::channel_id(std::string(32, '9')), &opened));
   EXPECT_EQ(nullptr, opened);
   CKivStorage storage;
   IChannelStorageConfiguration* configuration = nullptr;
@@ -142,7 +142,7 @@ TEST_F(sessions, an_unknown_channel_gets_no_session_and_no_configuration) {
 }
 
 TEST_F(sessions, a_channel_is_told_by_its_id_and_not_by_its_number) {
-  channel_sid id = bench::channel_id(channel(1));
+  channel_sid id = client::channel_id(channel(1));
   id.number = 77;
   CKivChannel channels;
   IFrameChannelSession* opened = nullptr;
@@ -154,34 +154,34 @@ TEST_F(sessions, days_are_the_dates_of_the_periods_of_one_type) {
   record(base_ms);
   record(base_ms + 5 * hour_ms);
   record(base_ms - 48 * hour_ms);
-  record(base_ms - 24 * hour_ms, bench::alarm);
+  record(base_ms - 24 * hour_ms, client::alarm);
   std::string const id = volume(0).sid_text;
-  EXPECT_EQ((std::vector<std::string>{"2026-11-19", "2026-11-21"}), days(bench::normal, {id}));
-  EXPECT_EQ((std::vector<std::string>{"2026-11-20"}), days(bench::alarm, {id}));
-  EXPECT_TRUE(days(bench::manual, {id}).empty());
+  EXPECT_EQ((std::vector<std::string>{"2026-11-19", "2026-11-21"}), days(client::normal, {id}));
+  EXPECT_EQ((std::vector<std::string>{"2026-11-20"}), days(client::alarm, {id}));
+  EXPECT_TRUE(days(client::manual, {id}).empty());
 }
 
 TEST_F(sessions, days_count_under_the_given_storage_ids_only) {
   record(base_ms);
-  record(base_ms - 24 * hour_ms, bench::normal, 1);
-  EXPECT_EQ((std::vector<std::string>{"2026-11-20"}), days(bench::normal, {volume(1).sid_text}));
+  record(base_ms - 24 * hour_ms, client::normal, 1);
+  EXPECT_EQ((std::vector<std::string>{"2026-11-20"}), days(client::normal, {volume(1).sid_text}));
   EXPECT_EQ((std::vector<std::string>{"2026-11-20", "2026-11-21"}),
-            days(bench::normal, {volume(1).sid_text, volume(0).sid_text}));
-  EXPECT_TRUE(days(bench::normal, {std::string(31, 'x')}).empty());
+            days(client::normal, {volume(1).sid_text, volume(0).sid_text}));
+  EXPECT_TRUE(days(client::normal, {std::string(31, 'x')}).empty());
 }
 
 TEST_F(sessions, without_any_storage_id_all_days_count) {
   record(base_ms);
-  record(base_ms - 24 * hour_ms, bench::normal, 3);
-  EXPECT_EQ((std::vector<std::string>{"2026-11-20", "2026-11-21"}), days(bench::normal, {}));
+  record(base_ms - 24 * hour_ms, client::normal, 3);
+  EXPECT_EQ((std::vector<std::string>{"2026-11-20", "2026-11-21"}), days(client::normal, {}));
 }
 
 TEST_F(sessions, no_day_is_no_array) {
   day_list days;
-  EXPECT_EQ(0, session->get_recording_days(bench::normal, 0, {}, &days));
+  EXPECT_EQ(0, session->get_recording_days(client::normal, 0, {}, &days));
   EXPECT_EQ(0, days.count);
   EXPECT_EQ(nullptr, days.days);
-  EXPECT_NE(0, session->get_recording_days(bench::normal, 0, {}, nullptr));
+  EXPECT_NE(0, session->get_recording_days(client::normal, 0, {}, nullptr));
 }
 
 }  // namespace

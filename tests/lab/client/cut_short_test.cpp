@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-#include "bench.h"
+#include "client_test.h"
 #include "lab/catalogue/sqlite.h"
 #include "lab/check/check.h"
 #include "lab/make/make.h"
@@ -14,22 +14,22 @@
 
 namespace {
 
-using bench::bench_test;
+using client::client_test;
 
 lab::make_options large() {
-  lab::make_options options = bench::small();
+  lab::make_options options = client::small();
   options.volume_mb = 64;
   return options;
 }
 
-class a_change_cut_short : public bench_test {
+class a_change_cut_short : public client_test {
  protected:
   a_change_cut_short() {
     make(large());
     EXPECT_EQ(0, storage.create_storage_setting(&setting));
     EXPECT_EQ(0, daemon.create_plug_play_service(&service));
-    EXPECT_EQ(0, channels.create_channel_session(bench::channel_id(channel(0)), &session));
-    EXPECT_EQ(0, storage.create_channel_configuration(bench::channel_id(channel(0)), &days));
+    EXPECT_EQ(0, channels.create_channel_session(client::channel_id(channel(0)), &session));
+    EXPECT_EQ(0, storage.create_channel_configuration(client::channel_id(channel(0)), &days));
   }
   ~a_change_cut_short() override {
     EXPECT_EQ(0, storage.destroy_channel_configuration(0, &days));
@@ -75,10 +75,10 @@ TEST_F(a_change_cut_short, is_undone_by_the_next_query) {
 }
 
 TEST_F(a_change_cut_short, keeps_no_query_from_answering) {
-  kivsid const space_sid = bench::space_id(space(0).sid);
+  kivsid const space_sid = client::space_id(space(0).sid);
   std::string const uuid = space(0).uuid;
-  kivsid const volume_sid = bench::volume_id(volume(0));
-  channel_sid const of = bench::channel_id(channel(0));
+  kivsid const volume_sid = client::volume_id(volume(0));
+  channel_sid const of = client::channel_id(channel(0));
   std::list<space_info> spaces;
   std::list<channel_sid> space_channels;
   std::list<channel_storage_info> pairings;
@@ -90,7 +90,7 @@ TEST_F(a_change_cut_short, keeps_no_query_from_answering) {
   volume_share_info query;
   query.volume_no = volume(0).volume_no;
   day_list dates;
-  stream_info const stream = bench::stream_of(channel(0), bench::normal, 0);
+  stream_info const stream = client::stream_of(channel(0), client::normal, 0);
   CFSTier tier;
   CFSUnit unit;
   std::vector<std::function<int()>> const queries{
@@ -101,12 +101,12 @@ TEST_F(a_change_cut_short, keeps_no_query_from_answering) {
       [&] { return setting->get_space_channel_list(space_sid, space_channels); },
       [&] { return setting->get_space_channel_storage_list(space_sid, pairings); },
       [&] { return setting->get_channel_total_recording_size(space_sid, of, &size); },
-      [&] { return setting->get_channel_recording_size(space_sid, of, bench::normal, &size); },
+      [&] { return setting->get_channel_recording_size(space_sid, of, client::normal, &size); },
       [&] { return setting->get_channel_list(settings, 1); },
       [&] { return service->get_volume_channels(query, "", "", indexes); },
-      [&] { return session->get_time_period_list(bench::normal, 0, 0, 1, periods, 0, 1, 1); },
-      [&] { return session->get_recording_days(bench::normal, 255, {}, &dates); },
-      [&] { return days->get_recording_days(bench::normal, 255, {}, &dates); },
+      [&] { return session->get_time_period_list(client::normal, 0, 0, 1, periods, 0, 1, 1); },
+      [&] { return session->get_recording_days(client::normal, 255, {}, &dates); },
+      [&] { return days->get_recording_days(client::normal, 255, {}, &dates); },
       [&] { return tier.init(space_sid); },
       [&] { return tier.recycle_stream_data(stream, 0, 1, 0); },
       [&] { return tier.uninit(); },

@@ -5,14 +5,14 @@
 #include <cstdlib>
 #include <limits>
 
-#include "bench.h"
+#include "client_test.h"
 #include "storage/service.h"
 #include "storage/system_utility.h"
 #include "storage/text.h"
 
 namespace {
 
-using bench::bench_test;
+using client::client_test;
 using lab::client::fault;
 using lab::client::fault_plan;
 
@@ -77,7 +77,7 @@ TEST(fault_plan, refuses_a_text_that_is_none) {
   }
 }
 
-class faults : public bench_test {
+class faults : public client_test {
  protected:
   faults() {
     make();
@@ -115,19 +115,19 @@ TEST_F(faults, a_failing_operation_changes_nothing_and_is_traced_and_logged) {
 
 TEST_F(faults, with_a_malformed_text_every_operation_fails) {
   IStorageSetting& asked = setting();
-  auto const before = bench::picture_of(recorder);
+  auto const before = support::snapshot_of(recorder);
   ask("CFSUnit::init=fails");
   std::list<space_info> spaces;
   EXPECT_NE(0, asked.get_space_list(spaces));
   CFSTier tier;
-  EXPECT_NE(0, tier.init(bench::space_id(space(0).sid)));
+  EXPECT_NE(0, tier.init(client::space_id(space(0).sid)));
   EXPECT_EQ(nullptr, velt_popen("r", "/bin/true", static_cast<char const*>(nullptr)));
   EXPECT_NE(std::string::npos,
             traced("log_Debug")
                 .back()
                 .find(R"(velt_popen: STLAB_SERVICE_FAULT: \"CFSUnit::init=fails\")"))
       << traced("log_Debug").back();
-  bench::expect_same(before, bench::picture_of(recorder));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(faults, another_text_starts_anew) {
@@ -141,7 +141,7 @@ TEST_F(faults, another_text_starts_anew) {
 
 TEST_F(faults, a_create_operation_fails_hands_out_null_or_does_both_and_neither) {
   CKivChannel channels;
-  channel_sid const id = bench::channel_id(channel(0));
+  channel_sid const id = client::channel_id(channel(0));
   IFrameChannelSession* session = nullptr;
   ask("CKivChannel::create_channel_session=fail");
   EXPECT_NE(0, channels.create_channel_session(id, &session));
@@ -158,7 +158,7 @@ TEST_F(faults, a_create_operation_fails_hands_out_null_or_does_both_and_neither)
 TEST_F(faults, a_destroy_operation_fails_and_takes_nothing) {
   CKivChannel channels;
   IFrameChannelSession* session = nullptr;
-  channels.create_channel_session(bench::channel_id(channel(0)), &session);
+  channels.create_channel_session(client::channel_id(channel(0)), &session);
   ask("CKivChannel::destroy_channel_session=fail@1");
   EXPECT_NE(0, channels.destroy_channel_session(&session));
   EXPECT_NE(nullptr, session);
@@ -189,7 +189,7 @@ TEST_F(faults, odd_periods_reach_to_both_ends_of_time) {
   ask("IFrameChannelSession::get_time_period_list=odd");
   CKivChannel channels;
   IFrameChannelSession* session = nullptr;
-  ASSERT_EQ(0, channels.create_channel_session(bench::channel_id(channel(0)), &session));
+  ASSERT_EQ(0, channels.create_channel_session(client::channel_id(channel(0)), &session));
   std::list<time_period> periods;
   EXPECT_EQ(0, session->get_time_period_list(4, 0, 0, 1, periods, 0, 1, 1));
   auto const any = [&](auto const& holds) {
@@ -207,12 +207,12 @@ TEST_F(faults, odd_sizes_and_days_differ_from_call_to_call) {
       "IChannelStorageConfiguration::get_recording_days=odd");
   for (std::int64_t const expected : {least, std::int64_t{-1}, std::int64_t{0}, greatest, least}) {
     std::int64_t size = 7;
-    EXPECT_EQ(0, asked.get_channel_recording_size(bench::space_id(space(0).sid),
-                                                  bench::channel_id(channel(0)), 4, &size));
+    EXPECT_EQ(0, asked.get_channel_recording_size(client::space_id(space(0).sid),
+                                                  client::channel_id(channel(0)), 4, &size));
     EXPECT_EQ(size, expected);
   }
   IChannelStorageConfiguration* configuration = nullptr;
-  channel_sid const id = bench::channel_id(channel(0));
+  channel_sid const id = client::channel_id(channel(0));
   ASSERT_EQ(0, storage.create_channel_configuration(id, &configuration));
   for (std::int32_t const expected : {-1, 3, 3}) {
     day_list days;
@@ -228,16 +228,16 @@ TEST_F(faults, odd_sizes_and_days_differ_from_call_to_call) {
 
 TEST_F(faults, an_odd_volume_cannot_be_written_back) {
   IStorageSetting& asked = setting();
-  auto const before = bench::picture_of(recorder);
+  auto const before = support::snapshot_of(recorder);
   ask("IStorageSetting::get_volume_info=odd");
-  kivsid const id = bench::volume_id(volume(0));
+  kivsid const id = client::volume_id(volume(0));
   volume_body body;
   EXPECT_EQ(0, asked.get_volume_info(id, body));
   EXPECT_EQ(body.name[sizeof body.name - 1], 'x');
   body.type = body.state = 0;
   EXPECT_NE(0, asked.set_volume_info(id, body));
   EXPECT_NE(0, asked.apply_volume_setting(body.space_uuid));
-  bench::expect_same(before, bench::picture_of(recorder));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(faults, an_odd_program_prints_nothing) {
@@ -270,7 +270,7 @@ TEST_F(faults, a_lock_timeout_that_is_none_is_refused_and_told_on_standard_error
     testing::internal::CaptureStderr();
     for (int call = 0; call < 2; ++call) {
       CFSTier tier;
-      EXPECT_NE(0, tier.init(bench::space_id(space(0).sid))) << text;
+      EXPECT_NE(0, tier.init(client::space_id(space(0).sid))) << text;
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "lab client library: STLAB_LOCK_TIMEOUT_MS: \"" + std::string(text) +

@@ -2,14 +2,15 @@
 #include <fstream>
 #include <functional>
 
-#include "bench.h"
+#include "client_test.h"
+#include "lab/catalogue/sqlite.h"
 #include "storage/service.h"
 
 namespace {
 
-using bench::bench_test;
+using client::client_test;
 
-class opening : public bench_test {
+class opening : public client_test {
  protected:
   // The setting is refused without a word on standard output, and the log gets
   // a reason that holds `reason`.
@@ -54,19 +55,21 @@ TEST_F(opening, a_folder_for_a_catalogue_is_refused) {
 
 TEST_F(opening, a_database_of_something_else_is_refused) {
   std::filesystem::create_directory(recorder);
-  alter_catalogue("CREATE TABLE t (x)");
+  lab::database(recorder / "catalogue.db", lab::database::mode::create,
+                std::chrono::milliseconds(0))
+      .execute("CREATE TABLE t (x)");
   expect_refused("not a recorder");
 }
 
 TEST_F(opening, a_catalogue_without_the_recorder_s_own_row_is_refused) {
   make();
-  alter_catalogue("DELETE FROM recorder");
+  tamper("DELETE FROM recorder");
   expect_refused("not a recorder: its catalogue is empty");
 }
 
 TEST_F(opening, a_newer_format_is_refused) {
   make();
-  alter_catalogue("PRAGMA user_version = 2");
+  tamper("PRAGMA user_version = 2");
   expect_refused("newer version");
 }
 

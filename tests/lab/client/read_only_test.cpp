@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "bench.h"
+#include "client_test.h"
 #include "lab/catalogue/sqlite.h"
 #include "lab/check/check.h"
 #include "lab/make/make.h"
@@ -16,11 +16,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using bench::bench_test;
+using client::client_test;
 
 constexpr std::chrono::milliseconds no_wait{0};
 
-class reading : public bench_test {
+class reading : public client_test {
  protected:
   // Every query of the library that a listing makes.
   void read_everything() const {
@@ -64,7 +64,7 @@ class reading : public bench_test {
     for (channel_sid const& channel : channels) {
       std::int64_t size = 0;
       EXPECT_EQ(0, setting.get_channel_total_recording_size(space.sid, channel, &size));
-      EXPECT_EQ(0, setting.get_channel_recording_size(space.sid, channel, bench::normal, &size));
+      EXPECT_EQ(0, setting.get_channel_recording_size(space.sid, channel, client::normal, &size));
     }
   }
 
@@ -85,14 +85,14 @@ class reading : public bench_test {
     IFrameChannelSession* session = nullptr;
     ASSERT_EQ(0, channels.create_channel_session(channel, &session));
     std::list<time_period> periods;
-    EXPECT_EQ(0,
-              session->get_time_period_list(bench::normal, 0, 0, bench::now_ms, periods, 0, 1, 1));
+    EXPECT_EQ(
+        0, session->get_time_period_list(client::normal, 0, 0, client::now_ms, periods, 0, 1, 1));
     EXPECT_FALSE(periods.empty());
     EXPECT_EQ(0, channels.destroy_channel_session(&session));
     IChannelStorageConfiguration* configuration = nullptr;
     ASSERT_EQ(0, storage.create_channel_configuration(channel, &configuration));
     day_list days;
-    EXPECT_EQ(0, configuration->get_recording_days(bench::normal, 255, {}, &days));
+    EXPECT_EQ(0, configuration->get_recording_days(client::normal, 255, {}, &days));
     EXPECT_LT(0, days.count);
     for (std::int32_t i = 0; i < days.count; ++i) std::free(days.days[i]);
     std::free(days.days);
@@ -101,7 +101,7 @@ class reading : public bench_test {
 };
 
 lab::make_options recorded() {
-  lab::make_options options = bench::small();
+  lab::make_options options = client::small();
   options.volume_mb = 32;
   options.days = 1;
   return options;
@@ -109,21 +109,21 @@ lab::make_options recorded() {
 
 TEST_F(reading, changes_nothing) {
   make(recorded());
-  auto const before = bench::picture_of(recorder);
+  auto const before = support::snapshot_of(recorder);
   read_everything();
-  bench::expect_same(before, bench::picture_of(recorder));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(reading, and_getting_ready_to_recycle_change_nothing) {
   make(recorded());
-  auto const before = bench::picture_of(recorder);
+  auto const before = support::snapshot_of(recorder);
   CFSTier tier;
-  EXPECT_EQ(0, tier.init(bench::space_id(space(0).sid)));
+  EXPECT_EQ(0, tier.init(client::space_id(space(0).sid)));
   EXPECT_EQ(0, tier.uninit());
   CFSUnit unit;
-  EXPECT_EQ(0, unit.init(bench::volume_id(volume(0))));
+  EXPECT_EQ(0, unit.init(client::volume_id(volume(0))));
   EXPECT_EQ(0, unit.uninit());
-  bench::expect_same(before, bench::picture_of(recorder));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 // One hour's units are on their way home, and whoever sent them is gone.
@@ -136,7 +136,7 @@ class reading_after_a_stop : public reading {
       stopped.forget({stopped.periods().front().id});
     }
     // The journal stays: opening to write would put it back.
-    alter_catalogue(
+    tamper(
         "PRAGMA journal_mode = PERSIST;"
         "UPDATE unit SET state = 'recycling' WHERE state = 'recorded' AND period_id IS NULL");
   }
@@ -164,9 +164,9 @@ TEST_F(reading_after_a_stop, finishes_what_was_begun) {
 
 TEST_F(reading_after_a_stop, leaves_alone_what_moves_under_somebody_elses_lock) {
   lab::volume_lock const other(place(), lab::volume_lock::kind::exclusive, no_wait);
-  auto const before = bench::picture_of(recorder);
+  auto const before = support::snapshot_of(recorder);
   read_everything();
-  bench::expect_same(before, bench::picture_of(recorder));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 // Whoever waited here would do so for an hour.
@@ -187,22 +187,22 @@ TEST_F(reading_after_a_stop, waits_for_nobody) {
 TEST_F(reading_after_a_stop, changes_nothing_where_it_may_not_write) {
   forbid_writing();
   as_ordinary_user([this] {
-    auto const before = bench::picture_of(recorder);
+    auto const before = support::snapshot_of(recorder);
     read_everything();
-    bench::expect_same(before, bench::picture_of(recorder));
+    EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
     EXPECT_EQ(1U, traced("log_Debug").size());
   });
   allow_writing();
 }
 
 TEST_F(reading_after_a_stop, changes_nothing_when_the_setting_is_to_fail) {
-  auto const before = bench::picture_of(recorder);
+  auto const before = support::snapshot_of(recorder);
   ::setenv("STLAB_SERVICE_FAULT", "CKivStorage::create_storage_setting=fail", 1);
   CKivStorage storage;
   IStorageSetting* setting = nullptr;
   EXPECT_NE(0, storage.create_storage_setting(&setting));
   EXPECT_EQ(nullptr, setting);
-  bench::expect_same(before, bench::picture_of(recorder));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(reading, works_for_somebody_who_may_not_write) {
@@ -221,9 +221,9 @@ TEST_F(reading, alone_is_not_enough_to_get_ready_for_recycling) {
   forbid_writing();
   as_ordinary_user([this] {
     CFSTier tier;
-    EXPECT_NE(0, tier.init(bench::space_id(space(0).sid)));
+    EXPECT_NE(0, tier.init(client::space_id(space(0).sid)));
     CFSUnit unit;
-    EXPECT_NE(0, unit.init(bench::volume_id(volume(0))));
+    EXPECT_NE(0, unit.init(client::volume_id(volume(0))));
   });
   allow_writing();
 }

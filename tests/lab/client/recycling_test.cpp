@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <fstream>
 
-#include "bench.h"
+#include "client_test.h"
 #include "lab/catalogue/sqlite.h"
 #include "lab/check/check.h"
 #include "lab/volume/layout.h"
@@ -13,13 +13,13 @@
 
 namespace {
 
-using bench::bench_test;
-using bench::hour_ms;
+using client::client_test;
+using client::hour_ms;
 
-constexpr std::int64_t base_ms = bench::now_ms - bench::now_ms % hour_ms - 10 * hour_ms;
+constexpr std::int64_t base_ms = client::now_ms - client::now_ms % hour_ms - 10 * hour_ms;
 constexpr std::int64_t all_hours_end = base_ms + 5 * hour_ms;
 
-class recycling : public bench_test {
+class recycling : public client_test {
  protected:
   recycling() { make(); }
 
@@ -30,7 +30,7 @@ class recycling : public bench_test {
     open.forget({open.periods().back().id});
   }
 
-  lab::stream first_stream() const { return {channel(0).id, bench::normal, 0}; }
+  lab::stream first_stream() const { return {channel(0).id, client::normal, 0}; }
 
   std::int64_t lost(std::size_t volume_index) const {
     return reader().account(volume(volume_index).id).lost;
@@ -38,7 +38,7 @@ class recycling : public bench_test {
 
   std::size_t preallocated(std::size_t volume_index) const {
     lab::volume const of = volume(volume_index);
-    return bench::files_in(
+    return client::files_in(
         std::filesystem::path(lab::storage_folder(of.path.string(), of.sid_text)) / "preallocate");
   }
 
@@ -61,8 +61,8 @@ class recycling : public bench_test {
 TEST_F(recycling, a_tier_recycles_on_every_volume_of_its_space_and_on_no_other) {
   for (std::size_t const index : {0U, 1U, 2U}) leak(index, first_stream(), base_ms);
   CFSTier tier;
-  ASSERT_EQ(0, tier.init(bench::space_id(space(0).sid)));
-  EXPECT_EQ(0, tier.recycle_stream_data(bench::stream_of(channel(0), bench::normal, 0), base_ms,
+  ASSERT_EQ(0, tier.init(client::space_id(space(0).sid)));
+  EXPECT_EQ(0, tier.recycle_stream_data(client::stream_of(channel(0), client::normal, 0), base_ms,
                                         all_hours_end, 0));
   EXPECT_EQ(0, tier.uninit());
   EXPECT_EQ(0, lost(0));
@@ -77,8 +77,8 @@ TEST_F(recycling, a_unit_recycles_on_its_volume_only) {
   leak(0, first_stream(), base_ms);
   leak(1, first_stream(), base_ms);
   CFSUnit unit;
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(1))));
-  EXPECT_EQ(0, unit.recycle_stream_data(bench::stream_of(channel(0), bench::normal, 0), base_ms,
+  ASSERT_EQ(0, unit.init(client::volume_id(volume(1))));
+  EXPECT_EQ(0, unit.recycle_stream_data(client::stream_of(channel(0), client::normal, 0), base_ms,
                                         all_hours_end, 0));
   EXPECT_EQ(0, unit.uninit());
   EXPECT_EQ(2, lost(0));
@@ -86,15 +86,15 @@ TEST_F(recycling, a_unit_recycles_on_its_volume_only) {
 }
 
 TEST_F(recycling, another_stream_type_or_channel_stays) {
-  leak(0, {channel(0).id, bench::normal, 1}, base_ms);
-  leak(0, {channel(0).id, bench::alarm, 0}, base_ms);
-  leak(0, {channel(1).id, bench::normal, 0}, base_ms);
+  leak(0, {channel(0).id, client::normal, 1}, base_ms);
+  leak(0, {channel(0).id, client::alarm, 0}, base_ms);
+  leak(0, {channel(1).id, client::normal, 0}, base_ms);
   CFSUnit unit;
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
-  EXPECT_EQ(0, unit.recycle_stream_data(bench::stream_of(channel(0), bench::normal, 0), base_ms,
+  ASSERT_EQ(0, unit.init(client::volume_id(volume(0))));
+  EXPECT_EQ(0, unit.recycle_stream_data(client::stream_of(channel(0), client::normal, 0), base_ms,
                                         all_hours_end, 0));
   EXPECT_EQ(6, lost(0));
-  EXPECT_EQ(0, unit.recycle_stream_data(bench::stream_of(channel(0), bench::alarm, 0), base_ms,
+  EXPECT_EQ(0, unit.recycle_stream_data(client::stream_of(channel(0), client::alarm, 0), base_ms,
                                         all_hours_end, 0));
   EXPECT_EQ(4, lost(0));
 }
@@ -103,8 +103,8 @@ TEST_F(recycling, only_hours_that_lie_whole_in_the_span_come_back) {
   leak(0, first_stream(), base_ms);
   leak(0, first_stream(), base_ms + hour_ms);
   CFSUnit unit;
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
-  stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
+  ASSERT_EQ(0, unit.init(client::volume_id(volume(0))));
+  stream_info const of = client::stream_of(channel(0), client::normal, 0);
   EXPECT_EQ(0, unit.recycle_stream_data(of, base_ms + 1, base_ms + 2 * hour_ms - 2, 0));
   EXPECT_EQ(4, lost(0));
   EXPECT_EQ(0, unit.recycle_stream_data(of, base_ms, base_ms + 2 * hour_ms - 2, 0));
@@ -118,8 +118,8 @@ TEST_F(recycling, only_hours_that_lie_whole_in_the_span_come_back) {
 TEST_F(recycling, what_a_period_holds_stays) {
   writer().record(volume(0).id, first_stream(), base_ms, 2);
   CFSUnit unit;
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
-  EXPECT_EQ(0, unit.recycle_stream_data(bench::stream_of(channel(0), bench::normal, 0), base_ms,
+  ASSERT_EQ(0, unit.init(client::volume_id(volume(0))));
+  EXPECT_EQ(0, unit.recycle_stream_data(client::stream_of(channel(0), client::normal, 0), base_ms,
                                         all_hours_end, 0));
   EXPECT_EQ(6U, preallocated(0));
   EXPECT_EQ(0, unit.uninit());
@@ -131,9 +131,9 @@ TEST_F(recycling, unknown_ids_are_refused) {
   EXPECT_NE(0, tier.init(kivsid()));
   CFSUnit unit;
   EXPECT_NE(0, unit.init(kivsid()));
-  ASSERT_EQ(0, tier.init(bench::space_id(space(0).sid)));
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(2))));
-  stream_info of = bench::stream_of(channel(0), bench::normal, 0);
+  ASSERT_EQ(0, tier.init(client::space_id(space(0).sid)));
+  ASSERT_EQ(0, unit.init(client::volume_id(volume(2))));
+  stream_info of = client::stream_of(channel(0), client::normal, 0);
   of.channel = channel_sid();
   EXPECT_NE(0, tier.recycle_stream_data(of, base_ms, all_hours_end, 0));
   EXPECT_NE(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
@@ -141,24 +141,24 @@ TEST_F(recycling, unknown_ids_are_refused) {
 
 TEST_F(recycling, nothing_is_recycled_before_init_and_after_uninit) {
   leak(0, first_stream(), base_ms);
-  stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
+  stream_info const of = client::stream_of(channel(0), client::normal, 0);
   CFSUnit unit;
   EXPECT_NE(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
+  ASSERT_EQ(0, unit.init(client::volume_id(volume(0))));
   EXPECT_EQ(0, unit.uninit());
   EXPECT_NE(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
+  ASSERT_EQ(0, unit.init(client::volume_id(volume(0))));
   EXPECT_NE(0, unit.init(kivsid()));
   EXPECT_NE(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
   EXPECT_EQ(2, lost(0));
 }
 
 TEST_F(recycling, a_unit_of_a_volume_that_is_not_mounted_is_refused) {
-  kivsid const id = bench::volume_id(volume(0));
+  kivsid const id = client::volume_id(volume(0));
   CFSUnit unit;
   ASSERT_EQ(0, unit.init(id));
   unmount(0);
-  EXPECT_NE(0, unit.recycle_stream_data(bench::stream_of(channel(0), bench::normal, 0), base_ms,
+  EXPECT_NE(0, unit.recycle_stream_data(client::stream_of(channel(0), client::normal, 0), base_ms,
                                         all_hours_end, 0));
   EXPECT_NE(0, unit.init(id));
   mount(0);
@@ -170,8 +170,8 @@ TEST_F(recycling, a_tier_passes_over_a_volume_that_is_not_mounted) {
   leak(1, first_stream(), base_ms);
   unmount(0);
   CFSTier tier;
-  ASSERT_EQ(0, tier.init(bench::space_id(space(0).sid)));
-  EXPECT_EQ(0, tier.recycle_stream_data(bench::stream_of(channel(0), bench::normal, 0), base_ms,
+  ASSERT_EQ(0, tier.init(client::space_id(space(0).sid)));
+  EXPECT_EQ(0, tier.recycle_stream_data(client::stream_of(channel(0), client::normal, 0), base_ms,
                                         all_hours_end, 0));
   mount(0);
   EXPECT_EQ(2, lost(0));
@@ -187,12 +187,12 @@ TEST_F(recycling, a_tier_goes_on_after_a_volume_that_fails_and_reports_it) {
       "preallocate";
   std::filesystem::rename(reserve, folder / "reserve");
   CFSTier tier;
-  ASSERT_EQ(0, tier.init(bench::space_id(space(0).sid)));
-  EXPECT_NE(0, tier.recycle_stream_data(bench::stream_of(channel(0), bench::normal, 0), base_ms,
+  ASSERT_EQ(0, tier.init(client::space_id(space(0).sid)));
+  EXPECT_NE(0, tier.recycle_stream_data(client::stream_of(channel(0), client::normal, 0), base_ms,
                                         all_hours_end, 0));
   EXPECT_EQ(0, lost(1));
   std::filesystem::rename(folder / "reserve", reserve);
-  EXPECT_EQ(0, tier.recycle_stream_data(bench::stream_of(channel(0), bench::normal, 0), base_ms,
+  EXPECT_EQ(0, tier.recycle_stream_data(client::stream_of(channel(0), client::normal, 0), base_ms,
                                         all_hours_end, 0));
   EXPECT_EQ(0, lost(0));
   EXPECT_EQ(8U, preallocated(0));
@@ -204,9 +204,9 @@ TEST_F(recycling, is_not_prepared_where_another_holds_a_volume) {
   leak(0, first_stream(), base_ms);
   leak(1, first_stream(), base_ms);
   ::setenv("STLAB_LOCK_TIMEOUT_MS", "20", 1);
-  stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
-  kivsid const space_sid = bench::space_id(space(0).sid);
-  kivsid const volume_sid = bench::volume_id(volume(1));
+  stream_info const of = client::stream_of(channel(0), client::normal, 0);
+  kivsid const space_sid = client::space_id(space(0).sid);
+  kivsid const volume_sid = client::volume_id(volume(1));
   CFSTier tier;
   CFSUnit unit;
   for (auto const how : {lab::volume_lock::kind::exclusive, lab::volume_lock::kind::shared}) {
@@ -215,9 +215,9 @@ TEST_F(recycling, is_not_prepared_where_another_holds_a_volume) {
     EXPECT_NE(0, tier.recycle_stream_data(of, base_ms, all_hours_end, 0));
     EXPECT_NE(0, unit.init(volume_sid));
     EXPECT_NE(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
-    EXPECT_EQ(0, unit.init(bench::volume_id(volume(0)))) << "nobody's";
+    EXPECT_EQ(0, unit.init(client::volume_id(volume(0)))) << "nobody's";
     EXPECT_EQ(0, unit.uninit());
-    EXPECT_EQ(0, tier.init(bench::space_id(space(1).sid))) << "nobody's";
+    EXPECT_EQ(0, tier.init(client::space_id(space(1).sid))) << "nobody's";
   }
   EXPECT_NE(std::string::npos,
             traced("log_Debug").front().find("CFSTier::init: volume vol2 is being written"));
@@ -241,16 +241,16 @@ TEST_F(recycling, holds_its_volumes_from_init_to_uninit_or_destruction) {
   };
   {
     CFSTier tier;
-    ASSERT_EQ(0, tier.init(bench::space_id(space(0).sid)));
+    ASSERT_EQ(0, tier.init(client::space_id(space(0).sid)));
     EXPECT_FALSE(is_free(first) || is_free(1));
     EXPECT_TRUE(is_free(2));
     EXPECT_NE(0, tier.init(kivsid()));
     EXPECT_TRUE(is_free(first) && is_free(1));
     CFSUnit unit;
-    ASSERT_EQ(0, unit.init(bench::volume_id(volume(first))));
+    ASSERT_EQ(0, unit.init(client::volume_id(volume(first))));
     EXPECT_FALSE(is_free(first));
     EXPECT_EQ(0, unit.uninit());
-    ASSERT_EQ(0, tier.init(bench::space_id(space(0).sid)));
+    ASSERT_EQ(0, tier.init(client::space_id(space(0).sid)));
   }
   EXPECT_TRUE(is_free(first) && is_free(1));
 }
@@ -258,8 +258,8 @@ TEST_F(recycling, holds_its_volumes_from_init_to_uninit_or_destruction) {
 // Whoever opened it again would be refused.
 TEST_F(recycling, does_not_open_the_recorder_again) {
   leak(0, first_stream(), base_ms);
-  stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
-  kivsid const space_sid = bench::space_id(space(0).sid);
+  stream_info const of = client::stream_of(channel(0), client::normal, 0);
+  kivsid const space_sid = client::space_id(space(0).sid);
   CFSTier tier;
   ASSERT_EQ(0, tier.init(space_sid));
   ::setenv("STLAB_LOCK_TIMEOUT_MS", "none", 1);
@@ -270,16 +270,16 @@ TEST_F(recycling, does_not_open_the_recorder_again) {
 
 TEST_F(recycling, of_another_volume_in_the_place_of_the_one_that_is_held_is_refused) {
   leak(0, first_stream(), base_ms);
-  stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
+  stream_info const of = client::stream_of(channel(0), client::normal, 0);
   std::filesystem::path const identity = volume(0).path / "identity";
-  std::string const own = bench::content_of(identity);
+  std::string const own = support::content_of(identity);
   CFSUnit unit;
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
+  ASSERT_EQ(0, unit.init(client::volume_id(volume(0))));
   std::filesystem::remove(identity);
   EXPECT_NE(0, unit.recycle_stream_data(of, base_ms, all_hours_end, 0));
   std::ofstream(identity) << own;
   ::setenv("STLAB_LOCK_TIMEOUT_MS", "0", 1);
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
+  ASSERT_EQ(0, unit.init(client::volume_id(volume(0))));
   std::filesystem::remove(identity);
   std::ofstream(identity) << own;
   {
@@ -292,8 +292,8 @@ TEST_F(recycling, of_another_volume_in_the_place_of_the_one_that_is_held_is_refu
 
 // Whoever waited a second time would do so for an hour.
 TEST_F(recycling, waits_for_the_same_holder_of_the_catalogue_once) {
-  stream_info const of = bench::stream_of(channel(0), bench::normal, 0);
-  kivsid const space_sid = bench::space_id(space(0).sid);
+  stream_info const of = client::stream_of(channel(0), client::normal, 0);
+  kivsid const space_sid = client::space_id(space(0).sid);
   leak(0, first_stream(), base_ms);
   leak(1, first_stream(), base_ms);
   ::setenv("STLAB_LOCK_TIMEOUT_MS", "3600000", 1);
@@ -326,8 +326,8 @@ TEST_F(recycling, waits_for_the_same_holder_of_the_catalogue_once) {
 
 // Whoever waited a second time would do so for an hour.
 TEST_F(recycling, waits_for_the_same_holder_of_a_volume_once) {
-  kivsid const space_sid = bench::space_id(space(0).sid);
-  kivsid const volume_sid = bench::volume_id(volume(0));
+  kivsid const space_sid = client::space_id(space(0).sid);
+  kivsid const volume_sid = client::volume_id(volume(0));
   {
     lab::volume_lock const other = hold(0, lab::volume_lock::kind::exclusive);
     ::setenv("STLAB_LOCK_TIMEOUT_MS", "20", 1);
@@ -342,8 +342,8 @@ TEST_F(recycling, waits_for_the_same_holder_of_a_volume_once) {
 TEST_F(recycling, the_trace_tells_how_many_units_came_back) {
   leak(0, first_stream(), base_ms);
   CFSUnit unit;
-  ASSERT_EQ(0, unit.init(bench::volume_id(volume(0))));
-  unit.recycle_stream_data(bench::stream_of(channel(0), bench::normal, 0), 1, all_hours_end, 0);
+  ASSERT_EQ(0, unit.init(client::volume_id(volume(0))));
+  unit.recycle_stream_data(client::stream_of(channel(0), client::normal, 0), 1, all_hours_end, 0);
   EXPECT_EQ((std::vector<std::string>{
                 R"(["CFSUnit::recycle_stream_data",{"stream":{"channel":{"number":0,"id":")" +
                 channel(0).sid + R"("},"stream":0,"recording_type":4},"start":1,"end":)" +

@@ -2,13 +2,13 @@
 #include <cstring>
 #include <optional>
 
-#include "bench.h"
+#include "client_test.h"
 #include "storage/service.h"
 #include "storage/text.h"
 
 namespace {
 
-using bench::bench_test;
+using client::client_test;
 
 constexpr std::int64_t untouched = -77;
 
@@ -18,7 +18,7 @@ std::string bytes_of(std::int32_t number) {
   return bytes;
 }
 
-class settings : public bench_test {
+class settings : public client_test {
  protected:
   settings() { make(); }
   ~settings() override { storage_.reset(); }
@@ -33,7 +33,7 @@ class settings : public bench_test {
 
   volume_body body_of(lab::volume const& of) {
     volume_body body;
-    EXPECT_EQ(0, setting().get_volume_info(bench::volume_id(of), body));
+    EXPECT_EQ(0, setting().get_volume_info(client::volume_id(of), body));
     return body;
   }
 
@@ -67,7 +67,7 @@ TEST_F(settings, spaces_are_listed_whole) {
 
 TEST_F(settings, volumes_are_listed_whole) {
   lab::volume const expected = volume(2);
-  writer().record(expected.id, {channel(0).id, bench::normal, 0}, 0, 3);
+  writer().record(expected.id, {channel(0).id, client::normal, 0}, 0, 3);
   std::list<volume_info> volumes;
   EXPECT_EQ(0, setting().get_volume_list(volumes));
   ASSERT_EQ(4U, volumes.size());
@@ -104,7 +104,7 @@ TEST_F(settings, a_read_of_an_unknown_volume_fails_and_leaves_the_body) {
 }
 
 TEST_F(settings, a_volume_is_told_by_its_text_alone) {
-  kivsid id = bench::volume_id(volume(0));
+  kivsid id = client::volume_id(volume(0));
   id.number += 1;
   volume_body body;
   EXPECT_EQ(0, setting().get_volume_info(id, body));
@@ -119,7 +119,7 @@ TEST_F(settings, a_written_change_takes_effect_when_it_is_applied) {
   body.state = 1;
   body.total_size = 4711;
   body.used_size = 4712;
-  EXPECT_EQ(0, setting().set_volume_info(bench::volume_id(before), body));
+  EXPECT_EQ(0, setting().set_volume_info(client::volume_id(before), body));
   EXPECT_EQ(0, volume(1).type);
   EXPECT_EQ(0, apply(before));
   lab::volume const after = volume(1);
@@ -138,7 +138,7 @@ TEST_F(settings, all_changes_of_a_space_are_applied_and_no_other_ones) {
   for (std::size_t const index : {0U, 1U, 2U}) {
     volume_body body = body_of(volume(index));
     body.state = 1;
-    EXPECT_EQ(0, setting().set_volume_info(bench::volume_id(volume(index)), body));
+    EXPECT_EQ(0, setting().set_volume_info(client::volume_id(volume(index)), body));
   }
   EXPECT_EQ(0, apply(volume(0)));
   EXPECT_EQ(1, volume(0).state);
@@ -152,9 +152,9 @@ TEST_F(settings, the_last_change_of_a_volume_counts) {
   lab::volume const of = volume(0);
   volume_body body = body_of(of);
   body.state = 7;
-  EXPECT_EQ(0, setting().set_volume_info(bench::volume_id(of), body));
+  EXPECT_EQ(0, setting().set_volume_info(client::volume_id(of), body));
   body.state = 5;
-  EXPECT_EQ(0, setting().set_volume_info(bench::volume_id(of), body));
+  EXPECT_EQ(0, setting().set_volume_info(client::volume_id(of), body));
   EXPECT_EQ(0, apply(of));
   EXPECT_EQ(5, volume(0).state);
 }
@@ -163,7 +163,7 @@ TEST_F(settings, what_was_applied_is_not_applied_again) {
   lab::volume const of = volume(0);
   volume_body body = body_of(of);
   body.state = 5;
-  EXPECT_EQ(0, setting().set_volume_info(bench::volume_id(of), body));
+  EXPECT_EQ(0, setting().set_volume_info(client::volume_id(of), body));
   EXPECT_EQ(0, apply(of));
   writer().change_volumes({{of.id, of.name, 0, 1}});
   EXPECT_EQ(0, apply(of));
@@ -178,19 +178,19 @@ TEST_F(settings, defaults_are_never_written_over_a_volume) {
   volume_body defaults;
   defaults.type = 2;
   defaults.state = 1;
-  auto const before = bench::picture_of(recorder);
-  EXPECT_NE(0, setting().set_volume_info(bench::volume_id(volume(0)), defaults));
+  auto const before = support::snapshot_of(recorder);
+  EXPECT_NE(0, setting().set_volume_info(client::volume_id(volume(0)), defaults));
   EXPECT_NE(0, setting().apply_volume_setting(defaults.space_uuid));
   EXPECT_EQ(0, apply(volume(0)));
-  bench::expect_same(before, bench::picture_of(recorder));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(settings, another_volumes_body_is_refused) {
   lab::volume const of = volume(0);
-  EXPECT_NE(0, setting().set_volume_info(bench::volume_id(of), body_of(volume(1))));
+  EXPECT_NE(0, setting().set_volume_info(client::volume_id(of), body_of(volume(1))));
   volume_body body = body_of(of);
   body.space_uuid[35] = '#';
-  EXPECT_NE(0, setting().set_volume_info(bench::volume_id(of), body));
+  EXPECT_NE(0, setting().set_volume_info(client::volume_id(of), body));
 }
 
 TEST_F(settings, codes_that_do_not_exist_are_refused) {
@@ -199,7 +199,7 @@ TEST_F(settings, codes_that_do_not_exist_are_refused) {
     volume_body body = body_of(of);
     body.type = type;
     body.state = state;
-    EXPECT_NE(0, setting().set_volume_info(bench::volume_id(of), body)) << type << ' ' << state;
+    EXPECT_NE(0, setting().set_volume_info(client::volume_id(of), body)) << type << ' ' << state;
   }
   EXPECT_EQ(0, apply(of));
   EXPECT_EQ(0, volume(0).state);
@@ -217,43 +217,43 @@ TEST_F(settings, sizes_are_sums_of_units_and_the_total_counts_every_type) {
   lab::channel const of = channel(0);
   {
     lab::recorder open = writer();
-    open.record(on.id, {of.id, bench::normal, 0}, 0, 3);
-    open.record(on.id, {of.id, bench::normal, 1}, 0, 1);
-    open.record(on.id, {of.id, bench::alarm, 0}, 0, 2);
-    open.record(on.id, {of.id, bench::manual, 0}, 0, 1);
+    open.record(on.id, {of.id, client::normal, 0}, 0, 3);
+    open.record(on.id, {of.id, client::normal, 1}, 0, 1);
+    open.record(on.id, {of.id, client::alarm, 0}, 0, 2);
+    open.record(on.id, {of.id, client::manual, 0}, 0, 1);
   }
-  kivsid const first = bench::space_id(space(0).sid);
+  kivsid const first = client::space_id(space(0).sid);
   std::int64_t size = untouched;
-  EXPECT_EQ(
-      0, setting().get_channel_recording_size(first, bench::channel_id(of), bench::normal, &size));
+  EXPECT_EQ(0, setting().get_channel_recording_size(first, client::channel_id(of), client::normal,
+                                                    &size));
   EXPECT_EQ(4, size);
   EXPECT_EQ(
-      0, setting().get_channel_recording_size(first, bench::channel_id(of), bench::alarm, &size));
+      0, setting().get_channel_recording_size(first, client::channel_id(of), client::alarm, &size));
   EXPECT_EQ(2, size);
-  EXPECT_EQ(0, setting().get_channel_total_recording_size(first, bench::channel_id(of), &size));
+  EXPECT_EQ(0, setting().get_channel_total_recording_size(first, client::channel_id(of), &size));
   EXPECT_EQ(7, size);
-  EXPECT_EQ(0, setting().get_channel_total_recording_size(bench::space_id(space(1).sid),
-                                                          bench::channel_id(of), &size));
+  EXPECT_EQ(0, setting().get_channel_total_recording_size(client::space_id(space(1).sid),
+                                                          client::channel_id(of), &size));
   EXPECT_EQ(0, size);
 }
 
 TEST_F(settings, a_size_stays_as_it_was_on_failure) {
-  kivsid const known = bench::space_id(space(0).sid);
-  channel_sid const of = bench::channel_id(channel(0));
+  kivsid const known = client::space_id(space(0).sid);
+  channel_sid const of = client::channel_id(channel(0));
   std::int64_t size = untouched;
   EXPECT_NE(0, setting().get_channel_total_recording_size(kivsid(), of, &size));
   EXPECT_NE(0, setting().get_channel_total_recording_size(known, channel_sid(), &size));
   EXPECT_NE(0, setting().get_channel_total_recording_size(known, of, nullptr));
-  EXPECT_NE(0, setting().get_channel_recording_size(kivsid(), of, bench::normal, &size));
-  EXPECT_NE(0, setting().get_channel_recording_size(known, channel_sid(), bench::normal, &size));
-  EXPECT_NE(0, setting().get_channel_recording_size(known, of, bench::normal, nullptr));
+  EXPECT_NE(0, setting().get_channel_recording_size(kivsid(), of, client::normal, &size));
+  EXPECT_NE(0, setting().get_channel_recording_size(known, channel_sid(), client::normal, &size));
+  EXPECT_NE(0, setting().get_channel_recording_size(known, of, client::normal, nullptr));
   EXPECT_EQ(untouched, size);
 }
 
 TEST_F(settings, channels_and_pairings_of_a_space) {
   lab::volume const on = volume(1);
-  writer().record(on.id, {channel(1).id, bench::alarm, 0}, 0, 1);
-  kivsid const first = bench::space_id(space(0).sid);
+  writer().record(on.id, {channel(1).id, client::alarm, 0}, 0, 1);
+  kivsid const first = client::space_id(space(0).sid);
   std::list<channel_sid> channels;
   EXPECT_EQ(0, setting().get_space_channel_list(first, channels));
   ASSERT_EQ(1U, channels.size());
@@ -277,7 +277,7 @@ TEST_F(settings, an_unknown_space_has_no_lists) {
 
 TEST_F(settings, a_recorder_that_breaks_under_the_setting_gives_failures) {
   setting();
-  alter_catalogue("PRAGMA foreign_keys = OFF; DROP TABLE unit; DROP TABLE channel");
+  tamper("PRAGMA foreign_keys = OFF; DROP TABLE unit; DROP TABLE channel");
   std::list<volume_info> volumes;
   EXPECT_NE(0, setting().get_volume_list(volumes));
   std::list<channel_setting> channels;
@@ -288,7 +288,7 @@ TEST_F(settings, a_recorder_that_breaks_under_the_setting_gives_failures) {
   EXPECT_EQ(3U, traced("log_Debug").size());
 }
 
-class plug_and_play : public bench_test {
+class plug_and_play : public client_test {
  protected:
   plug_and_play() {
     make();

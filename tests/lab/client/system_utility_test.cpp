@@ -7,15 +7,15 @@
 #include <array>
 #include <cstring>
 
-#include "bench.h"
+#include "client_test.h"
 
 namespace {
 
-using bench::bench_test;
+using client::client_test;
 
 constexpr char* end = nullptr;
 
-class programs : public bench_test {};
+class programs : public client_test {};
 
 std::string rest_of(std::FILE* stream) {
   std::string text;
@@ -26,7 +26,7 @@ std::string rest_of(std::FILE* stream) {
   return text;
 }
 
-std::size_t open_descriptors() { return bench::files_in("/proc/self/fd"); }
+std::size_t open_descriptors() { return client::files_in("/proc/self/fd"); }
 
 TEST_F(programs, the_output_is_read_and_the_status_handed_back) {
   std::FILE* const stream = velt_popen("r", "/bin/sh", "-c", "echo one; exit 3", end);
@@ -135,7 +135,7 @@ TEST_F(programs, standard_output_may_be_closed) {
   EXPECT_EQ(0, status);
 }
 
-class copying : public bench_test {
+class copying : public client_test {
  protected:
   std::array<char, 8> buffer{'#', '#', '#', '#', '#', '#', '#', '#'};
 };

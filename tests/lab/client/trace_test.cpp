@@ -7,17 +7,17 @@
 
 #include <fstream>
 
-#include "bench.h"
+#include "client_test.h"
 #include "storage/logging.h"
 #include "storage/service.h"
 #include "storage/system_utility.h"
 
 namespace {
 
-using bench::bench_test;
+using client::client_test;
 using lab::client::json;
 
-class tracing : public bench_test {};
+class tracing : public client_test {};
 
 TEST_F(tracing, calls_stand_in_order_with_arguments_and_results) {
   make();
@@ -30,7 +30,7 @@ TEST_F(tracing, calls_stand_in_order_with_arguments_and_results) {
     std::list<space_info> spaces;
     setting->get_space_list(spaces);
     std::list<channel_sid> channels;
-    setting->get_space_channel_list(bench::space_id(space), channels);
+    setting->get_space_channel_list(client::space_id(space), channels);
     storage.destroy_storage_setting(&setting);
   }
   EXPECT_EQ((std::vector<std::string>{

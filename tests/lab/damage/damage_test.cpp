@@ -10,14 +10,14 @@ namespace {
 
 namespace fs = std::filesystem;
 using lab::finding_class;
-using world::strings;
+using support::strings;
 
-class damage : public world::damaged_recorder {
+class damage : public support::damaged_recorder {
  protected:
   std::string refusal(lab::damage_options const& options) const {
-    auto const before = world::tree_of(root());
-    auto const text = world::failure_of([&] { damaged_recorder::damage(options); });
-    EXPECT_EQ(strings(), world::differences(before, world::tree_of(root())));
+    auto const before = support::contents_of(root());
+    auto const text = support::failure_of([&] { damaged_recorder::damage(options); });
+    EXPECT_EQ(strings(), support::differences(before, support::contents_of(root())));
     return text;
   }
 
@@ -44,15 +44,15 @@ TEST_P(damage_of_kind, is_found_by_its_class) {
 TEST_P(damage_of_kind, says_what_it_did_and_does_the_same_again) {
   auto const told = damaged_recorder::damage(GetParam().kind, 5);
   EXPECT_EQ(0U, told.rfind(std::string(GetParam().kind) + ": ", 0)) << told;
-  auto const first = world::tree_of(root() / "share");
+  auto const first = support::contents_of(root() / "share");
   auto const before = found();
   fs::remove_all(root());
-  auto options = world::small();
+  auto options = support::small();
   options.volume_mb = 16;
   options.days = 4;
   make(options);
   EXPECT_EQ(told, damaged_recorder::damage(GetParam().kind, 5));
-  EXPECT_EQ(strings(), world::differences(first, world::tree_of(root() / "share")));
+  EXPECT_EQ(strings(), support::differences(first, support::contents_of(root() / "share")));
   EXPECT_EQ(before, found());
 }
 
@@ -60,11 +60,11 @@ TEST_P(damage_of_kind, waits_for_the_volumes_writer) {
   auto const volume = open().volumes()[0];
   lab::volume_lock const other({1, "vol1", volume.sid_text, volume.path},
                                lab::volume_lock::kind::shared, std::chrono::milliseconds(0));
-  auto const before = world::tree_of(root());
+  auto const before = support::contents_of(root());
   auto options = of(GetParam().kind);
   options.lock_timeout = std::chrono::milliseconds(0);
   EXPECT_THROW(damaged_recorder::damage(options), lab::busy_error);
-  EXPECT_EQ(strings(), world::differences(before, world::tree_of(root())));
+  EXPECT_EQ(strings(), support::differences(before, support::contents_of(root())));
 }
 
 std::string name_of_kind(std::string name) {
@@ -130,7 +130,7 @@ TEST_F(damage, a_stop_can_be_laid_out_at_every_step) {
     for (int step = 1;; ++step) {
       SCOPED_TRACE(std::string(move) + " " + std::to_string(step));
       fs::remove_all(root());
-      auto made = world::small();
+      auto made = support::small();
       made.volume_mb = 16;
       made.days = 4;
       make(made);
@@ -138,7 +138,7 @@ TEST_F(damage, a_stop_can_be_laid_out_at_every_step) {
       auto options = of("stopped");
       options.move = move;
       options.step = step;
-      auto const failure = world::failure_of([&] { damaged_recorder::damage(options); });
+      auto const failure = support::failure_of([&] { damaged_recorder::damage(options); });
       if (!failure.empty()) {
         EXPECT_GE(step, 7) << failure;
         EXPECT_NE(std::string::npos, failure.find(" has only ")) << failure;
@@ -196,11 +196,11 @@ class damage_that_leads_outside : public damage {
 
   // Returns the reason.
   std::string expect_refused(lab::damage_options const& options) const {
-    auto const before = world::tree_of(outside.path());
+    auto const before = support::contents_of(outside.path());
     auto const text = refusal(options);
     EXPECT_NE("", text);
     EXPECT_EQ(std::string::npos, text.find("filesystem error")) << text;
-    EXPECT_EQ(strings(), world::differences(before, world::tree_of(outside.path())));
+    EXPECT_EQ(strings(), support::differences(before, support::contents_of(outside.path())));
     return text;
   }
 
@@ -239,7 +239,7 @@ class damage_that_leads_outside : public damage {
     for (int step = 1; step <= 8; ++step) expect_link_refused(stopped("recording", step));
   }
 
-  world::temporary_folder const outside;
+  support::temporary_folder const outside;
 };
 
 class damage_of_kind_outside : public damage_that_leads_outside,
@@ -298,7 +298,7 @@ TEST_F(damage_that_leads_outside, is_refused_of_free_units_that_are_links) {
 }
 
 TEST_F(damage_that_leads_outside, is_refused_of_units_whose_path_the_catalogue_makes_up) {
-  world::write_file(outside.path() / "victim", std::string(1 << 20, 'v'));
+  support::write_file(outside.path() / "victim", std::string(1 << 20, 'v'));
   auto const away = "../../../../../../" + outside.path().filename().string();
   tamper(
       "DELETE FROM unit WHERE volume_id = 1 AND state = 'recorded' AND id NOT IN"
@@ -322,9 +322,9 @@ TEST_F(damage_that_leads_outside, makes_no_file_in_a_folder_behind_a_link) {
   for (std::uint64_t seed = 1; seed <= 8; ++seed) {
     auto options = of("unknown-file");
     options.seed = seed;
-    auto const before = world::tree_of(outside.path());
-    auto const text = world::failure_of([&] { damaged_recorder::damage(options); });
-    EXPECT_EQ(strings(), world::differences(before, world::tree_of(outside.path())));
+    auto const before = support::contents_of(outside.path());
+    auto const text = support::failure_of([&] { damaged_recorder::damage(options); });
+    EXPECT_EQ(strings(), support::differences(before, support::contents_of(outside.path())));
     refused += text.find(": is a symbolic link") != std::string::npos ? 1 : 0;
   }
   EXPECT_LT(0, refused);
@@ -374,7 +374,7 @@ TEST_F(damage_that_leads_outside, records_nothing_into_an_hour_folder_behind_a_l
 // A copy or a link that is in the way is found before anything is changed.
 TEST_F(damage_that_leads_outside, is_refused_when_the_units_name_is_taken_where_it_goes) {
   auto const content = outside.path() / "content";
-  world::write_file(content, "content");
+  support::write_file(content, "content");
   for (auto const& unit : recorded_units()) {
     fs::create_symlink(content, preallocate(first_volume) / unit.filename());
   }
@@ -393,7 +393,7 @@ TEST_F(damage_that_leads_outside, takes_no_pipe_for_a_unit) {
   auto const kept = recorded_units();
   for (auto const* const kind : {"lost-unit", "duplicate-unit", "short-unit"}) {
     EXPECT_EQ("volume vol1 has no recorded unit",
-              world::failure_of([&] { damaged_recorder::damage(of(kind)); }));
+              support::failure_of([&] { damaged_recorder::damage(of(kind)); }));
   }
   EXPECT_EQ(kept, recorded_units());
 }
@@ -431,8 +431,8 @@ TEST_F(damage, a_copy_is_like_the_unit) {
   auto const begin = told.find("copied ") + 7;
   auto const unit = storage(first_volume) / told.substr(begin, told.find(" into ") - begin);
   auto const copy = preallocate(first_volume) / unit.filename();
-  auto const of_unit = world::tree_of(unit.parent_path());
-  auto const of_copy = world::tree_of(copy.parent_path());
+  auto const of_unit = support::contents_of(unit.parent_path());
+  auto const of_copy = support::contents_of(copy.parent_path());
   EXPECT_EQ(of_unit.at(unit.filename()), of_copy.at(copy.filename()));
   EXPECT_EQ(fs::status(unit).permissions(), fs::status(copy).permissions());
 }

@@ -7,7 +7,7 @@
 #include "lab/check/check.h"
 #include "lab/make/make.h"
 
-namespace world {
+namespace support {
 
 namespace fs = std::filesystem;
 
@@ -64,9 +64,9 @@ void damaged_recorder::fill_units() const {
   }
 }
 
-void damaged_recorder::expect_all_kept(tree const& before) const {
+void damaged_recorder::expect_all_kept(contents const& before) const {
   std::set<std::string> held;
-  for (auto const& [name, content] : tree_of(root() / "share")) {
+  for (auto const& [name, content] : contents_of(root() / "share")) {
     held.insert(without_zeros_at_end(content));
   }
   for (auto const& [name, content] : before) {
@@ -74,4 +74,4 @@ void damaged_recorder::expect_all_kept(tree const& before) const {
   }
 }
 
-}  // namespace world
+}  // namespace support

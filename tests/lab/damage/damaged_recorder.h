@@ -5,16 +5,16 @@
 #include <string>
 #include <vector>
 
+#include "engine_test.h"
 #include "lab/check/finding.h"
 #include "lab/damage/damage.h"
 #include "lab/repair/repair.h"
-#include "world.h"
 
-namespace world {
+namespace support {
 
 using strings = std::vector<std::string>;
 
-class damaged_recorder : public recorder_test {
+class damaged_recorder : public engine_test {
  protected:
   damaged_recorder();
 
@@ -31,7 +31,7 @@ class damaged_recorder : public recorder_test {
   void fill_units() const;
 
   // Every content before must still be there, but for zeros at its end.
-  void expect_all_kept(tree const& before) const;
+  void expect_all_kept(contents const& before) const;
 };
 
-}  // namespace world
+}  // namespace support

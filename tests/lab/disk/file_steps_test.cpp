@@ -3,7 +3,7 @@
 
 #include <sys/stat.h>
 
-#include "world.h"
+#include "engine_test.h"
 
 namespace {
 
@@ -22,16 +22,16 @@ class file_steps : public testing::Test {
 
   // Each step that opens "it" in the folder "from".
   std::vector<std::string> failures() const {
-    return {world::failure_of([&] { lab::steps::copy_file(from(), to(), "it"); }),
-            world::failure_of([&] { lab::steps::cut_file(from(), "it", 1); }),
-            world::failure_of([&] { lab::steps::write_head(from(), "it", "head"); })};
+    return {support::failure_of([&] { lab::steps::copy_file(from(), to(), "it"); }),
+            support::failure_of([&] { lab::steps::cut_file(from(), "it", 1); }),
+            support::failure_of([&] { lab::steps::write_head(from(), "it", "head"); })};
   }
 
   lab::folder from() const { return lab::folder(temporary_.path() / "from"); }
   lab::folder to() const { return lab::folder(temporary_.path() / "to"); }
 
  private:
-  world::temporary_folder temporary_;
+  support::temporary_folder temporary_;
 };
 
 TEST_F(file_steps, copy_every_byte_of_more_than_one_piece) {
@@ -39,34 +39,34 @@ TEST_F(file_steps, copy_every_byte_of_more_than_one_piece) {
   for (std::size_t at = 0; at < content.size(); at += 1000) content[at] = 'b';
   lab::steps::make_file(from(), "it", content);
   lab::steps::copy_file(from(), to(), "it");
-  EXPECT_EQ(content, world::tree_of(to().path()).at("it"));
-  EXPECT_EQ(content, world::tree_of(from().path()).at("it"));
+  EXPECT_EQ(content, support::contents_of(to().path()).at("it"));
+  EXPECT_EQ(content, support::contents_of(from().path()).at("it"));
 }
 
 TEST_F(file_steps, move_to_a_free_name_only) {
   lab::steps::make_file(from(), "it", "new");
   lab::steps::make_file(to(), "it", "old");
   EXPECT_FALSE(lab::steps::move_to_free_name(from(), to(), "it"));
-  EXPECT_EQ("old", world::tree_of(to().path()).at("it"));
+  EXPECT_EQ("old", support::contents_of(to().path()).at("it"));
   lab::steps::remove_file(to(), "it");
   EXPECT_TRUE(lab::steps::move_to_free_name(from(), to(), "it"));
-  EXPECT_EQ("new", world::tree_of(to().path()).at("it"));
-  EXPECT_EQ(0U, world::tree_of(from().path()).count("it"));
+  EXPECT_EQ("new", support::contents_of(to().path()).at("it"));
+  EXPECT_EQ(0U, support::contents_of(from().path()).count("it"));
 }
 
 TEST_F(file_steps, copy_over_nothing) {
   lab::steps::make_file(from(), "it", "new");
   lab::steps::make_file(to(), "it", "old");
-  EXPECT_NE("", world::failure_of([&] { lab::steps::copy_file(from(), to(), "it"); }));
-  EXPECT_EQ("old", world::tree_of(to().path()).at("it"));
+  EXPECT_NE("", support::failure_of([&] { lab::steps::copy_file(from(), to(), "it"); }));
+  EXPECT_EQ("old", support::contents_of(to().path()).at("it"));
 }
 
 TEST_F(file_steps, cut_and_move) {
   lab::steps::make_file(from(), "it", "content");
   lab::steps::cut_file(from(), "it", 4);
   lab::steps::move_file(from(), to(), "it");
-  EXPECT_EQ(world::tree(), world::tree_of(from().path()));
-  EXPECT_EQ((world::tree{{"it", "cont"}}), world::tree_of(to().path()));
+  EXPECT_EQ(support::contents(), support::contents_of(from().path()));
+  EXPECT_EQ((support::contents{{"it", "cont"}}), support::contents_of(to().path()));
 }
 
 TEST_F(file_steps, open_no_pipe) {
@@ -81,7 +81,7 @@ TEST_F(file_steps, follow_no_link) {
   for (auto const& failure : failures()) {
     EXPECT_NE(std::string::npos, failure.find("/from/it: cannot open: ")) << failure;
   }
-  EXPECT_EQ((world::tree{{"victim", "victim"}}), world::tree_of(to().path()));
+  EXPECT_EQ((support::contents{{"victim", "victim"}}), support::contents_of(to().path()));
 }
 
 }  // namespace

@@ -5,38 +5,39 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "engine_test.h"
 #include "lab/catalogue/sqlite.h"
 #include "lab/check/check.h"
-#include "world.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class making : public world::recorder_test {
+class making : public support::engine_test {
  protected:
   static lab::make_options recorded() {
-    auto options = world::small();
+    auto options = support::small();
     options.days = 1;
     return options;
   }
 
   std::string refusal(fs::path const& folder, lab::make_options const& options) const {
-    return world::failure_of([&] { lab::make_recorder(folder, options, {}); });
+    return support::failure_of([&] { lab::make_recorder(folder, options, {}); });
   }
 };
 
 TEST_F(making, the_same_options_make_the_same_recorder) {
   make(recorded());
   lab::make_recorder(root() / ".." / "other", recorded(), {});
-  auto const one = world::tree_of(root());
+  auto const one = support::contents_of(root());
   EXPECT_EQ(std::vector<std::string>(),
-            world::differences(one, world::tree_of(root().parent_path() / "other")));
+            support::differences(one, support::contents_of(root().parent_path() / "other")));
   EXPECT_EQ(1U, one.count("catalogue.db"));
   auto other_seed = recorded();
   other_seed.seed = 99;
   lab::make_recorder(root().parent_path() / "third", other_seed, {});
-  EXPECT_FALSE(world::differences(one, world::tree_of(root().parent_path() / "third")).empty());
+  EXPECT_FALSE(
+      support::differences(one, support::contents_of(root().parent_path() / "third")).empty());
 }
 
 TEST_F(making, a_fresh_recorder_checks_clean) {
@@ -53,7 +54,7 @@ TEST_F(making, units_are_real_disk_blocks) {
 
 TEST_F(making, progress_counts_every_unit) {
   std::vector<std::int64_t> done;
-  lab::make_recorder(root(), world::small(), [&](std::int64_t so_far, std::int64_t total) {
+  lab::make_recorder(root(), support::small(), [&](std::int64_t so_far, std::int64_t total) {
     EXPECT_EQ(16, total);
     done.push_back(so_far);
   });
@@ -67,13 +68,13 @@ TEST_F(making, progress_counts_every_unit) {
 // Whatever the progress is told throws; nothing stays then.
 TEST_F(making, can_be_stopped_whenever_progress_is_told) {
   int told = 0;
-  lab::make_recorder(root(), world::small(), [&](std::int64_t, std::int64_t) { ++told; });
+  lab::make_recorder(root(), support::small(), [&](std::int64_t, std::int64_t) { ++told; });
   fs::remove_all(root());
   EXPECT_GT(told, 16 + 2) << "for each unit, in the catalogue and before it gets its name";
   for (int at = 1; at <= told; ++at) {
     int now = 0;
-    EXPECT_EQ("stopped", world::failure_of([&] {
-                lab::make_recorder(root(), world::small(), [&](std::int64_t, std::int64_t) {
+    EXPECT_EQ("stopped", support::failure_of([&] {
+                lab::make_recorder(root(), support::small(), [&](std::int64_t, std::int64_t) {
                   if (++now == at) throw lab::error("stopped");
                 });
               }));
@@ -82,11 +83,11 @@ TEST_F(making, can_be_stopped_whenever_progress_is_told) {
 }
 
 TEST_F(making, can_be_stopped_inside_a_large_unit) {
-  auto options = world::small();
+  auto options = support::small();
   options.volumes = 1;
   options.unit_mb = 80;
   options.volume_mb = 80;
-  EXPECT_EQ("stopped", world::failure_of([&] {
+  EXPECT_EQ("stopped", support::failure_of([&] {
               lab::make_recorder(root(), options, [&](std::int64_t done, std::int64_t) {
                 EXPECT_EQ(0, done);
                 throw lab::error("stopped");
@@ -96,7 +97,7 @@ TEST_F(making, can_be_stopped_inside_a_large_unit) {
 }
 
 TEST_F(making, a_large_unit_has_all_its_blocks) {
-  auto options = world::small();
+  auto options = support::small();
   options.volumes = 1;
   options.unit_mb = 80;
   options.volume_mb = 80;
@@ -113,21 +114,21 @@ TEST_F(making, an_empty_folder_will_do) {
 
 TEST_F(making, a_folder_with_anything_in_it_is_refused_and_kept) {
   fs::create_directory(root());
-  world::write_file(root() / "note", "mine");
-  EXPECT_EQ(root().string() + ": folder is not empty", refusal(root(), world::small()));
-  EXPECT_EQ((world::tree{{"note", "mine"}}), world::tree_of(root()));
+  support::write_file(root() / "note", "mine");
+  EXPECT_EQ(root().string() + ": folder is not empty", refusal(root(), support::small()));
+  EXPECT_EQ((support::contents{{"note", "mine"}}), support::contents_of(root()));
 }
 
 TEST_F(making, a_recorder_is_not_made_over_another) {
   make();
-  auto const before = world::tree_of(root());
-  EXPECT_EQ(root().string() + ": folder is not empty", refusal(root(), world::small()));
-  EXPECT_EQ(std::vector<std::string>(), world::differences(before, world::tree_of(root())));
+  auto const before = support::contents_of(root());
+  EXPECT_EQ(root().string() + ": folder is not empty", refusal(root(), support::small()));
+  EXPECT_EQ(std::vector<std::string>(), support::differences(before, support::contents_of(root())));
 }
 
 TEST_F(making, a_file_is_refused) {
-  world::write_file(root(), "mine");
-  EXPECT_EQ(root().string() + ": not a folder", refusal(root(), world::small()));
+  support::write_file(root(), "mine");
+  EXPECT_EQ(root().string() + ": not a folder", refusal(root(), support::small()));
 }
 
 TEST_F(making, a_path_that_holds_share_is_refused) {
@@ -135,10 +136,10 @@ TEST_F(making, a_path_that_holds_share_is_refused) {
   for (auto const* const name : {"share", "myshare", "share/below"}) {
     auto const folder = parent / name;
     EXPECT_EQ(folder.string() + ": a recorder's own path must not hold \"share/\"",
-              refusal(folder, world::small()));
+              refusal(folder, support::small()));
     EXPECT_FALSE(fs::exists(folder));
   }
-  lab::make_recorder(parent / "shared", world::small(), {});
+  lab::make_recorder(parent / "shared", support::small(), {});
 }
 
 TEST_F(making, a_path_is_refused_when_the_preallocated_units_lie_too_deep) {
@@ -150,15 +151,15 @@ TEST_F(making, a_path_is_refused_when_the_preallocated_units_lie_too_deep) {
   EXPECT_EQ(too_long.string() +
                 ": path is too long: 256 characters down to the preallocated units, at most 255 "
                 "are possible",
-            refusal(too_long, world::small()));
+            refusal(too_long, support::small()));
   EXPECT_FALSE(fs::exists(too_long));
-  lab::make_recorder(fits, world::small(), {});
+  lab::make_recorder(fits, support::small(), {});
   auto const volume = lab::recorder::open(fits, lab::access::read_only).volumes().front();
   EXPECT_EQ(255U, volume.path.string().size() + 5 + 32 + 12);
 }
 
 TEST_F(making, too_little_disk_is_refused) {
-  auto options = world::small();
+  auto options = support::small();
   options.spaces = 64;
   options.volumes = 64;
   options.volume_mb = 1024 * 1024;
@@ -173,27 +174,27 @@ TEST_F(making, a_failure_midway_leaves_nothing) {
   auto const stop = [&](std::int64_t, std::int64_t) {
     if (++calls == 5) throw lab::error("stopped");
   };
-  EXPECT_THROW(lab::make_recorder(root(), world::small(), stop), lab::error);
+  EXPECT_THROW(lab::make_recorder(root(), support::small(), stop), lab::error);
   EXPECT_FALSE(fs::exists(root()));
   fs::create_directory(root());
   calls = 0;
-  EXPECT_THROW(lab::make_recorder(root(), world::small(), stop), lab::error);
-  EXPECT_EQ(world::tree(), world::tree_of(root()));
+  EXPECT_THROW(lab::make_recorder(root(), support::small(), stop), lab::error);
+  EXPECT_EQ(support::contents(), support::contents_of(root()));
 }
 
 TEST_F(making, what_a_kill_midway_leaves_is_no_recorder) {
   auto const copy = root().parent_path() / "copy";
-  lab::make_recorder(root(), world::small(), [&](std::int64_t done, std::int64_t total) {
+  lab::make_recorder(root(), support::small(), [&](std::int64_t done, std::int64_t total) {
     if (done == total && !fs::exists(copy)) fs::copy(root(), copy, fs::copy_options::recursive);
   });
   EXPECT_EQ(copy.string() + ": not a recorder: no catalogue.db",
-            world::failure_of([&] { lab::recorder::open(copy, lab::access::read_write); }));
+            support::failure_of([&] { lab::recorder::open(copy, lab::access::read_write); }));
   EXPECT_EQ(copy.string() +
                 ": folder is not empty: it looks as a stopped make leaves it (share); remove that "
                 "first, unless it holds recordings",
-            refusal(copy, world::small()));
-  world::write_file(copy / "note", "mine");
-  EXPECT_EQ(copy.string() + ": folder is not empty", refusal(copy, world::small()));
+            refusal(copy, support::small()));
+  support::write_file(copy / "note", "mine");
+  EXPECT_EQ(copy.string() + ": folder is not empty", refusal(copy, support::small()));
 }
 
 }  // namespace

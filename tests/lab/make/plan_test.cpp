@@ -6,19 +6,19 @@
 #include <map>
 #include <set>
 
+#include "engine_test.h"
 #include "lab/make/make.h"
-#include "world.h"
 
 namespace {
 
 lab::make_options defaults() {
   lab::make_options options;
-  options.now_ms = world::now + 1234;
+  options.now_ms = support::now + 1234;
   return options;
 }
 
 std::string refusal(lab::make_options const& options) {
-  return world::failure_of([&] { lab::plan_recorder(options); });
+  return support::failure_of([&] { lab::plan_recorder(options); });
 }
 
 TEST(make_plan, ids_differ_in_their_first_31_characters) {
@@ -64,9 +64,9 @@ TEST(make_plan, recordings_are_whole_past_hours_within_the_days) {
   auto const plan = lab::plan_recorder(defaults());
   ASSERT_FALSE(plan.recordings.empty());
   for (auto const& recording : plan.recordings) {
-    EXPECT_EQ(0, recording.hour_ms % world::hour);
-    EXPECT_LE(recording.hour_ms + world::hour, world::now);
-    EXPECT_GE(recording.hour_ms, world::now - 3 * world::day);
+    EXPECT_EQ(0, recording.hour_ms % support::hour);
+    EXPECT_LE(recording.hour_ms + support::hour, support::now);
+    EXPECT_GE(recording.hour_ms, support::now - 3 * support::day);
   }
 }
 

@@ -1,13 +1,13 @@
+#include "engine_test.h"
 #include "lab/catalogue/sqlite.h"
 #include "lab/check/check.h"
-#include "world.h"
 
 namespace {
 
-using world::hour;
-using world::now;
+using support::hour;
+using support::now;
 
-class changes : public world::recorder_test {};
+class changes : public support::engine_test {};
 
 TEST_F(changes, a_volume_keeps_everything_else_and_its_folder) {
   make();
@@ -26,7 +26,7 @@ TEST_F(changes, a_volume_keeps_everything_else_and_its_folder) {
 TEST_F(changes, volumes_change_all_or_none) {
   make();
   auto recorder = open();
-  EXPECT_EQ("there is no volume with id 7", world::failure_of([&] {
+  EXPECT_EQ("there is no volume with id 7", support::failure_of([&] {
               recorder.change_volumes({{first_volume, "a", 1, 1}, {7, "b", 1, 1}});
             }));
   EXPECT_EQ("vol1", recorder.volumes()[0].name);
@@ -65,8 +65,10 @@ TEST_F(changes, periods_are_forgotten_all_or_none) {
   auto recorder = open();
   recorder.record(first_volume, main_stream, now, 1);
   auto const id = recorder.periods().front().id;
-  EXPECT_EQ("there is no period with id 99", world::failure_of([&] { recorder.forget({id, 99}); }));
-  EXPECT_EQ("there is no period with id 99", world::failure_of([&] {
+  EXPECT_EQ("there is no period with id 99", support::failure_of([&] {
+              recorder.forget({id, 99});
+            }));
+  EXPECT_EQ("there is no period with id 99", support::failure_of([&] {
               recorder.lose_storage_id({id, 99});
             }));
   ASSERT_EQ(1U, recorder.periods().size());
@@ -83,8 +85,8 @@ TEST_F(changes, assigning_replaces_and_goes_to_the_end) {
   EXPECT_EQ(2, channels[0].id);
   EXPECT_EQ(1, channels[1].id);
   EXPECT_EQ("there is no channel with id 9",
-            world::failure_of([&] { recorder.assign(9, first_volume); }));
-  EXPECT_EQ("there is no volume with id 9", world::failure_of([&] { recorder.assign(1, 9); }));
+            support::failure_of([&] { recorder.assign(9, first_volume); }));
+  EXPECT_EQ("there is no volume with id 9", support::failure_of([&] { recorder.assign(1, 9); }));
   EXPECT_EQ(2U, recorder.volume_channels(2).size());
 }
 

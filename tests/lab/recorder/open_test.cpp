@@ -4,19 +4,19 @@
 
 #include <fstream>
 
+#include "engine_test.h"
 #include "lab/catalogue/sqlite.h"
 #include "lab/check/check.h"
 #include "lab/volume/layout.h"
-#include "world.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class open_recorder : public world::recorder_test {
+class open_recorder : public support::engine_test {
  protected:
   std::string refusal(lab::access mode = lab::access::read_only) const {
-    return world::failure_of([&] { open(mode); });
+    return support::failure_of([&] { open(mode); });
   }
 };
 
@@ -25,7 +25,7 @@ TEST_F(open_recorder, an_absent_folder_is_refused) {
 }
 
 TEST_F(open_recorder, a_file_is_refused) {
-  world::write_file(root(), "");
+  support::write_file(root(), "");
   EXPECT_EQ(root().string() + ": not a recorder: not a folder", refusal());
 }
 
@@ -34,7 +34,7 @@ TEST_F(open_recorder, a_folder_without_a_catalogue_is_refused) {
   EXPECT_EQ(root().string() + ": not a recorder: no catalogue.db", refusal());
   EXPECT_EQ(root().string() + ": not a recorder: no catalogue.db",
             refusal(lab::access::read_write));
-  EXPECT_EQ(world::tree(), world::tree_of(root()));
+  EXPECT_EQ(support::contents(), support::contents_of(root()));
 }
 
 TEST_F(open_recorder, a_catalogue_that_is_a_folder_is_refused) {
@@ -44,13 +44,13 @@ TEST_F(open_recorder, a_catalogue_that_is_a_folder_is_refused) {
 
 TEST_F(open_recorder, a_catalogue_that_is_no_database_is_refused) {
   fs::create_directory(root());
-  world::write_file(root() / "catalogue.db", std::string(4096, 'x'));
+  support::write_file(root() / "catalogue.db", std::string(4096, 'x'));
   EXPECT_EQ(root().string() + ": not a recorder: its catalogue is not a database", refusal());
 }
 
 TEST_F(open_recorder, an_empty_catalogue_is_refused) {
   fs::create_directory(root());
-  world::write_file(root() / "catalogue.db", "");
+  support::write_file(root() / "catalogue.db", "");
   EXPECT_EQ(root().string() + ": not a recorder: its catalogue is empty or something else's",
             refusal());
 }
@@ -91,7 +91,7 @@ TEST_F(open_recorder, a_path_that_holds_share_is_refused) {
   fs::create_directory(moved.parent_path());
   fs::rename(root(), moved);
   EXPECT_EQ(moved.string() + ": a recorder's own path must not hold \"share/\"",
-            world::failure_of([&] { lab::recorder::open(moved, lab::access::read_only); }));
+            support::failure_of([&] { lab::recorder::open(moved, lab::access::read_only); }));
 }
 
 // Runs as an unprivileged user where the test itself is root.
@@ -133,20 +133,21 @@ TEST_F(open_unprivileged, a_reader_needs_no_write_permission) {
 }
 
 TEST_F(open_recorder, reading_and_finding_nothing_to_recycle_change_no_byte) {
-  auto options = world::small();
+  auto options = support::small();
   options.days = 1;
   make(options);
-  auto const before = world::tree_of(root());
+  auto const before = support::contents_of(root());
   for (auto const mode : {lab::access::read_only, lab::access::read_write}) {
     auto const recorder = open(mode);
     recorder.spaces();
     recorder.volumes();
     recorder.periods();
     lab::check(recorder);
-    EXPECT_EQ(std::vector<std::string>(), world::differences(before, world::tree_of(root())));
+    EXPECT_EQ(std::vector<std::string>(),
+              support::differences(before, support::contents_of(root())));
   }
   EXPECT_EQ(0, open().recycle(first_volume, main_stream, always));
-  EXPECT_EQ(std::vector<std::string>(), world::differences(before, world::tree_of(root())));
+  EXPECT_EQ(std::vector<std::string>(), support::differences(before, support::contents_of(root())));
 }
 
 TEST_F(open_recorder, a_relative_folder_is_resolved_at_open) {
@@ -157,7 +158,7 @@ TEST_F(open_recorder, a_relative_folder_is_resolved_at_open) {
   fs::current_path("/");
   EXPECT_EQ(root(), recorder.folder());
   EXPECT_EQ(root() / "share" / "vol1", recorder.volumes().front().path);
-  recorder.record(first_volume, main_stream, world::now, 1);
+  recorder.record(first_volume, main_stream, support::now, 1);
   fs::current_path(home);
   EXPECT_EQ(lab::findings(), lab::check(recorder));
 }
@@ -165,7 +166,7 @@ TEST_F(open_recorder, a_relative_folder_is_resolved_at_open) {
 TEST_F(open_recorder, a_reader_cannot_change_anything) {
   make();
   auto recorder = open(lab::access::read_only);
-  EXPECT_THROW(recorder.record(first_volume, main_stream, world::now, 1), lab::error);
+  EXPECT_THROW(recorder.record(first_volume, main_stream, support::now, 1), lab::error);
   EXPECT_THROW(recorder.recycle(first_volume, main_stream, always), lab::error);
   EXPECT_THROW(recorder.change_volumes({{first_volume, "x", 1, 1}}), lab::error);
   EXPECT_EQ(lab::findings(), lab::check(open()));
@@ -188,25 +189,25 @@ class one_volume_blocked : public open_recorder {
 };
 
 TEST_F(one_volume_blocked, what_cannot_be_finished_is_not_begun) {
-  leak(first_volume, main_stream, world::now, 2);
+  leak(first_volume, main_stream, support::now, 2);
   block();
   EXPECT_EQ(reason(),
-            world::failure_of([&] { open().recycle(first_volume, main_stream, always); }));
-  EXPECT_EQ(reason(),
-            world::failure_of([&] { open().record(first_volume, main_stream, world::now, 1); }));
+            support::failure_of([&] { open().recycle(first_volume, main_stream, always); }));
+  EXPECT_EQ(reason(), support::failure_of(
+                          [&] { open().record(first_volume, main_stream, support::now, 1); }));
   EXPECT_EQ(0, units_on_their_way());
   unblock();
   EXPECT_EQ(2, open().recycle(first_volume, main_stream, always));
 }
 
 TEST_F(one_volume_blocked, a_stopped_move_there_keeps_no_writer_from_the_other) {
-  leak(first_volume, main_stream, world::now, 2);
+  leak(first_volume, main_stream, support::now, 2);
   tamper("UPDATE unit SET state = 'recycling' WHERE state = 'recorded'");
   block();
-  open().record(second_volume, main_stream, world::now, 1);
+  open().record(second_volume, main_stream, support::now, 1);
   EXPECT_EQ(2, units_on_their_way());
   EXPECT_EQ(reason(),
-            world::failure_of([&] { open().recycle(first_volume, main_stream, always); }));
+            support::failure_of([&] { open().recycle(first_volume, main_stream, always); }));
   unblock();
   open();
   EXPECT_EQ(0, units_on_their_way());
@@ -215,16 +216,16 @@ TEST_F(one_volume_blocked, a_stopped_move_there_keeps_no_writer_from_the_other) 
 
 TEST_F(one_volume_blocked, retention_goes_on_with_the_other_and_then_tells) {
   auto recorder = open();
-  recorder.record(first_volume, main_stream, world::now, 2);
-  recorder.record(second_volume, main_stream, world::now, 3);
+  recorder.record(first_volume, main_stream, support::now, 2);
+  recorder.record(second_volume, main_stream, support::now, 3);
   block();
   EXPECT_EQ(reason() + "; 3 units of other volumes came back",
-            world::failure_of([&] { recorder.expire(world::now + world::hour); }));
+            support::failure_of([&] { recorder.expire(support::now + support::hour); }));
   EXPECT_EQ(0, units_on_their_way());
   ASSERT_EQ(1U, recorder.periods().size());
   EXPECT_EQ(2, recorder.account(first_volume).held);
   unblock();
-  EXPECT_EQ(2, recorder.expire(world::now + world::hour));
+  EXPECT_EQ(2, recorder.expire(support::now + support::hour));
   EXPECT_EQ(lab::findings(), lab::check(recorder));
 }
 
@@ -245,7 +246,7 @@ void die_while_changing(fs::path const& catalogue_file) {
 }
 
 TEST_F(open_recorder, a_reader_has_a_change_undone_that_was_cut_short) {
-  auto options = world::small();
+  auto options = support::small();
   options.volume_mb = 64;
   make(options);
   die_while_changing(root() / "catalogue.db");
@@ -282,7 +283,7 @@ TEST_F(open_recorder, a_pipe_is_no_identity) {
 TEST_F(open_unprivileged, a_change_that_was_cut_short_needs_somebody_who_may_write) {
   as_owner([&] {
     fs::remove_all(root());
-    auto options = world::small();
+    auto options = support::small();
     options.volume_mb = 64;
     make(options);
     die_while_changing(root() / "catalogue.db");
@@ -312,7 +313,7 @@ TEST_F(open_recorder, a_catalogue_that_breaks_off_is_named_and_found) {
     file << std::string(static_cast<std::size_t>(size), '\xff');
   }
   auto const text = (root() / "catalogue.db").string() + ": the catalogue is damaged";
-  EXPECT_EQ(text, world::failure_of([&] { open(lab::access::read_only).volumes(); }));
+  EXPECT_EQ(text, support::failure_of([&] { open(lab::access::read_only).volumes(); }));
   EXPECT_THROW(open(lab::access::read_only).volumes(), lab::database_error);
   auto const findings = lab::check(open(lab::access::read_only));
   ASSERT_FALSE(findings.empty());

@@ -1,17 +1,17 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "engine_test.h"
 #include "lab/make/make.h"
-#include "world.h"
 
 namespace {
 
-using world::day;
-using world::hour;
-using world::now;
+using support::day;
+using support::hour;
+using support::now;
 using strings = std::vector<std::string>;
 
-class queries : public world::recorder_test {
+class queries : public support::engine_test {
  protected:
   static lab::make_options recorded() {
     lab::make_options options;
@@ -44,7 +44,7 @@ TEST_F(queries, spaces_are_the_sums_of_their_volumes) {
 }
 
 TEST_F(queries, sizes_are_units_times_their_size) {
-  auto options = world::small();
+  auto options = support::small();
   options.unit_mb = 4;
   options.volume_mb = 16;
   make(options);
@@ -66,7 +66,7 @@ TEST_F(queries, accounts_add_up) {
     EXPECT_EQ(volume.used_mb, account.held + account.moving);
     EXPECT_EQ(account.total, account.held + account.moving + account.preallocated + account.lost);
   }
-  EXPECT_EQ("there is no volume with id 9", world::failure_of([&] { recorder.account(9); }));
+  EXPECT_EQ("there is no volume with id 9", support::failure_of([&] { recorder.account(9); }));
 }
 
 TEST_F(queries, a_period_overlaps_a_span_that_touches_one_of_its_moments) {
@@ -262,7 +262,7 @@ TEST_F(queries, a_volume_that_is_not_mounted_says_so) {
   auto const identity = root() / "share" / "vol1" / "identity";
   auto const recorder = open();
   EXPECT_EQ(0, recorder.volumes()[0].state);
-  world::write_file(identity, recorder.volumes()[1].sid_text + "\n");
+  support::write_file(identity, recorder.volumes()[1].sid_text + "\n");
   EXPECT_EQ(lab::not_mounted_state, recorder.volumes()[0].state);
   EXPECT_EQ(0, recorder.volumes()[1].state);
   std::filesystem::remove(identity);

@@ -1,23 +1,23 @@
 #include <fstream>
 
+#include "engine_test.h"
 #include "lab/check/check.h"
 #include "lab/volume/layout.h"
-#include "world.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using world::hour;
-using world::now;
+using support::hour;
+using support::now;
 using strings = std::vector<std::string>;
 
-class record_and_expire : public world::recorder_test {
+class record_and_expire : public support::engine_test {
  protected:
   fs::path hour_folder(std::int64_t volume_id, std::int64_t hour_ms) const {
     return storage(volume_id) / lab::hour_folder_name(0, 4, 0, hour_ms);
   }
   std::string refusal(lab::stream const& of, std::int64_t hour_ms, int units) const {
-    return world::failure_of([&] { open().record(first_volume, of, hour_ms, units); });
+    return support::failure_of([&] { open().record(first_volume, of, hour_ms, units); });
   }
 };
 
@@ -42,9 +42,9 @@ TEST_F(record_and_expire, an_hour_is_one_period_and_its_units) {
 TEST_F(record_and_expire, a_full_volume_takes_nothing) {
   make();
   open().record(first_volume, main_stream, now, 6);
-  auto const before = world::tree_of(root());
+  auto const before = support::contents_of(root());
   EXPECT_EQ("volume vol1 is full: 3 units wanted, 2 are free", refusal(main_stream, now + hour, 3));
-  EXPECT_EQ(strings(), world::differences(before, world::tree_of(root())));
+  EXPECT_EQ(strings(), support::differences(before, support::contents_of(root())));
   open().record(first_volume, main_stream, now + hour, 2);
   EXPECT_EQ("volume vol1 is full: 1 units wanted, 0 are free",
             refusal(main_stream, now + 2 * hour, 1));
@@ -85,7 +85,7 @@ TEST_F(record_and_expire, a_file_in_the_way_is_not_overwritten) {
   make();
   auto const name = names(preallocate(first_volume)).front();
   fs::create_directory(hour_folder(first_volume, now));
-  world::write_file(hour_folder(first_volume, now) / name, "mine");
+  support::write_file(hour_folder(first_volume, now) / name, "mine");
   EXPECT_EQ((hour_folder(first_volume, now) / name).string() + ": unit is there already",
             refusal(main_stream, now, 2));
   EXPECT_EQ(4U, fs::file_size(hour_folder(first_volume, now) / name));
@@ -136,7 +136,7 @@ TEST_F(record_and_expire, what_is_not_mounted_does_not_expire) {
 }
 
 TEST_F(record_and_expire, more_periods_than_a_batch_expire) {
-  auto options = world::small();
+  auto options = support::small();
   options.volumes = 1;
   options.volume_mb = 600;
   make(options);

@@ -2,22 +2,22 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "engine_test.h"
 #include "lab/check/check.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/lock.h"
 #include "lab/volume/place.h"
-#include "world.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using world::hour;
-using world::now;
+using support::hour;
+using support::now;
 using strings = std::vector<std::string>;
 
 constexpr std::int64_t megabyte = std::int64_t{1024} * 1024;
 
-class recycle : public world::recorder_test {
+class recycle : public support::engine_test {
  protected:
   std::int64_t run(lab::span const& within, std::int64_t volume_id = 1) const {
     return open().recycle(volume_id, main_stream, within);
@@ -55,7 +55,7 @@ TEST_F(recycle, everything_else_stays_byte_for_byte) {
   leak(first_volume, {2, 4, 0}, now, 1);
   leak(second_volume, main_stream, now, 1);
   open().record(first_volume, main_stream, now + 2 * hour, 1);
-  auto const before = world::tree_of(root());
+  auto const before = support::contents_of(root());
   auto const leaked = names(hour_folder(first_volume, now));
   EXPECT_EQ(2, run(always));
   auto const home = preallocate(first_volume).lexically_relative(root()).string();
@@ -64,7 +64,7 @@ TEST_F(recycle, everything_else_stays_byte_for_byte) {
   for (auto const* const place : {&folder, &home}) {
     for (auto const& name : leaked) expected.push_back((fs::path(*place) / name).string());
   }
-  EXPECT_EQ(expected, world::differences(before, world::tree_of(root())));
+  EXPECT_EQ(expected, support::differences(before, support::contents_of(root())));
 }
 
 TEST_F(recycle, an_hour_must_lie_in_the_span_whole) {
@@ -139,20 +139,20 @@ TEST_F(recycle, another_volume_gives_back_nothing) {
   make();
   leak(first_volume, main_stream, now, 2);
   EXPECT_EQ(0, run(always, second_volume));
-  EXPECT_EQ("there is no volume with id 3", world::failure_of([&] { run(always, 3); }));
+  EXPECT_EQ("there is no volume with id 3", support::failure_of([&] { run(always, 3); }));
   EXPECT_EQ(2U, names(hour_folder(first_volume, now)).size());
 }
 
 TEST_F(recycle, an_unknown_file_keeps_its_hour_folder) {
   make();
   leak(first_volume, main_stream, now, 2);
-  world::write_file(hour_folder(first_volume, now) / "unknown", "mine");
+  support::write_file(hour_folder(first_volume, now) / "unknown", "mine");
   EXPECT_EQ(2, run(always));
   EXPECT_EQ(strings{"unknown"}, names(hour_folder(first_volume, now)));
 }
 
 TEST_F(recycle, many_units_come_back_batch_by_batch) {
-  auto options = world::small();
+  auto options = support::small();
   options.volume_mb = 600;
   options.volumes = 1;
   make(options);
@@ -179,11 +179,11 @@ TEST_F(recycle, a_volume_that_is_not_mounted_is_left_alone) {
   auto const identity = root() / "share" / "vol1" / "identity";
   fs::rename(identity, root() / "kept");
   auto const text = "volume vol1 is not mounted: " + (root() / "share" / "vol1").string();
-  EXPECT_EQ(text, world::failure_of([&] { run(always); }));
-  world::write_file(identity, std::string(32, '7') + "\n");
-  EXPECT_EQ(text, world::failure_of([&] { run(always); }));
+  EXPECT_EQ(text, support::failure_of([&] { run(always); }));
+  support::write_file(identity, std::string(32, '7') + "\n");
+  EXPECT_EQ(text, support::failure_of([&] { run(always); }));
   EXPECT_EQ(2U, names(hour_folder(first_volume, now)).size());
-  EXPECT_EQ(text, world::failure_of([&] { open().record(1, main_stream, now, 1); }));
+  EXPECT_EQ(text, support::failure_of([&] { open().record(1, main_stream, now, 1); }));
   fs::rename(root() / "kept", identity);
   EXPECT_EQ(2, run(always));
 }

@@ -5,30 +5,30 @@
 
 #include <fstream>
 
+#include "engine_test.h"
 #include "lab/catalogue/sqlite.h"
 #include "lab/check/check.h"
 #include "lab/make/make.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/lock.h"
-#include "world.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using strings = std::vector<std::string>;
 
-class untrusted : public world::recorder_test {
+class untrusted : public support::engine_test {
  protected:
   untrusted() {
     make();
     fs::create_directory(outside());
-    world::write_file(outside() / "somebodys", "kept");
+    support::write_file(outside() / "somebodys", "kept");
   }
 
   fs::path outside() const { return root().parent_path() / "outside"; }
 
   std::string refusal(lab::access mode = lab::access::read_only) const {
-    return world::failure_of([&] { open(mode); });
+    return support::failure_of([&] { open(mode); });
   }
 
   void expect_refused_as(std::string const& text) const {
@@ -139,8 +139,9 @@ TEST_F(untrusted, a_unit_in_a_state_that_is_none_is_told) {
 TEST_F(untrusted, a_unit_that_names_a_file_elsewhere_is_not_moved) {
   tamper("UPDATE unit SET name = '../../../../../outside/somebodys' WHERE id = 1");
   auto recorder = open();
-  EXPECT_EQ("catalogue: a unit has a name that is no unit's",
-            world::failure_of([&] { recorder.record(first_volume, main_stream, world::now, 1); }));
+  EXPECT_EQ("catalogue: a unit has a name that is no unit's", support::failure_of([&] {
+              recorder.record(first_volume, main_stream, support::now, 1);
+            }));
   EXPECT_TRUE(fs::exists(outside() / "somebodys"));
   EXPECT_EQ(0, ask("SELECT count(*) FROM unit WHERE state <> 'free'"));
 }
@@ -149,59 +150,59 @@ TEST_F(untrusted, a_volume_that_names_a_folder_elsewhere_is_refused) {
   tamper("UPDATE volume SET folder = '../../outside' WHERE id = 1");
   auto const recorder = open(lab::access::read_only);
   EXPECT_EQ("catalogue: a volume's folder is no volume's",
-            world::failure_of([&] { recorder.volumes(); }));
+            support::failure_of([&] { recorder.volumes(); }));
 }
 
 TEST_F(untrusted, a_name_longer_than_any_is_refused) {
   tamper("UPDATE volume SET name = printf('%.*c', 512, 'x') WHERE id = 1");
   EXPECT_EQ("catalogue: a name or an id is too long",
-            world::failure_of([this] { open(lab::access::read_only).volumes(); }));
+            support::failure_of([this] { open(lab::access::read_only).volumes(); }));
 }
 
 TEST_F(untrusted, a_storage_id_that_is_a_path_is_refused) {
   tamper("UPDATE volume SET sid_text = '../../../../../../../../outsides' WHERE id = 1");
   auto const recorder = open(lab::access::read_only);
   EXPECT_EQ("catalogue: a volume's storage id is none",
-            world::failure_of([&] { recorder.volumes(); }));
+            support::failure_of([&] { recorder.volumes(); }));
 }
 
 TEST_F(untrusted, a_period_longer_than_a_week_is_refused_where_it_is_read) {
-  open().record(first_volume, main_stream, world::now, 1);
+  open().record(first_volume, main_stream, support::now, 1);
   tamper("UPDATE period SET start_ms = 0, end_ms = 9223372036854775807");
   auto const recorder = open(lab::access::read_only);
   auto const id = recorder.volumes()[0].sid_text;
   std::string const text = "catalogue: a period has times that no period has";
-  EXPECT_EQ(text, world::failure_of([&] { recorder.periods(); }));
-  EXPECT_EQ(text, world::failure_of([&] { recorder.days(1, 4, {id}); }));
+  EXPECT_EQ(text, support::failure_of([&] { recorder.periods(); }));
+  EXPECT_EQ(text, support::failure_of([&] { recorder.days(1, 4, {id}); }));
   tamper("UPDATE period SET start_ms = 0, end_ms = 7 * 86400000");
   EXPECT_EQ(1U, recorder.periods().size());
   tamper("UPDATE period SET start_ms = 0, end_ms = 7 * 86400000 + 1");
-  EXPECT_EQ(text, world::failure_of([&] { recorder.periods(); }));
+  EXPECT_EQ(text, support::failure_of([&] { recorder.periods(); }));
 }
 
 TEST_F(untrusted, a_number_of_too_many_bits_is_refused) {
   tamper("UPDATE space SET status = 4294967296");
   EXPECT_EQ("catalogue: a number is out of range",
-            world::failure_of([this] { open(lab::access::read_only).spaces(); }));
+            support::failure_of([this] { open(lab::access::read_only).spaces(); }));
 }
 
 TEST_F(untrusted, a_volume_behind_a_link_is_not_mounted) {
   for (auto const& which : {preallocate(1), storage(1), root() / "share" / "vol1"}) {
     replace_by_link(which);
-    auto const before = world::tree_of(outside());
+    auto const before = support::contents_of(outside());
     auto recorder = open();
     auto const volume = recorder.volumes()[0];
     EXPECT_EQ(lab::not_mounted_state, volume.state) << which;
     EXPECT_EQ("/dev/null/share/vol1", volume.path.string());
     EXPECT_EQ(
         "volume vol1 is not mounted: " + (root() / "share" / "vol1").string(),
-        world::failure_of([&] { recorder.record(first_volume, main_stream, world::now, 1); }));
+        support::failure_of([&] { recorder.record(first_volume, main_stream, support::now, 1); }));
     auto const findings = lab::check(recorder);
     ASSERT_FALSE(findings.empty());
     EXPECT_EQ(1, std::count(findings.begin(), findings.end(),
                             lab::finding{lab::finding_class::unreadable, "volume vol1",
                                          "a link or a file is in the place of its folder"}));
-    EXPECT_EQ(strings(), world::differences(before, world::tree_of(outside())));
+    EXPECT_EQ(strings(), support::differences(before, support::contents_of(outside())));
     fs::remove(which);
     fs::rename(outside() / "moved", which);
   }
@@ -215,11 +216,11 @@ TEST_F(untrusted, a_link_decides_before_an_identity_that_is_missing_does) {
 }
 
 TEST_F(untrusted, numbers_that_nothing_has_are_refused_where_they_are_read) {
-  open().record(first_volume, main_stream, world::now, 1);
+  open().record(first_volume, main_stream, support::now, 1);
   auto const refused = [this](std::string const& change, std::string const& back) {
     tamper("PRAGMA ignore_check_constraints = ON; " + change);
     auto const recorder = open(lab::access::read_only);
-    auto const text = world::failure_of([&] {
+    auto const text = support::failure_of([&] {
       recorder.periods();
       recorder.channels();
     });
@@ -249,12 +250,13 @@ TEST_F(untrusted, folders_on_the_way_to_a_volume_need_not_be_readable) {
 }
 
 TEST_F(untrusted, an_hour_folder_that_is_a_link_is_not_followed) {
-  auto const hour = storage(1) / lab::hour_folder_name(0, 4, 0, world::now);
+  auto const hour = storage(1) / lab::hour_folder_name(0, 4, 0, support::now);
   fs::create_directory_symlink(outside(), hour);
   auto recorder = open();
-  EXPECT_EQ(hour.string() + ": cannot open folder: Not a directory",
-            world::failure_of([&] { recorder.record(first_volume, main_stream, world::now, 1); }));
-  EXPECT_EQ(1U, world::tree_of(outside()).size());
+  EXPECT_EQ(hour.string() + ": cannot open folder: Not a directory", support::failure_of([&] {
+              recorder.record(first_volume, main_stream, support::now, 1);
+            }));
+  EXPECT_EQ(1U, support::contents_of(outside()).size());
   EXPECT_EQ(0, ask("SELECT count(*) FROM unit WHERE state <> 'free'"));
 }
 
@@ -262,8 +264,9 @@ TEST_F(untrusted, a_unit_with_a_second_name_is_not_recorded_into) {
   auto const unit = preallocate(1) / lab::unit_name(0);
   fs::create_hard_link(unit, outside() / "second");
   auto recorder = open();
-  EXPECT_EQ(unit.string() + ": unit has a second name elsewhere",
-            world::failure_of([&] { recorder.record(first_volume, main_stream, world::now, 1); }));
+  EXPECT_EQ(unit.string() + ": unit has a second name elsewhere", support::failure_of([&] {
+              recorder.record(first_volume, main_stream, support::now, 1);
+            }));
   EXPECT_EQ(0, ask("SELECT count(*) FROM unit WHERE state <> 'free'"));
 }
 
@@ -279,17 +282,17 @@ TEST_F(untrusted, a_volume_that_stands_by_says_so_while_it_is_away) {
 TEST_F(untrusted, what_a_make_left_is_told_by_any_of_its_files) {
   auto const left = root().parent_path() / "left";
   fs::create_directory(left);
-  world::write_file(left / "catalogue.new-journal", "");
+  support::write_file(left / "catalogue.new-journal", "");
   EXPECT_EQ(left.string() +
                 ": folder is not empty: it looks as a stopped make leaves it "
                 "(catalogue.new-journal); remove that first, unless it holds recordings",
-            world::failure_of([&] { lab::make_recorder(left, world::small(), {}); }));
+            support::failure_of([&] { lab::make_recorder(left, support::small(), {}); }));
 }
 
 TEST_F(untrusted, a_recorder_without_its_catalogue_is_not_what_a_make_left) {
   fs::remove(root() / "catalogue.db");
   EXPECT_EQ(root().string() + ": folder is not empty",
-            world::failure_of([&] { lab::make_recorder(root(), world::small(), {}); }));
+            support::failure_of([&] { lab::make_recorder(root(), support::small(), {}); }));
 }
 
 }  // namespace

@@ -18,14 +18,14 @@ namespace {
 namespace fs = std::filesystem;
 using lab::finding_class;
 using lab::lost_recordings;
-using world::now;
-using world::strings;
-using world::tree;
+using support::contents;
+using support::now;
+using support::strings;
 using classes_found = std::set<finding_class>;
 
 constexpr std::uintmax_t unit_bytes = 1048576;
 
-class repair_of : public world::damaged_recorder {
+class repair_of : public support::damaged_recorder {
  protected:
   repair_of() { fill_units(); }
 
@@ -55,7 +55,7 @@ class repair_of : public world::damaged_recorder {
     return {root() / "catalogue.db", lab::database::mode::read_only, std::chrono::milliseconds(0)};
   }
 
-  tree shares() const { return world::tree_of(root() / "share"); }
+  support::contents shares() const { return support::contents_of(root() / "share"); }
   fs::path home() const { return preallocate(first_volume); }
   fs::path volume_folder() const { return root() / "share/vol1"; }
 
@@ -82,9 +82,9 @@ class repair_of : public world::damaged_recorder {
   // Whether or not recordings are given up.
   void expect_left(classes_found const& left) const {
     EXPECT_EQ(left, classes());
-    auto const before = world::tree_of(root());
+    auto const before = support::contents_of(root());
     EXPECT_EQ(strings(), repair(lost_recordings::give_up).repaired);
-    EXPECT_EQ(strings(), world::differences(before, world::tree_of(root())));
+    EXPECT_EQ(strings(), support::differences(before, support::contents_of(root())));
     EXPECT_EQ(left, classes());
   }
 };
@@ -98,9 +98,9 @@ TEST_P(repair_of_kind, ends_clean_and_loses_nothing) {
     EXPECT_NE(strings(), repair(lost_recordings::give_up).repaired);
     EXPECT_EQ(lab::findings(), found());
     expect_all_kept(before);
-    auto const repaired = world::tree_of(root());
+    auto const repaired = support::contents_of(root());
     EXPECT_EQ(strings(), repair(lost_recordings::give_up).repaired);
-    EXPECT_EQ(strings(), world::differences(repaired, world::tree_of(root())));
+    EXPECT_EQ(strings(), support::differences(repaired, support::contents_of(root())));
   }
 }
 
@@ -138,7 +138,7 @@ TEST_F(repair_of, a_clean_recorder_changes_nothing) { expect_left({}); }
 TEST_F(repair_of, what_is_not_mounted_touches_nothing) {
   fs::remove(volume_folder() / "identity");
   fs::remove(unit_in("free").file);
-  world::write_file(home() / "unknown", "content");
+  support::write_file(home() / "unknown", "content");
   expect_left({finding_class::not_mounted});
 }
 
@@ -153,9 +153,9 @@ TEST_F(repair_of, a_volume_that_is_written_waits_and_says_busy) {
   lab::volume_lock const other({1, "vol1", volume.sid_text, volume.path},
                                lab::volume_lock::kind::shared, std::chrono::milliseconds(0));
   fs::remove(unit_in("free", second_volume).file);
-  auto const before = world::tree_of(root());
+  auto const before = support::contents_of(root());
   EXPECT_THROW(repair(), lab::busy_error);
-  EXPECT_EQ(strings(), world::differences(before, world::tree_of(root())));
+  EXPECT_EQ(strings(), support::differences(before, support::contents_of(root())));
 }
 
 TEST_F(repair_of, misplaced_units_brings_them_back) {
@@ -180,7 +180,8 @@ TEST_F(repair_of, a_misplaced_unit_with_two_files_leaves_both) {
 TEST_F(repair_of, a_misplaced_unit_that_does_not_begin_as_its_recording_leaves_it) {
   auto const unit = unit_in("recorded");
   fs::rename(unit.file, made_folder("elsewhere") / unit.name);
-  world::write_file(storage(first_volume) / "elsewhere" / unit.name, std::string(unit_bytes, 'x'));
+  support::write_file(storage(first_volume) / "elsewhere" / unit.name,
+                      std::string(unit_bytes, 'x'));
   expect_left({finding_class::misplaced});
 }
 
@@ -208,7 +209,7 @@ TEST_F(repair_of_the_wrong_volume, brings_it_back) {
 
 TEST_F(repair_of_the_wrong_volume, leaves_what_does_not_begin_as_its_recording) {
   fs::remove(unit.file);
-  world::write_file(other, std::string(unit_bytes, 'x'));
+  support::write_file(other, std::string(unit_bytes, 'x'));
   expect_left({finding_class::missing, finding_class::wrong_volume});
 }
 
@@ -222,7 +223,7 @@ TEST_F(repair_of_the_wrong_volume, leaves_what_may_be_of_two_volumes) {
     if (each.path().filename() == unit.name) fs::remove(each.path());
   }
   fs::rename(unit.file, other);
-  world::write_file(preallocate(second_volume) / unit.name, std::string(unit_bytes, '\0'));
+  support::write_file(preallocate(second_volume) / unit.name, std::string(unit_bytes, '\0'));
   repair();
   EXPECT_TRUE(fs::exists(unit.file)) << "its folder tells of which volume it is";
 }
@@ -230,23 +231,23 @@ TEST_F(repair_of_the_wrong_volume, leaves_what_may_be_of_two_volumes) {
 TEST_F(repair_of, duplicates_and_unknown_files_sets_them_aside) {
   auto const unit = unit_in("recorded");
   fs::copy_file(unit.file, home() / unit.name);
-  world::write_file(home() / "note", "content");
-  world::write_file(volume_folder() / "top", "content");
+  support::write_file(home() / "note", "content");
+  support::write_file(volume_folder() / "top", "content");
   auto const aside = [](std::string const& what, std::string const& where) {
     return "volume vol1: " + what + " is set aside in lost+found/" + where;
   };
   expect_repaired({aside("preallocate/" + unit.name, "preallocate"), aside("top", "volume"),
                    aside("preallocate/note", "preallocate")});
-  EXPECT_EQ("content", world::tree_of(volume_folder() / "lost+found").at("volume/top"));
+  EXPECT_EQ("content", support::contents_of(volume_folder() / "lost+found").at("volume/top"));
 }
 
 TEST_F(repair_of, unknown_files_of_one_name_keeps_both) {
   for (int round = 0; round < 2; ++round) {
-    world::write_file(home() / "note", "content " + std::to_string(round));
+    support::write_file(home() / "note", "content " + std::to_string(round));
     repair();
   }
   EXPECT_EQ(lab::findings(), found());
-  auto const lost = world::tree_of(volume_folder() / "lost+found");
+  auto const lost = support::contents_of(volume_folder() / "lost+found");
   EXPECT_EQ("content 0", lost.at("preallocate/note"));
   EXPECT_EQ("content 1", lost.at("preallocate.2/note"));
 }
@@ -265,7 +266,7 @@ TEST_F(repair_of, a_pipe_leaves_it) {
 
 TEST_F(repair_of, what_lies_beside_the_volumes_leaves_it) {
   fs::create_directories(root() / "share" / "vol9" / "FSU_1");
-  world::write_file(root() / "note", "content");
+  support::write_file(root() / "note", "content");
   expect_left({finding_class::unknown});
 }
 
@@ -393,7 +394,7 @@ TEST_F(repair_of, a_leak_leaves_it_while_a_file_of_its_volume_is_out_of_place) {
 // What cannot be done on one volume is told, and the other is repaired.
 TEST_F(repair_of, a_volume_that_fails_does_not_keep_the_others_from_it) {
   fs::create_directory_symlink(root().parent_path(), volume_folder() / "lost+found");
-  world::write_file(home() / "note", "content");
+  support::write_file(home() / "note", "content");
   auto const lost = unit_in("free", second_volume);
   fs::remove(lost.file);
   auto const report = repair();
@@ -520,7 +521,7 @@ TEST_F(giving_up, waits_for_what_is_misplaced) {
 
 TEST_F(giving_up, waits_for_what_is_on_the_wrong_volume) {
   auto const file = made_folder(hour.filename(), second_volume) / units()[0];
-  expect_kept_with([&] { world::write_file(file, std::string(unit_bytes, 'x')); },
+  expect_kept_with([&] { support::write_file(file, std::string(unit_bytes, 'x')); },
                    [&] { fs::remove(file); });
 }
 
@@ -529,7 +530,7 @@ TEST_F(giving_up, waits_for_duplicates_that_cannot_be_set_aside) {
   auto const lost = root() / "share/vol2/lost+found";
   expect_kept_with(
       [&] {
-        world::write_file(lost, "a file");
+        support::write_file(lost, "a file");
         fs::copy_file(other.file, preallocate(second_volume) / other.name);
       },
       [&] { fs::remove(lost); });
@@ -552,7 +553,7 @@ TEST_F(giving_up, is_not_done_on_a_volume_that_has_vanished_since_its_scan) {
   }
   fs::rename(volume_folder(), root() / "share" / "away");
   fs::create_directory(volume_folder());
-  EXPECT_NE("", world::failure_of([&] {
+  EXPECT_NE("", support::failure_of([&] {
               lab::give_up({catalogue, unit_bytes, report}, scanned, {});
             }));
   EXPECT_EQ(strings(), report.repaired);

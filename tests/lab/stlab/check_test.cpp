@@ -2,14 +2,14 @@
 #include <fstream>
 
 #include "lab/volume/layout.h"
-#include "stlab_bench.h"
+#include "stlab_test.h"
 
 namespace {
 
-using bench::holds;
-using bench::outcome;
+using support::holds;
+using support::outcome;
 
-class stlab_check : public bench::stlab_test {};
+class stlab_check : public stlab_program::stlab_test {};
 
 TEST_F(stlab_check, a_broken_catalogue_is_no_usable_recorder) {
   make();
@@ -54,10 +54,10 @@ TEST_F(stlab_check, repair_counts_what_is_left) {
   std::filesystem::remove(volume(0).path / "identity");
   outcome const one = run("check --repair " + recorder.string());
   EXPECT_EQ(1, one.status);
-  EXPECT_EQ("1 finding left", bench::lines_in(one.output).back());
+  EXPECT_EQ("1 finding left", support::lines_of(one.output).back());
   std::filesystem::remove(volume(1).path / "identity");
   outcome const two = run("check --repair " + recorder.string());
-  EXPECT_EQ("2 findings left", bench::lines_in(two.output).back());
+  EXPECT_EQ("2 findings left", support::lines_of(two.output).back());
 }
 
 TEST_F(stlab_check, repair_tells_what_it_did_what_failed_and_what_is_left) {
@@ -65,7 +65,7 @@ TEST_F(stlab_check, repair_tells_what_it_did_what_failed_and_what_is_left) {
   std::filesystem::path const lost = recorder / "share" / "vol1" / "lost+found";
   std::ofstream(lost) << "a file";
   std::ofstream(recorder / "share" / "vol1" / "note") << "content";
-  writer().record(volume(0).id, stream(0, bench::normal, 0), 0, 1);
+  writer().record(volume(0).id, stream(0, client::normal, 0), 0, 1);
   writer().lose_storage_id({1});
   std::filesystem::remove(volume(1).path / "identity");
   outcome const done = run("check --repair " + recorder.string());
@@ -90,7 +90,7 @@ TEST_F(stlab_check, repair_tells_what_it_did_what_failed_and_what_is_left) {
       done.output);
 }
 
-class stlab_mount : public bench::stlab_test {
+class stlab_mount : public stlab_program::stlab_test {
  protected:
   void damage(std::string const& how) const {
     EXPECT_EQ(
@@ -103,11 +103,11 @@ class stlab_mount_again : public stlab_mount, public testing::WithParamInterface
 
 TEST_P(stlab_mount_again, undoes_what_damage_has_done) {
   make();
-  writer().record(volume(0).id, stream(0, bench::normal, 0), 0, 3);
+  writer().record(volume(0).id, stream(0, client::normal, 0), 0, 3);
   auto const names = [this] {
     std::map<std::string, std::string> all;
     for (auto const& each : std::filesystem::recursive_directory_iterator(recorder / "share")) {
-      all[each.path().string()] = each.is_regular_file() ? bench::content_of(each.path()) : "";
+      all[each.path().string()] = each.is_regular_file() ? support::content_of(each.path()) : "";
     }
     return all;
   };
@@ -151,12 +151,12 @@ TEST_F(stlab_mount, refuses_when_something_is_in_the_way) {
   make();
   damage("absent");
   std::filesystem::create_directory(recorder / "share" / "vol1");
-  auto const before = bench::picture_of(recorder / "unmounted");
+  auto const before = support::snapshot_of(recorder / "unmounted");
   expect_refused(mount(), "share/vol1 is in the way of unmounted/vol1");
   std::filesystem::remove(recorder / "share" / "vol1");
   std::filesystem::create_symlink(folder, recorder / "share" / "vol1");
   expect_refused(mount(), "share/vol1 is in the way of unmounted/vol1");
-  bench::expect_same(before, bench::picture_of(recorder / "unmounted"));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder / "unmounted")));
 }
 
 TEST_F(stlab_mount, refuses_a_link_and_nothing_at_all) {
@@ -168,9 +168,9 @@ TEST_F(stlab_mount, refuses_a_link_and_nothing_at_all) {
   expect_refused(mount(),
                  "volume vol1 cannot be mounted: there is neither share/vol1 nor unmounted/vol1");
   std::filesystem::create_symlink(away, place);
-  auto const before = bench::picture_of(away);
+  auto const before = support::snapshot_of(away);
   expect_refused(mount(), "volume vol1 cannot be mounted: share/vol1 is not a folder");
-  bench::expect_same(before, bench::picture_of(away));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(away)));
 }
 
 // An empty mount point does not become the volume, nor does another's folder.

@@ -13,14 +13,14 @@
 #include <system_error>
 
 #include "lab/stlab/stop_request.h"
-#include "stlab_bench.h"
+#include "stlab_test.h"
 
 namespace {
 
-using bench::holds;
-using bench::outcome;
+using support::holds;
+using support::outcome;
 
-class stlab_make : public bench::stlab_test {
+class stlab_make : public stlab_program::stlab_test {
  protected:
   // Runs with a signal that has come already and is held back.
   int status_when_stopped(int signal, void (*handler)(int) = SIG_DFL) const {
@@ -111,7 +111,7 @@ TEST_F(stlab_make, is_stopped_by_each_signal_and_leaves_nothing) {
   for (int const signal : {SIGINT, SIGTERM, SIGHUP}) {
     EXPECT_EQ(4, status_when_stopped(signal)) << signal;
     EXPECT_EQ("stopping…\nstlab: stopped; nothing was made\n",
-              bench::content_of(folder / "errors"));
+              support::content_of(folder / "errors"));
     EXPECT_FALSE(std::filesystem::exists(recorder));
   }
 }
@@ -148,11 +148,11 @@ TEST_F(stlab_make, goes_on_at_a_signal_that_is_ignored) {
 
 TEST_F(stlab_make, make_refuses_a_folder_that_is_not_empty) {
   make();
-  auto const before = bench::picture_of(recorder);
+  auto const before = support::snapshot_of(recorder);
   outcome const again = on_recorder("make");
   EXPECT_EQ(4, again.status);
   EXPECT_EQ(0U, again.errors.find("stlab: ")) << again.errors;
-  bench::expect_same(before, bench::picture_of(recorder));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(stlab_make, the_same_seed_and_moment_make_the_same_recorder) {

@@ -12,30 +12,30 @@
 
 #include "lab/make/make.h"
 #include "lab/volume/layout.h"
-#include "stlab_bench.h"
+#include "stlab_test.h"
 
 namespace {
 
-using bench::holds;
-using bench::hour_ms;
-using bench::outcome;
+using client::hour_ms;
+using support::holds;
+using support::outcome;
 
-class stlab_show : public bench::stlab_test {};
+class stlab_show : public stlab_program::stlab_test {};
 
 TEST_F(stlab_show, show_tells_used_preallocated_and_lost_and_changes_nothing) {
   make();
   {
     lab::recorder open = writer();
-    open.record(volume(0).id, stream(0, bench::normal, 0), 0, 2);
-    open.record(volume(0).id, stream(0, bench::normal, 0), hour_ms, 1);
-    open.record(volume(0).id, stream(0, bench::normal, 0), 3 * hour_ms, 1);
-    open.record(volume(0).id, stream(0, bench::alarm, 0), 0, 1);
-    open.record(volume(0).id, stream(0, bench::normal, 0), 5 * hour_ms, 1);
+    open.record(volume(0).id, stream(0, client::normal, 0), 0, 2);
+    open.record(volume(0).id, stream(0, client::normal, 0), hour_ms, 1);
+    open.record(volume(0).id, stream(0, client::normal, 0), 3 * hour_ms, 1);
+    open.record(volume(0).id, stream(0, client::alarm, 0), 0, 1);
+    open.record(volume(0).id, stream(0, client::normal, 0), 5 * hour_ms, 1);
     open.forget({open.periods().back().id});
-    open.record(volume(0).id, stream(1, bench::normal, 3), 0, 1);
+    open.record(volume(0).id, stream(1, client::normal, 3), 0, 1);
     open.lose_storage_id({open.periods().back().id});
   }
-  auto const before = bench::picture_of(recorder);
+  auto const before = support::snapshot_of(recorder);
   outcome const shown = run("show " + recorder.string());
   EXPECT_EQ(0, shown.status);
   EXPECT_TRUE(holds(shown.output, "[" + std::string(30, '#') + std::string(5, '.') +
@@ -59,12 +59,12 @@ TEST_F(stlab_show, show_tells_used_preallocated_and_lost_and_changes_nothing) {
                     "  ch01 NR S00  1970-01-01 03:00 to 1970-01-01 04:00  vol1\n"
                     "  ch01 AR S00  "))
       << each.output;
-  bench::expect_same(before, bench::picture_of(recorder));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(stlab_show, show_tells_what_has_no_storage_id_only_when_there_is_any) {
   make();
-  writer().record(volume(0).id, stream(0, bench::normal, 0), 0, 3);
+  writer().record(volume(0).id, stream(0, client::normal, 0), 0, 3);
   EXPECT_FALSE(holds(run("show " + recorder.string()).output, "under no storage id"));
   writer().lose_storage_id({reader().periods().back().id});
   outcome const shown = run("show " + recorder.string());
@@ -73,16 +73,16 @@ TEST_F(stlab_show, show_tells_what_has_no_storage_id_only_when_there_is_any) {
 }
 
 TEST_F(stlab_show, every_part_of_a_bar_that_is_not_0_shows) {
-  lab::make_options options = bench::small();
+  lab::make_options options = client::small();
   options.spaces = 1;
   options.volumes = 1;
   options.volume_mb = 100;
   make(options);
   auto const bar_after = [&](int recorded, int leaked) {
     lab::recorder open = writer();
-    if (recorded > 0) open.record(volume(0).id, stream(0, bench::normal, 0), 0, recorded);
+    if (recorded > 0) open.record(volume(0).id, stream(0, client::normal, 0), 0, recorded);
     if (leaked > 0) {
-      open.record(volume(0).id, stream(0, bench::normal, 0), hour_ms, leaked);
+      open.record(volume(0).id, stream(0, client::normal, 0), hour_ms, leaked);
       open.forget({open.periods().back().id});
     }
     std::string const shown = run("show " + recorder.string()).output;
@@ -97,7 +97,7 @@ TEST_F(stlab_show, every_part_of_a_bar_that_is_not_0_shows) {
 
 TEST_F(stlab_show, names_are_those_of_st) {
   make();
-  writer().record(volume(0).id, stream(0, bench::normal, 0), 0, 1);
+  writer().record(volume(0).id, stream(0, client::normal, 0), 0, 1);
   std::string const shown = run("show " + recorder.string()).output;
   EXPECT_TRUE(holds(shown, "space Storage1  uuid " + space(0).sid + "\n")) << shown;
   EXPECT_FALSE(holds(shown, space(0).uuid));
@@ -108,8 +108,8 @@ TEST_F(stlab_show, names_are_those_of_st) {
 
 TEST_F(stlab_show, the_sums_close_with_manual_recordings) {
   make();
-  writer().record(volume(0).id, stream(0, bench::manual, 0), 0, 2);
-  writer().record(volume(0).id, stream(0, bench::normal, 0), 0, 3);
+  writer().record(volume(0).id, stream(0, client::manual, 0), 0, 2);
+  writer().record(volume(0).id, stream(0, client::normal, 0), 0, 3);
   std::string const shown = run("show " + recorder.string()).output;
   EXPECT_TRUE(holds(shown, "  ch01 recorded 5 MB (normal 3, alarm 0, manual 2)\n")) << shown;
   EXPECT_TRUE(holds(shown, "  recorded in all 5 MB\n")) << shown;
@@ -130,10 +130,10 @@ TEST_F(stlab_show, a_volume_that_is_not_mounted_looks_unlike_a_healthy_one) {
 
 TEST_F(stlab_show, only_one_volume_or_channel) {
   make();
-  writer().record(volume(0).id, stream(0, bench::normal, 0), 0, 1);
+  writer().record(volume(0).id, stream(0, client::normal, 0), 0, 1);
   writer().assign(channel(1).id, volume(1).id);
-  writer().record(volume(1).id, stream(1, bench::normal, 0), 0, 2);
-  writer().record(volume(0).id, stream(1, bench::alarm, 0), 0, 1);
+  writer().record(volume(1).id, stream(1, client::normal, 0), 0, 2);
+  writer().record(volume(0).id, stream(1, client::alarm, 0), 0, 1);
   std::string const head = "recorder " + recorder.string() + ", units of 1 MB\n";
   std::string const space_head =
       "space Storage1  uuid " + space(0).sid + "\n  status 0, total 16 MB, used 4 MB\n";
@@ -161,18 +161,19 @@ class stlab_columns : public stlab_show {
  protected:
   // A recorder with long names, in a folder with one.
   void make_long() {
-    recorder /= std::string(60, 'r') + " " + std::string(60, 's');
-    lab::make_options options = bench::small();
+    set_root(recorder / (std::string(60, 'r') + " " + std::string(60, 's')));
+    lab::make_options options = client::small();
     options.days = 1;
     std::filesystem::create_directories(recorder);
     make(options);
-    alter_catalogue("UPDATE volume SET name = '" + std::string(100, 'n') + "' WHERE id = 2");
+    tamper("UPDATE volume SET name = '" + std::string(100, 'n') + "' WHERE id = 2");
     writer().assign(channel(0).id, volume(1).id);
     std::filesystem::remove(volume(2).path / "identity");
   }
   std::size_t longest_line(std::string const& shown) const {
     std::size_t longest = 0;
-    for (std::string const& line : bench::lines_in(shown)) longest = std::max(longest, line.size());
+    for (std::string const& line : support::lines_of(shown))
+      longest = std::max(longest, line.size());
     return longest;
   }
 };
@@ -182,22 +183,22 @@ TEST_F(stlab_columns, are_those_that_there_are) {
   std::string const show = "show '" + recorder.string() + "' --periods";
   EXPECT_EQ(80U, longest_line(run(show).output));
   for (std::size_t const columns : {20U, 40U, 80U}) {
-    ::setenv("COLUMNS", std::to_string(columns).c_str(), 1);
+    extra["COLUMNS"] = std::to_string(columns);
     EXPECT_EQ(columns, longest_line(run(show).output));
   }
-  ::setenv("COLUMNS", "1000", 1);
+  extra["COLUMNS"] = "1000";
   EXPECT_LT(longest_line(run(show).output), 300U);
   for (std::string const nonsense : {"", "0", "-5", "40x", "99999999999999999999"}) {
-    ::setenv("COLUMNS", nonsense.c_str(), 1);
+    extra["COLUMNS"] = nonsense;
     EXPECT_EQ(80U, longest_line(run(show).output)) << nonsense;
   }
 }
 
 TEST_F(stlab_columns, break_lines_between_words) {
   make();
-  writer().record(volume(0).id, stream(0, bench::normal, 0), 0, 1);
-  writer().record(volume(0).id, stream(0, bench::normal, 0), 3 * hour_ms, 1);
-  ::setenv("COLUMNS", "40", 1);
+  writer().record(volume(0).id, stream(0, client::normal, 0), 0, 1);
+  writer().record(volume(0).id, stream(0, client::normal, 0), 3 * hour_ms, 1);
+  extra["COLUMNS"] = "40";
   std::string const shown = run("show --volume vol1 " + recorder.string()).output;
   EXPECT_TRUE(holds(shown, "    storage_id\n      " + volume(0).sid_text + "\n    [########" +
                                std::string(26, '.') +
@@ -241,14 +242,14 @@ TEST_F(stlab_columns, are_the_terminals) {
 
 TEST_F(stlab_show, names_are_shown_without_control_characters) {
   make();
-  alter_catalogue(
+  tamper(
       "UPDATE volume SET name = 'a' || char(27) || '[2J' || char(10) || 'b' || char(155) ||"
       "  char(8238) || char(92) || char(228) || CAST(x'ff' AS TEXT) || char(127) || char(8232) || '€'"
       "  WHERE id = 1");
-  alter_catalogue("UPDATE space SET name = 'x' || char(13) || 'y' WHERE id = 1");
+  tamper("UPDATE space SET name = 'x' || char(13) || 'y' WHERE id = 1");
   std::string const name =
       "a\\x1b[2J\\x0ab\\xc2\\x9b\\xe2\\x80\\xae\\\\ä\\xff\\x7f\\xe2\\x80\\xa8€";
-  ::setenv("COLUMNS", "200", 1);
+  extra["COLUMNS"] = "200";
   outcome const shown = run("show " + recorder.string());
   EXPECT_TRUE(holds(shown.output, "  volume " + name + "  no 1")) << shown.output;
   EXPECT_TRUE(holds(shown.output, "space x\\x0dy  ")) << shown.output;
@@ -268,7 +269,7 @@ TEST_F(stlab_show, half_a_letter_is_escaped) {
                                                         {"f4908080", R"(\xf4\x90\x80\x80)"},
                                                         {"f09f9880", "\xf0\x9f\x98\x80"},
                                                         {"80", "\\x80"}}) {
-    alter_catalogue("UPDATE volume SET name = CAST(x'" + hex + "' AS TEXT) WHERE id = 1");
+    tamper("UPDATE volume SET name = CAST(x'" + hex + "' AS TEXT) WHERE id = 1");
     EXPECT_TRUE(holds(run("show " + recorder.string()).output, "  volume " + shown + "  no 1"))
         << hex;
   }

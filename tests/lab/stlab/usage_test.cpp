@@ -3,15 +3,15 @@
 #include <regex>
 
 #include "lab/catalogue/sqlite.h"
-#include "stlab_bench.h"
+#include "stlab_test.h"
 
 namespace {
 
-using bench::holds;
-using bench::hour_ms;
-using bench::outcome;
+using client::hour_ms;
+using support::holds;
+using support::outcome;
 
-class stlab_usage : public bench::stlab_test {
+class stlab_usage : public stlab_program::stlab_test {
  protected:
   // "damage leak" on the test's recorder.
   std::string with_folder(std::string const& command) const {
@@ -46,7 +46,7 @@ TEST_F(stlab_usage, the_version_is_told) {
 
 TEST_F(stlab_usage, wrong_usage_is_status_2_and_changes_nothing) {
   make();
-  auto const before = bench::picture_of(recorder);
+  auto const before = support::snapshot_of(recorder);
   for (std::string const arguments : {"",
                                       "unknown",
                                       "make",
@@ -90,7 +90,7 @@ TEST_F(stlab_usage, wrong_usage_is_status_2_and_changes_nothing) {
     EXPECT_EQ("", result.output) << arguments;
     EXPECT_EQ(0U, result.errors.find("stlab: ")) << result.errors;
   }
-  bench::expect_same(before, bench::picture_of(recorder));
+  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(stlab_usage, a_command_that_is_none_is_named) {
@@ -116,7 +116,7 @@ TEST_F(stlab_usage, a_full_standard_output_is_told) {
            "show " + recorder.string(), "check " + recorder.string(), "--help", "--version"}) {
     outcome const result = run(arguments + " >/dev/full 2>" + told.string() + "; exit $?");
     EXPECT_EQ(4, result.status) << arguments;
-    EXPECT_EQ("stlab: cannot write to standard output\n", bench::content_of(told)) << arguments;
+    EXPECT_EQ("stlab: cannot write to standard output\n", support::content_of(told)) << arguments;
   }
 }
 
@@ -148,7 +148,7 @@ TEST_F(stlab_usage, help_fits_80_columns) {
                                     "assign", "check", "damage", "mount", "help"}) {
     std::string const help = run("help " + command).output;
     EXPECT_FALSE(help.empty());
-    for (std::string const& line : bench::lines_in(help)) {
+    for (std::string const& line : support::lines_of(help)) {
       EXPECT_LE(line.size(), 80U) << command << ": " << line;
     }
   }
@@ -180,7 +180,7 @@ TEST_F(stlab_usage, what_was_typed_is_told_without_control_characters) {
 
 TEST_F(stlab_usage, the_variable_names_the_recorder) {
   make();
-  ::setenv("STLAB_RECORDER", recorder.c_str(), 1);
+  extra["STLAB_RECORDER"] = recorder;
   EXPECT_EQ("clean\n", run("check").output);
   EXPECT_EQ(run("show " + recorder.string()).output, run("show").output);
   EXPECT_EQ(0, run("record --units 1").status);
@@ -192,21 +192,21 @@ TEST_F(stlab_usage, the_variable_names_the_recorder) {
 
 TEST_F(stlab_usage, a_typed_folder_goes_before_the_variable) {
   make();
-  ::setenv("STLAB_RECORDER", (folder / "other").c_str(), 1);
+  extra["STLAB_RECORDER"] = (folder / "other");
   EXPECT_EQ("clean\n", check().output);
   EXPECT_EQ(0, run("damage " + recorder.string() + " lost-unit --unit free").status);
   EXPECT_EQ(1, check().status);
 }
 
 TEST_F(stlab_usage, make_makes_what_the_variable_names) {
-  ::setenv("STLAB_RECORDER", recorder.c_str(), 1);
+  extra["STLAB_RECORDER"] = recorder;
   EXPECT_EQ(0, run("make --spaces 1 --volumes 1 --volume-mb 8 --days 0").status);
   EXPECT_EQ("clean\n", check().output);
 }
 
 TEST_F(stlab_usage, who_writes_needs_a_named_recorder) {
   for (std::string const value : {"unset", "empty"}) {
-    if (value == "empty") ::setenv("STLAB_RECORDER", "", 1);
+    if (value == "empty") extra["STLAB_RECORDER"] = "";
     for (std::string const command : {"make", "record", "expire", "leak", "lose-id", "assign",
                                       "check --repair", "damage leak", "mount --volume vol1"}) {
       outcome const result = run(command);
@@ -219,7 +219,7 @@ TEST_F(stlab_usage, who_writes_needs_a_named_recorder) {
 }
 
 TEST_F(stlab_usage, an_unusable_recorder_is_told_with_what_named_it) {
-  ::setenv("STLAB_RECORDER", recorder.c_str(), 1);
+  extra["STLAB_RECORDER"] = recorder;
   for (std::string const command : {"check", "show", "record", "damage leak"}) {
     outcome const result = run(command);
     EXPECT_EQ(3, result.status) << command;
@@ -231,7 +231,7 @@ TEST_F(stlab_usage, an_unusable_recorder_is_told_with_what_named_it) {
   if (std::filesystem::exists("/var/lib/stlab/recorder")) {
     GTEST_SKIP() << "there is a recorder in /var/lib/stlab/recorder";
   }
-  ::unsetenv("STLAB_RECORDER");
+  extra.erase("STLAB_RECORDER");
   for (std::string const command : {"check", "show"}) {
     outcome const result = run(command);
     EXPECT_EQ(3, result.status) << command;
@@ -262,7 +262,7 @@ TEST_F(stlab_usage, a_catalogue_that_cannot_be_written_has_one_status) {
 TEST_F(stlab_usage, a_busy_catalogue_has_one_status_and_plain_words) {
   make();
   for (std::size_t const index : {0U, 1U, 2U, 3U}) {
-    writer().record(volume(index).id, stream(0, bench::normal, 0),
+    writer().record(volume(index).id, stream(0, client::normal, 0),
                     static_cast<std::int64_t>(index) * hour_ms, 3);
   }
   EXPECT_EQ(0, run(with_folder("damage lost-unit --unit free")).status);
@@ -275,12 +275,11 @@ TEST_F(stlab_usage, a_busy_catalogue_has_one_status_and_plain_words) {
       "do { '" STLAB_PROGRAM
       "' $command 2>&1; echo \"$command: $?\"; } >\"$command.told\" & done\n"
       "wait";
-  ::setenv("STLAB_RECORDER", recorder.c_str(), 1);
-  std::filesystem::current_path(folder);
-  EXPECT_EQ(0, std::system(script.c_str()));
+  extra["STLAB_RECORDER"] = recorder;
+  EXPECT_EQ(0, support::run({"/bin/sh", "-c", script}, extra, folder).status);
   for (std::string const command :
        {"record", "check --repair", "damage null-ids --count 1", "mount --volume vol1"}) {
-    std::string const told = bench::content_of(folder / (command + ".told"));
+    std::string const told = support::content_of(folder / (command + ".told"));
     EXPECT_TRUE(holds(told, " by somebody else\n")) << told;
     EXPECT_TRUE(holds(told, command + ": 3\n")) << told;
   }
@@ -308,7 +307,7 @@ TEST_F(a_moment, is_a_date_and_time_too) {
 
 TEST_F(a_moment, is_local_unless_it_ends_in_z) {
   make();
-  ::setenv("TZ", "XYZ-2", 1);
+  extra["TZ"] = "XYZ-2";
   EXPECT_EQ("2026-11-21 05:00 UTC", recorded_at("2026-11-21 07:30"));
   EXPECT_EQ("2026-11-20 07:00 UTC", recorded_at("2026-11-20 07:30Z"));
   EXPECT_EQ("2026-11-18 22:00 UTC", recorded_at("2026-11-19"));
@@ -317,7 +316,7 @@ TEST_F(a_moment, is_local_unless_it_ends_in_z) {
 
 TEST_F(a_moment, is_checked_strictly) {
   make();
-  ::setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  extra["TZ"] = "CET-1CEST,M3.5.0,M10.5.0/3";
   for (std::string const moment : {"2026-11-31",
                                    "2026-13-01",
                                    "2026-00-10",

@@ -8,8 +8,8 @@
 #include <array>
 #include <future>
 
+#include "engine_test.h"
 #include "lab/volume/place.h"
-#include "world.h"
 
 namespace {
 
@@ -55,7 +55,7 @@ class lease {
   bool is_held_;
 };
 
-class locking : public world::recorder_test {
+class locking : public support::engine_test {
  protected:
   locking() {
     make();
@@ -68,7 +68,7 @@ class locking : public world::recorder_test {
 
   // Another file takes the place of the identity.
   void replace_identity(std::string const& text) const {
-    world::write_file(root() / "new", text);
+    support::write_file(root() / "new", text);
     fs::rename(root() / "new", identity());
   }
 
@@ -95,7 +95,7 @@ class locking : public world::recorder_test {
   std::future<std::string> newcomer(std::optional<volume_lock>& got) const {
     opening const opened(identity());
     auto waiting = std::async(std::launch::async, [this, &got] {
-      return world::failure_of(
+      return support::failure_of(
           [&] { got.emplace(place_, volume_lock::kind::exclusive, milliseconds(60000)); });
     });
     opened.wait();
@@ -126,7 +126,7 @@ TEST_F(locking, is_of_the_identity_that_is_there_when_it_is_got) {
 }
 
 TEST_F(locking, is_not_got_of_an_identity_that_has_just_been_replaced) {
-  auto const waiting = overtaken([this] { return world::failure_of([this] { lock(); }); });
+  auto const waiting = overtaken([this] { return support::failure_of([this] { lock(); }); });
   auto const trying = overtaken(
       [this] { return std::string(volume_lock::try_take(place()) ? "two have the lock" : ""); });
   if (!waiting || !trying) GTEST_SKIP() << "no lease of a file can be had in " << root();

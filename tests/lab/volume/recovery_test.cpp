@@ -1,14 +1,14 @@
 // States that a stop can leave behind, made by hand, and what the next writer
 // makes of them.
+#include "engine_test.h"
 #include "lab/check/check.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/lock.h"
-#include "world.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using world::now;
+using support::now;
 using strings = std::vector<std::string>;
 
 enum class lies { in_hour, in_both, in_preallocate, nowhere };
@@ -18,7 +18,7 @@ struct stopped_move {
   lies where;
 };
 
-class recovery : public world::recorder_test, public testing::WithParamInterface<stopped_move> {
+class recovery : public support::engine_test, public testing::WithParamInterface<stopped_move> {
  protected:
   static constexpr char const* unit = "unit000003";
 
@@ -63,9 +63,9 @@ TEST_P(recovery, gives_the_unit_back_or_calls_it_bad) {
   lab::findings const bad{{lab::finding_class::bad, "volume vol1", "unit unit000003 is bad"}};
   EXPECT_EQ(lost ? bad : lab::findings(), lab::check(open()));
 
-  auto const given_back = world::tree_of(root());
+  auto const given_back = support::contents_of(root());
   open(lab::access::read_write);
-  EXPECT_EQ(strings(), world::differences(given_back, world::tree_of(root())));
+  EXPECT_EQ(strings(), support::differences(given_back, support::contents_of(root())));
 }
 
 TEST_P(recovery, happens_before_the_next_move_too) {
@@ -98,9 +98,9 @@ class recovery_limits : public recovery {};
 
 TEST_P(recovery_limits, a_reader_moves_nothing) {
   stop_midway(GetParam());
-  auto const before = world::tree_of(root());
+  auto const before = support::contents_of(root());
   lab::check(open(lab::access::read_only));
-  EXPECT_EQ(strings(), world::differences(before, world::tree_of(root())));
+  EXPECT_EQ(strings(), support::differences(before, support::contents_of(root())));
 }
 
 TEST_P(recovery_limits, what_another_writer_moves_is_left_to_it) {
@@ -125,7 +125,7 @@ TEST_P(recovery_limits, what_is_not_mounted_waits) {
 
 TEST_P(recovery_limits, another_file_by_the_units_name_is_nobodys_to_remove) {
   stop_midway(GetParam());
-  world::write_file(preallocated() / unit, "mine");
+  support::write_file(preallocated() / unit, "mine");
   EXPECT_EQ(1, open().account(first_volume).lost);
   EXPECT_EQ(4U, fs::file_size(preallocated() / unit));
   EXPECT_EQ(1024U * 1024U, fs::file_size(hour() / unit));

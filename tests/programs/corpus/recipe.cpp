@@ -42,7 +42,7 @@ std::set<std::string> recipe::lasting() const {
 recipe read_recipe(std::filesystem::path const& file) {
   recipe found;
   found.file = file;
-  std::istringstream stream(end_to_end::content_of(file));
+  std::istringstream stream(support::content_of(file));
   for (std::string line; std::getline(stream, line) && line != "----";) {
     found.head += line + "\n";
     read_line(found, line);

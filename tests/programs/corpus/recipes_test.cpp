@@ -6,8 +6,8 @@
 #include <fstream>
 
 #include "lab/damage/damage.h"
+#include "program_test.h"
 #include "recipe.h"
-#include "recorder_test.h"
 
 namespace corpus {
 
@@ -17,8 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using end_to_end::lines_of;
-using end_to_end::outcome;
+using support::lines_of;
+using support::outcome;
 
 std::set<std::string> classes_in(std::string const& check) {
   std::set<std::string> found;
@@ -34,7 +34,7 @@ std::string joined(words const& all) {
   return text;
 }
 
-class corpus_recipe : public end_to_end::recorder_test, public testing::WithParamInterface<recipe> {
+class corpus_recipe : public support::program_test, public testing::WithParamInterface<recipe> {
  protected:
   corpus_recipe() { hold_clock("2026-11-21 07:30:00"); }
 
@@ -46,7 +46,7 @@ class corpus_recipe : public end_to_end::recorder_test, public testing::WithPara
 
   // What the catalogue's journal was used for is never twice the same, only that
   // it is there with its size.
-  end_to_end::picture but_for_what_is_journaled(end_to_end::picture found) const {
+  support::picture but_for_what_is_journaled(support::picture found) const {
     fs::path const journal = recorder / "catalogue.db-journal";
     found.at(journal.filename()) = std::to_string(fs::file_size(journal));
     return found;
@@ -129,8 +129,8 @@ TEST_P(corpus_recipe, is_found_told_and_repaired) {
 
   make_and_damage();
   tell_damage();
-  end_to_end::picture const damaged = picture_now();
-  end_to_end::picture const damage = but_for_what_is_journaled(damaged);
+  support::picture const damaged = picture_now();
+  support::picture const damage = but_for_what_is_journaled(damaged);
   outcome const first = tell_stlab("check");
   ASSERT_EQ(first.status, 1);
   ASSERT_EQ(classes_in(first.output), GetParam().classes);

@@ -4,14 +4,14 @@
 #include <iostream>
 #include <set>
 
+#include "engine_test.h"
 #include "lab/damage/damage.h"
 #include "lab/make/make.h"
 #include "lab/recorder/recorder.h"
 #include "long_checks.h"
 #include "program.h"
-#include "world.h"
 
-namespace end_to_end {
+namespace support {
 namespace {
 
 namespace fs = std::filesystem;
@@ -25,7 +25,7 @@ std::string without_zeros_at_end(std::string text) {
   return text;
 }
 
-class stopped_repair : public world::recorder_test {
+class stopped_repair : public support::engine_test {
  protected:
   fs::path const recorder = root();
 
@@ -157,4 +157,4 @@ TEST_F(stopped_repair, is_finished_by_the_next_one) {
 }
 
 }  // namespace
-}  // namespace end_to_end
+}  // namespace support

@@ -1,11 +1,11 @@
 // On a volume that is not mounted nothing is recycled, recorded or repaired,
 // whatever st believes of it.
-#include "recorder_test.h"
+#include "program_test.h"
 
-namespace end_to_end {
+namespace support {
 namespace {
 
-class unmounted : public recorder_test, public testing::WithParamInterface<char const*> {
+class unmounted : public program_test, public testing::WithParamInterface<char const*> {
  protected:
   unmounted() {
     hold_clock("2026-11-21 07:30:00");
@@ -80,4 +80,4 @@ INSTANTIATE_TEST_SUITE_P(ways, unmounted, testing::Values("missing", "foreign", 
                          [](auto const& which) { return std::string(which.param); });
 
 }  // namespace
-}  // namespace end_to_end
+}  // namespace support

@@ -18,7 +18,9 @@ bool is_file(fs::path const& path) {
   return fs::is_regular_file(fs::symlink_status(path, ignored));
 }
 
-std::string bytes_of(fs::path const& file) { return is_file(file) ? read_file(file) : ""; }
+std::string bytes_of(fs::path const& file) {
+  return is_file(file) ? support::content_of(file) : "";
+}
 
 std::string big_endian(std::uint32_t number) {
   std::string bytes;
@@ -28,7 +30,7 @@ std::string big_endian(std::uint32_t number) {
   return bytes;
 }
 
-std::string flips(arena& in, chooser& choose) {
+std::string flips(lying_recorder& in, chooser& choose) {
   auto const name = choose.of(files);
   auto bytes = bytes_of(in.recorder() / name);
   if (bytes.empty()) return "bytes: nothing to flip in " + name;
@@ -38,38 +40,38 @@ std::string flips(arena& in, chooser& choose) {
   for (std::size_t i = 0; i < count; ++i) {
     bytes[choose.below(range)] = static_cast<char>(choose.below(256));
   }
-  write_file(in.recorder() / name, bytes);
+  support::write_file(in.recorder() / name, bytes);
   return "bytes: " + std::to_string(count) + " of the first " + std::to_string(range) + " in " +
          name;
 }
 
-std::string truncation(arena& in, chooser& choose) {
+std::string truncation(lying_recorder& in, chooser& choose) {
   auto const name = choose.of(files);
   auto bytes = bytes_of(in.recorder() / name);
   bytes.resize(choose.one_in(4) ? 0 : choose.below(bytes.size() + 1));
-  write_file(in.recorder() / name, bytes);
+  support::write_file(in.recorder() / name, bytes);
   return "bytes: " + name + " cut to " + std::to_string(bytes.size());
 }
 
-std::string appendix(arena& in, chooser& choose) {
+std::string appendix(lying_recorder& in, chooser& choose) {
   auto const name = choose.of(files);
   auto bytes = bytes_of(in.recorder() / name);
   std::size_t const count = choose.below(100'000);
   for (std::size_t i = 0; i < count; ++i) bytes += static_cast<char>(choose.below(256));
-  write_file(in.recorder() / name, bytes);
+  support::write_file(in.recorder() / name, bytes);
   return "bytes: " + std::to_string(count) + " appended to " + name;
 }
 
-std::string other_file(arena& in, chooser& choose) {
+std::string other_file(lying_recorder& in, chooser& choose) {
   std::vector<std::string> const sources{"catalogue.db-journal", "share/vol1/identity"};
   auto const source = choose.of(sources);
-  write_file(in.recorder() / "catalogue.db", bytes_of(in.recorder() / source));
+  support::write_file(in.recorder() / "catalogue.db", bytes_of(in.recorder() / source));
   return "bytes: catalogue.db is a copy of " + source;
 }
 
 // A journal that undoes what never was, which names another file as the one
 // that it belongs to: who undoes it would remove that file.
-std::string hot_journal(arena& in, chooser& choose) {
+std::string hot_journal(lying_recorder& in, chooser& choose) {
   constexpr std::uint32_t page_size = 4096;
   constexpr std::uint32_t sector = 512;
   constexpr std::uint32_t lock_page = 0x40000000U / page_size + 1;
@@ -104,12 +106,12 @@ std::string hot_journal(arena& in, chooser& choose) {
                big_endian(static_cast<std::uint32_t>(owner.size())) + big_endian(sum) +
                std::string(journal_magic, 8);
   }
-  write_file(in.recorder() / "catalogue.db-journal", journal);
+  support::write_file(in.recorder() / "catalogue.db-journal", journal);
   return "bytes: a journal of " + std::to_string(count) + " pages, size " + std::to_string(size) +
          ", which belongs to " + shown(owner);
 }
 
-std::string log_beside(arena& in, chooser& choose) {
+std::string log_beside(lying_recorder& in, chooser& choose) {
   std::string bytes;
   for (std::size_t count = choose.below(50'000); count > 0; --count) {
     bytes += static_cast<char>(choose.below(256));
@@ -119,9 +121,9 @@ std::string log_beside(arena& in, chooser& choose) {
   if (catalogue.size() > 20 && choose.one_in(2)) {
     catalogue[18] = 2;
     catalogue[19] = 2;
-    write_file(in.recorder() / "catalogue.db", catalogue);
+    support::write_file(in.recorder() / "catalogue.db", catalogue);
   }
-  write_file(in.recorder() / name, bytes);
+  support::write_file(in.recorder() / name, bytes);
   return std::string("bytes: ") + std::to_string(bytes.size()) + " in " + name;
 }
 

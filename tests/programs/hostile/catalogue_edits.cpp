@@ -109,12 +109,12 @@ std::string rows(std::string const& table, chooser& choose) {
   return choose.one_in(3) ? "" : one_row(table, choose);
 }
 
-std::string perform(arena const& in, std::string const& sql, std::string const& what) {
+std::string perform(lying_recorder const& in, std::string const& sql, std::string const& what) {
   auto const failure = in.tamper(sql);
   return "catalogue: " + what + (failure.empty() ? "" : " (refused: " + failure + ")");
 }
 
-std::string absurd_number(arena& in, chooser& choose) {
+std::string absurd_number(lying_recorder& in, chooser& choose) {
   auto const where = choose.of(numbers);
   auto const number = choose.of(absurd_numbers);
   auto const which = rows(where.table, choose);
@@ -124,7 +124,7 @@ std::string absurd_number(arena& in, chooser& choose) {
 }
 
 // Several at once: products and sums of them.
-std::string absurd_numbers_everywhere(arena& in, chooser& choose) {
+std::string absurd_numbers_everywhere(lying_recorder& in, chooser& choose) {
   std::string sql;
   for (std::size_t count = 2 + choose.below(6); count > 0; --count) {
     auto const where = choose.of(numbers);
@@ -135,7 +135,7 @@ std::string absurd_numbers_everywhere(arena& in, chooser& choose) {
   return perform(in, sql, sql);
 }
 
-std::string text_in_place(arena& in, chooser& choose) {
+std::string text_in_place(lying_recorder& in, chooser& choose) {
   auto const where = choose.of(texts);
   auto const text = hostile_text(in, choose);
   auto const which = rows(where.table, choose);
@@ -144,7 +144,7 @@ std::string text_in_place(arena& in, chooser& choose) {
 }
 
 // A volume whose identity agrees with what the catalogue says of it.
-std::string volume_elsewhere(arena& in, chooser& choose) {
+std::string volume_elsewhere(lying_recorder& in, chooser& choose) {
   auto const there = in.victim() / "recorder/share/vol1";
   std::vector<std::string> const folders{"../../victim/recorder/share/vol1",
                                          there.string(),
@@ -158,7 +158,7 @@ std::string volume_elsewhere(arena& in, chooser& choose) {
   return perform(in, sql, "vol1 lies in " + folder);
 }
 
-std::string storage_elsewhere(arena& in, chooser& choose) {
+std::string storage_elsewhere(lying_recorder& in, chooser& choose) {
   std::vector<std::string> const ids{"/../../../../victim/tree",
                                      "/../../../victim/tree",
                                      "/../preallocate",
@@ -169,13 +169,13 @@ std::string storage_elsewhere(arena& in, chooser& choose) {
   auto const volume = in.recorder() / "share/vol1";
   std::error_code ignored;
   fs::create_directory(volume / "FSU_", ignored);
-  write_file(volume / "identity", id + "\n");
+  support::write_file(volume / "identity", id + "\n");
   auto const sql = "UPDATE volume SET sid_text = " + quoted(id) + " WHERE id = 1;" +
                    "UPDATE period SET storage_id = " + quoted(id) + " WHERE id = 1";
   return perform(in, sql, "vol1 has the storage id " + shown(id));
 }
 
-std::string unit_on_its_way(arena& in, chooser& choose) {
+std::string unit_on_its_way(lying_recorder& in, chooser& choose) {
   auto const name = hostile_text(in, choose);
   std::string const state = choose.one_in(2) ? "recycling" : "recording";
   auto const named = choose.one_in(2) ? ", name = " + quoted(name) : std::string();
@@ -188,7 +188,7 @@ std::string unit_on_its_way(arena& in, chooser& choose) {
 }
 
 // Free units, leaking ones and held ones.
-std::string units_by_path(arena& in, chooser& choose) {
+std::string units_by_path(lying_recorder& in, chooser& choose) {
   std::vector<std::string> const conditions{"state = 'free'", "state = 'recorded'",
                                             "period_id IS NULL AND state = 'recorded'", "1"};
   std::vector<std::string> const prefixes{"../../../../../victim/tree/",
@@ -203,14 +203,14 @@ std::string units_by_path(arena& in, chooser& choose) {
   return perform(in, sql, "units by path: " + prefix + " where " + where);
 }
 
-std::string state_anywhere(arena& in, chooser& choose) {
+std::string state_anywhere(lying_recorder& in, chooser& choose) {
   std::vector<std::string> const states{"free", "recording", "recorded", "recycling",
                                         "bad",  "",          "Free",     "nothing"};
   auto const sql = "UPDATE unit SET state = '" + choose.of(states) + "'" + rows("unit", choose);
   return perform(in, sql, sql);
 }
 
-std::string endless_period(arena& in, chooser& choose) {
+std::string endless_period(lying_recorder& in, chooser& choose) {
   std::vector<std::string> const spans{
       "0, 9223372036854775807",
       "-9223372036854775807 - 1, 9223372036854775807",
@@ -234,14 +234,14 @@ std::string endless_period(arena& in, chooser& choose) {
   return perform(in, sql, std::to_string(count) + " periods of " + span);
 }
 
-std::string all_periods_endless(arena& in, chooser& choose) {
+std::string all_periods_endless(lying_recorder& in, chooser& choose) {
   std::string const sql = choose.one_in(2)
                               ? "UPDATE period SET start_ms = 0, end_ms = 9223372036854775807"
                               : "UPDATE period SET start_ms = -9223372036854775807 - 1";
   return perform(in, sql, sql);
 }
 
-std::string trigger(arena& in, chooser& choose) {
+std::string trigger(lying_recorder& in, chooser& choose) {
   auto const& table = choose.of(tables);
   std::vector<std::string> const events{"INSERT", "UPDATE", "DELETE"};
   auto const event = choose.of(events);
@@ -265,7 +265,7 @@ std::string trigger(arena& in, chooser& choose) {
   return perform(in, sql, sql);
 }
 
-std::string view_for_table(arena& in, chooser& choose) {
+std::string view_for_table(lying_recorder& in, chooser& choose) {
   auto const& table = choose.of(tables);
   std::vector<std::string> const endless{
       "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT hidden.* FROM n, hidden",
@@ -281,7 +281,7 @@ std::string view_for_table(arena& in, chooser& choose) {
   return perform(in, sql, table + " is a view: " + body);
 }
 
-std::string schema_text(arena& in, chooser& choose) {
+std::string schema_text(lying_recorder& in, chooser& choose) {
   auto const& table = choose.of(tables);
   std::vector<std::string> const changes{
       "CREATE TABLE extra (a, b); INSERT INTO extra VALUES (1, 2)",
@@ -322,7 +322,7 @@ std::string schema_text(arena& in, chooser& choose) {
 
 // The type of a column is held by the table's text only: without STRICT,
 // anything goes in, and the text can be put back.
-std::string text_for_number(arena& in, chooser& choose) {
+std::string text_for_number(lying_recorder& in, chooser& choose) {
   auto const where = choose.of(numbers);
   std::vector<std::string> const values{"'text'", "''",   "x'00ff'", "1e300", "9e999",
                                         "-9e999", "NULL", "'12x'",   "0.5",   "zeroblob(100000)"};
@@ -346,7 +346,7 @@ std::string text_for_number(arena& in, chooser& choose) {
          (put_back ? "put back" : "gone") + ' ' + first + second;
 }
 
-std::string many_rows(arena& in, chooser& choose) {
+std::string many_rows(lying_recorder& in, chooser& choose) {
   std::vector<std::string> const inserts{
       "INSERT OR IGNORE INTO volume SELECT i, 1, i, printf('%032d', i), 'v' || i, 'vol1', 0, 0, i FROM n",
       "INSERT OR IGNORE INTO volume SELECT i, 1, i, printf('%032d', i), 'v' || i, 'f' || i, 0, 0, i FROM n",
@@ -381,7 +381,7 @@ std::vector<edit> const& catalogue_edits() {
   return all;
 }
 
-std::string hostile_text(arena const& in, chooser& choose) {
+std::string hostile_text(lying_recorder const& in, chooser& choose) {
   constexpr std::size_t megabyte = std::size_t{1024} * 1024;
   std::string const outside = "../../../../../victim/";
   std::vector<std::string> const all{

@@ -8,7 +8,7 @@
 
 namespace hostile {
 
-using edit = std::string (*)(arena&, chooser&);
+using edit = std::string (*)(lying_recorder&, chooser&);
 
 // By statements, with every constraint off.
 std::vector<edit> const& catalogue_edits();
@@ -18,7 +18,7 @@ std::vector<edit> const& byte_edits();
 std::vector<edit> const& file_edits();
 
 // A name that is none: a path, nothing, control characters, too long.
-std::string hostile_text(arena const& in, chooser& choose);
+std::string hostile_text(lying_recorder const& in, chooser& choose);
 
 // For messages: one line, cut.
 std::string shown(std::string const& text);

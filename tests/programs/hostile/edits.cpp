@@ -4,7 +4,7 @@
 
 namespace hostile {
 
-std::vector<std::string> make_hostile(arena& in, chooser& choose) {
+std::vector<std::string> make_hostile(lying_recorder& in, chooser& choose) {
   // Statements first, then bytes, then files: what comes later would keep the
   // former from being done.
   std::size_t const count = 1 + choose.below(4);

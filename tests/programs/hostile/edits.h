@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "arena.h"
+#include "lying_recorder.h"
 
 namespace hostile {
 
@@ -31,7 +31,7 @@ class chooser {
   std::mt19937_64 random_;
 };
 
-// Makes one to four edits of the arena's recorder; says which, a line each.
-std::vector<std::string> make_hostile(arena& in, chooser& choose);
+// Makes one to four edits of the lying_recorder's recorder; says which, a line each.
+std::vector<std::string> make_hostile(lying_recorder& in, chooser& choose);
 
 }  // namespace hostile

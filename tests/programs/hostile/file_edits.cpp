@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string below(arena const& in, fs::path const& path) {
+std::string below(lying_recorder const& in, fs::path const& path) {
   return path.lexically_relative(in.recorder().parent_path()).string();
 }
 
@@ -33,7 +33,7 @@ std::string unit_in(fs::path const& folder, chooser& choose) {
 }
 
 // A place whose parents are real folders still.
-bool is_within(arena const& in, fs::path const& path) {
+bool is_within(lying_recorder const& in, fs::path const& path) {
   std::error_code ignored;
   for (auto parent = path.parent_path(); parent != in.recorder(); parent = parent.parent_path()) {
     if (!fs::is_directory(fs::symlink_status(parent, ignored))) return false;
@@ -41,7 +41,7 @@ bool is_within(arena const& in, fs::path const& path) {
   return true;
 }
 
-fs::path folder_in(arena const& in, chooser& choose) {
+fs::path folder_in(lying_recorder const& in, chooser& choose) {
   auto const volume = volume_name(choose);
   std::vector<fs::path> const all{
       in.recorder() / "share", in.recorder() / "share" / volume, in.storage(volume),
@@ -50,7 +50,7 @@ fs::path folder_in(arena const& in, chooser& choose) {
   return choose.of(all);
 }
 
-fs::path file_in(arena const& in, chooser& choose) {
+fs::path file_in(lying_recorder const& in, chooser& choose) {
   auto const volume = volume_name(choose);
   auto const preallocate = in.preallocate(volume);
   auto const hour = in.an_hour_folder(volume);
@@ -71,7 +71,7 @@ fs::path file_in(arena const& in, chooser& choose) {
   return choose.of(all);
 }
 
-fs::path anything_in(arena const& in, chooser& choose) {
+fs::path anything_in(lying_recorder const& in, chooser& choose) {
   return choose.one_in(2) ? folder_in(in, choose) : file_in(in, choose);
 }
 
@@ -81,7 +81,7 @@ void take_away(fs::path const& path) {
 }
 
 // What lies at the same place in the victim's recorder, or at another.
-fs::path target_of(arena const& in, fs::path const& path, chooser& choose) {
+fs::path target_of(lying_recorder const& in, fs::path const& path, chooser& choose) {
   auto const same = in.victim() / below(in, path);
   std::vector<fs::path> const all{
       same,
@@ -105,7 +105,7 @@ fs::path target_of(arena const& in, fs::path const& path, chooser& choose) {
   return choose.of(all);
 }
 
-std::string link(arena& in, chooser& choose) {
+std::string link(lying_recorder& in, chooser& choose) {
   auto const path = anything_in(in, choose);
   auto const target = target_of(in, path, choose);
   if (!is_within(in, path)) return "files: no place for a link";
@@ -116,7 +116,7 @@ std::string link(arena& in, chooser& choose) {
          problem.message();
 }
 
-std::string second_name(arena& in, chooser& choose) {
+std::string second_name(lying_recorder& in, chooser& choose) {
   auto const path = file_in(in, choose);
   std::vector<fs::path> const targets{in.victim() / "passwd", in.victim() / "big",
                                       in.victim() / "database", in.victim() / below(in, path)};
@@ -169,29 +169,29 @@ std::string make_other(fs::path const& path, chooser& choose) {
   }
 }
 
-std::string other_kind(arena& in, chooser& choose) {
+std::string other_kind(lying_recorder& in, chooser& choose) {
   auto const path = anything_in(in, choose);
   if (!is_within(in, path)) return "files: no place for another kind";
   take_away(path);
   return "files: " + below(in, path) + " is " + make_other(path, choose);
 }
 
-std::string file_for_folder(arena& in, chooser& choose) {
+std::string file_for_folder(lying_recorder& in, chooser& choose) {
   auto const path = folder_in(in, choose);
   if (!is_within(in, path)) return "files: no place for a file";
   take_away(path);
-  write_file(path, "a file\n");
+  support::write_file(path, "a file\n");
   return "files: " + below(in, path) + " is a file";
 }
 
-std::string missing(arena& in, chooser& choose) {
+std::string missing(lying_recorder& in, chooser& choose) {
   auto const path = anything_in(in, choose);
   if (!is_within(in, path)) return "files: nothing to take away";
   take_away(path);
   return "files: " + below(in, path) + " is gone";
 }
 
-std::string forbidden(arena& in, chooser& choose) {
+std::string forbidden(lying_recorder& in, chooser& choose) {
   auto const path = anything_in(in, choose);
   std::vector<mode_t> const modes{0, 0, 0111, 0444, 0200};
   auto const mode = choose.of(modes);
@@ -203,7 +203,7 @@ std::string forbidden(arena& in, chooser& choose) {
   return "files: " + below(in, path) + " has the mode " + std::to_string(mode);
 }
 
-std::string odd_names(arena& in, chooser& choose) {
+std::string odd_names(lying_recorder& in, chooser& choose) {
   auto const path = folder_in(in, choose);
   std::error_code ignored;
   if (!fs::is_directory(fs::symlink_status(path, ignored)) || !is_within(in, path)) {
@@ -228,31 +228,31 @@ std::string odd_names(arena& in, chooser& choose) {
     if (choose.one_in(2)) {
       fs::create_directory(path / name, ignored);
     } else if (!fs::exists(fs::symlink_status(path / name, ignored))) {
-      write_file(path / name, "odd\n");
+      support::write_file(path / name, "odd\n");
     }
   }
   return "files: " + std::to_string(count) + " odd names in " + below(in, path);
 }
 
-std::string identity_text(arena& in, chooser& choose) {
+std::string identity_text(lying_recorder& in, chooser& choose) {
   auto const path = in.recorder() / "share" / volume_name(choose) / "identity";
   std::error_code ignored;
   if (!fs::is_regular_file(fs::symlink_status(path, ignored)) || !is_within(in, path)) {
     return "files: no identity";
   }
   auto const text = hostile_text(in, choose);
-  write_file(path, text);
+  support::write_file(path, text);
   return "files: " + below(in, path) + " holds " + shown(text);
 }
 
-std::string odd_trace(arena& in, chooser& choose) {
+std::string odd_trace(lying_recorder& in, chooser& choose) {
   auto const path = in.recorder() / "trace";
   in.extra["STLAB_TRACE"] = path;
   take_away(path);
   return "files: the trace file is " + make_other(path, choose);
 }
 
-std::string deep_folders(arena& in, chooser& choose) {
+std::string deep_folders(lying_recorder& in, chooser& choose) {
   auto path = folder_in(in, choose);
   auto const start = path;
   std::error_code problem;

@@ -9,13 +9,13 @@
 #include <optional>
 #include <string_view>
 
-#include "arena.h"
 #include "edits.h"
 #include "long_checks.h"
+#include "lying_recorder.h"
 
 namespace {
 
-using namespace std::string_literals;
+using support::words;
 
 struct seeds {
   std::uint64_t first;
@@ -27,111 +27,79 @@ struct seeds {
 constexpr std::size_t job_lists = 3;
 
 // A run of one of the two programs.
+enum class program { st, stlab };
+
 struct job {
-  bool is_st;
-  hostile::words arguments;  // of stlab the first is the command
+  program of;
+  words command;
 };
 
-std::vector<job> st_jobs() {
+// The commands, and `beginning` in front of each.
+std::vector<job> jobs_of(program of, std::vector<words> const& commands,
+                         words const& beginning = {}) {
   std::vector<job> jobs;
-  for (hostile::words const& each : std::vector<hostile::words>{{"spacelist"},
-                                                                {"vollist", "Storage1"},
-                                                                {"vollist", "Storage2"},
-                                                                {"volset", "vol1", "1", "0"},
-                                                                {"volset", "vol1", "0", "1"},
-                                                                {"volset", "vol2", "0", "0"},
-                                                                {"volchn", "vol1"},
-                                                                {"voluse", "-1"},
-                                                                {"voluse", "0"},
-                                                                {"volclean", "-1"},
-                                                                {"volclean", "0"},
-                                                                {"autoclean"},
-                                                                {"nullid", "-1"},
-                                                                {"nullid", "0"},
-                                                                {"recoverid", "-1"},
-                                                                {"recoverid", "0"},
-                                                                {"spaceinfo", "Storage1"},
-                                                                {"spaceinfo", "Storage2"}}) {
-    jobs.push_back({true, each});
-  }
+  for (words const& each : commands) jobs.push_back({of, beginning + each});
   return jobs;
+}
+
+std::vector<job> st_jobs() {
+  return jobs_of(program::st,
+                 {"spacelist", "vollist Storage1", "vollist Storage2", "volset vol1 1 0",
+                  "volset vol1 0 1", "volset vol2 0 0", "volchn vol1", "voluse -1", "voluse 0",
+                  "volclean -1", "volclean 0", "autoclean", "nullid -1", "nullid 0", "recoverid -1",
+                  "recoverid 0", "spaceinfo Storage1", "spaceinfo Storage2"});
 }
 
 std::vector<job> stlab_jobs() {
-  std::vector<job> jobs;
-  for (hostile::words const& each : std::vector<hostile::words>{
-           {"show"},
-           {"show", "--periods"},
-           {"check"},
-           {"check", "--repair"},
-           {"record", "--channel", "0", "--hours", "2"},
-           {"record", "--channel", "0", "--stream", "2", "--units", "3"},
-           {"record", "--channel", "1"},
-           {"expire", "--days", "0"},
-           {"expire"},
-           {"leak", "--volume", "vol1"},
-           {"leak", "--volume", "vol2", "--hours", "1"},
-           {"lose-id", "--channel", "0", "--hours", "1"},
-           {"assign", "--channel", "0", "--volume", "vol2"},
-           {"mount", "--volume", "vol1"},
-           {"mount", "--volume", "vol2"},
-           {"make"},
-           {"make", "--spaces", "1", "--volumes", "1", "--volume-mb", "1", "--days", "0"}}) {
-    jobs.push_back({false, each});
-  }
-  return jobs;
+  return jobs_of(
+      program::stlab,
+      {"show", "show --periods", "check", "check --repair", "record --channel 0 --hours 2",
+       "record --channel 0 --stream 2 --units 3", "record --channel 1", "expire --days 0", "expire",
+       "leak --volume vol1", "leak --volume vol2 --hours 1", "lose-id --channel 0 --hours 1",
+       "assign --channel 0 --volume vol2", "mount --volume vol1", "mount --volume vol2", "make",
+       "make --spaces 1 --volumes 1 --volume-mb 1 --days 0"});
 }
 
 std::vector<job> damage_jobs() {
-  std::vector<job> jobs;
-  for (hostile::words const& each :
-       std::vector<hostile::words>{{"leak"},
-                                   {"lost-unit"},
-                                   {"lost-unit", "--unit", "free"},
-                                   {"unknown-file"},
-                                   {"duplicate-unit"},
-                                   {"duplicate-unit", "--unit", "free"},
-                                   {"short-unit"},
-                                   {"null-ids"},
-                                   {"wrong-volume"},
-                                   {"stopped"},
-                                   {"stopped", "--move", "recording"},
-                                   {"unmounted", "--volume", "vol1", "--mount", "absent"},
-                                   {"unmounted", "--volume", "vol2", "--mount", "foreign"}}) {
-    job next{false, {"damage"}};
-    next.arguments.insert(next.arguments.end(), each.begin(), each.end());
-    jobs.push_back(next);
-  }
-  // What was damaged is looked at and mended.
-  jobs.push_back({false, {"check", "--repair"}});
-  jobs.push_back({true, {"autoclean"}});
+  auto jobs =
+      jobs_of(program::stlab,
+              {"leak", "lost-unit", "lost-unit --unit free", "unknown-file", "duplicate-unit",
+               "duplicate-unit --unit free", "short-unit", "null-ids", "wrong-volume", "stopped",
+               "stopped --move recording", "unmounted --volume vol1 --mount absent",
+               "unmounted --volume vol2 --mount foreign"},
+              "damage");
+  // What was damaged is looked at and repaired.
+  jobs.push_back({program::stlab, "check --repair"});
+  jobs.push_back({program::st, "autoclean"});
   return jobs;
 }
 
 std::string name_of(job const& which) {
-  std::string text = which.is_st ? "st" : "stlab";
-  for (std::string const& word : which.arguments) text += ' ' + word;
-  return text;
+  return (which.of == program::st ? "st " : "stlab ") + text_of(which.command);
 }
 
-std::string perform(hostile::arena const& in, job const& which) {
-  if (which.is_st) return hostile::problem_of_st(in.st(which.arguments));
-  return hostile::problem_of_stlab(
-      in.stlab(which.arguments.front(), {which.arguments.begin() + 1, which.arguments.end()}));
+std::string perform(hostile::lying_recorder const& in, job const& which) {
+  if (which.of == program::st) return hostile::problem_of_st(in.st(which.command));
+  return hostile::problem_of_stlab(in.stlab(which.command));
 }
 
 struct finding {
   std::vector<std::string> edits;
   std::string command;
   std::string what;
-  std::filesystem::path folder;
 };
 
+void report(std::uint64_t seed, finding const& found) {
+  std::string text = "seed " + std::to_string(seed) + '\n';
+  for (std::string const& edit : found.edits) text += "  " + edit + '\n';
+  ADD_FAILURE() << text << "  then " << found.command << '\n' << found.what;
+}
+
 // Runs the jobs, in an order of the seed's, on one hostile recorder, up to the
-// first that does harm.
-std::optional<finding> try_jobs(hostile::recorder_template const& from, std::uint64_t seed,
-                                std::vector<job> jobs, std::size_t& runs) {
-  hostile::arena place(from);
+// first that does harm, which is reported.
+void try_jobs(hostile::recorder_template const& from, std::uint64_t seed, std::vector<job> jobs,
+              std::size_t& runs) {
+  hostile::lying_recorder place(from);
   hostile::chooser choose(seed);
   std::vector<std::string> const edits = hostile::make_hostile(place, choose);
   choose.shuffle(jobs);
@@ -142,16 +110,9 @@ std::optional<finding> try_jobs(hostile::recorder_template const& from, std::uin
     bool const is_last = &each == &jobs.back();
     what += place.harm(is_last ? hostile::depth::with_content : hostile::depth::names_only);
     if (what.empty()) continue;
-    place.keep();
-    return finding{edits, name_of(each), what, place.folder()};
+    report(seed, {edits, name_of(each), what});
+    return;
   }
-  return std::nullopt;
-}
-
-void report(std::uint64_t seed, finding const& found) {
-  std::string text = "seed " + std::to_string(seed) + ", kept in " + found.folder.string() + '\n';
-  for (std::string const& edit : found.edits) text += "  " + edit + '\n';
-  ADD_FAILURE() << text << "  then " << found.command << '\n' << found.what;
 }
 
 std::optional<seeds> asked_seeds() {
@@ -188,7 +149,7 @@ TEST_P(hostile_recorders, do_no_harm) {
     for (std::size_t list = 0; list < job_lists; ++list) {
       if (!is_long && seed % job_lists != list) continue;
       ++recorders;
-      if (auto const found = try_jobs(base, seed, lists[list], runs)) report(seed, *found);
+      try_jobs(base, seed, lists[list], runs);
     }
   }
   std::cout << recorders << " hostile recorders, " << runs << " runs\n";

@@ -3,79 +3,54 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <iostream>
 #include <map>
 #include <memory>
 
-#include "arena.h"
+#include "lying_recorder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using hostile::words;
+using support::holds;
+using support::words;
 
-std::vector<words> const every_st_word{{"spacelist"},
-                                       {"vollist", "Storage1"},
-                                       {"volset", "vol1", "0", "1"},
-                                       {"volchn", "vol1"},
-                                       {"voluse", "-1"},
-                                       {"volclean", "-1"},
-                                       {"autoclean"},
-                                       {"nullid", "-1"},
-                                       {"recoverid", "-1"},
-                                       {"spaceinfo", "Storage1"}};
+std::vector<words> const every_st_word{
+    "spacelist",   "vollist Storage1", "volset vol1 0 1", "volchn vol1",  "voluse -1",
+    "volclean -1", "autoclean",        "nullid -1",       "recoverid -1", "spaceinfo Storage1"};
 
 // What opens, reads, writes and mends a recorder in every way that there is.
-std::vector<words> const most_st_words{{"spacelist"},      {"volset", "vol1", "0", "1"},
-                                       {"volclean", "-1"}, {"autoclean"},
-                                       {"nullid", "-1"},   {"spaceinfo", "Storage1"}};
+std::vector<words> const most_st_words{"spacelist", "volset vol1 0 1", "volclean -1",
+                                       "autoclean", "nullid -1",       "spaceinfo Storage1"};
 
-std::vector<words> const most_stlab_commands{
-    {"show"},
-    {"record", "--channel", "0", "--stream", "2", "--units", "2"},
-    {"leak", "--volume", "vol2", "--hours", "1"},
-    {"lose-id", "--channel", "0"},
-    {"damage", "duplicate-unit", "--volume", "vol1"},
-    {"check", "--repair"},
-    {"expire", "--days", "0"}};
-
-std::string joined(words const& all) {
-  std::string text;
-  for (std::string const& word : all) text += word + ' ';
-  return text;
-}
-
-bool holds(std::string const& text, std::string const& part) {
-  return text.find(part) != std::string::npos;
-}
+std::vector<words> const most_stlab_commands{"show",
+                                             "record --channel 0 --stream 2 --units 2",
+                                             "leak --volume vol2 --hours 1",
+                                             "lose-id --channel 0",
+                                             "damage duplicate-unit --volume vol1",
+                                             "check --repair",
+                                             "expire --days 0"};
 
 class reproduction : public testing::Test {
  protected:
   static void SetUpTestSuite() { base() = std::make_unique<hostile::recorder_template>(); }
   static void TearDownTestSuite() { base().reset(); }
 
-  ~reproduction() override {
-    if (!HasFailure()) return;
-    place.keep();
-    std::cout << "kept in " << place.folder() << '\n';
-  }
-
   // From here on nothing outside the recorder may change.
   void SetUp() override { place.remember(); }
 
   void tamper(std::string const& sql) const { ASSERT_EQ(place.tamper(sql), ""); }
 
-  hostile::outcome st(words const& arguments) const {
+  support::outcome st(words const& arguments) const {
     auto result = place.st(arguments);
-    EXPECT_EQ(hostile::problem_of_st(result), "") << "st " << joined(arguments);
-    EXPECT_EQ(place.harm(hostile::depth::with_content), "") << "st " << joined(arguments);
+    EXPECT_EQ(hostile::problem_of_st(result), "") << "st " << text_of(arguments);
+    EXPECT_EQ(place.harm(hostile::depth::with_content), "") << "st " << text_of(arguments);
     return result;
   }
 
-  hostile::outcome stlab(words const& arguments) const {
-    auto result = place.stlab(arguments.front(), words(arguments.begin() + 1, arguments.end()));
-    EXPECT_EQ(hostile::problem_of_stlab(result), "") << "stlab " << joined(arguments);
-    EXPECT_EQ(place.harm(hostile::depth::with_content), "") << "stlab " << joined(arguments);
+  support::outcome stlab(words const& arguments) const {
+    auto result = place.stlab(arguments);
+    EXPECT_EQ(hostile::problem_of_stlab(result), "") << "stlab " << text_of(arguments);
+    EXPECT_EQ(place.harm(hostile::depth::with_content), "") << "stlab " << text_of(arguments);
     return result;
   }
 
@@ -96,16 +71,16 @@ class reproduction : public testing::Test {
     return made;
   }
 
-  hostile::arena place{*base()};
+  hostile::lying_recorder place{*base()};
 };
 
 // What the others rest on: a copy of the recorder is as sound as it was.
 TEST_F(reproduction, is_made_of_a_sound_recorder) {
-  auto const listed = st({"vollist", "Storage1"}).output;
+  auto const listed = st("vollist Storage1").output;
   EXPECT_TRUE(holds(listed, "[vol1], [NORMAL] [ACTIVE             ]")) << listed;
-  EXPECT_TRUE(holds(st({"autoclean"}).output, "Volume space leak detected count: 1\n"));
-  EXPECT_EQ(stlab({"check"}).output.rfind("null-id: ", 0), 0);
-  EXPECT_EQ(stlab({"record", "--channel", "0", "--stream", "2"}).status, 0);
+  EXPECT_TRUE(holds(st("autoclean").output, "Volume space leak detected count: 1\n"));
+  EXPECT_EQ(stlab("check").output.rfind("null-id: ", 0), 0);
+  EXPECT_EQ(stlab("record --channel 0 --stream 2").status, 0);
 }
 
 // A unit's name is a path out of the recorder.
@@ -137,33 +112,33 @@ INSTANTIATE_TEST_SUITE_P(by_word, name_of_a_unit_on_its_way, testing::ValuesIn(e
 TEST_F(reproduction, a_free_unit_outside_is_not_recorded_into) {
   tamper("UPDATE unit SET name = '" + outside +
          "big' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND state = 'free' LIMIT 1)");
-  stlab({"record", "--channel", "0", "--stream", "2", "--units", "4"});
+  stlab("record --channel 0 --stream 2 --units 4");
   // What was begun is brought home, or so the catalogue says.
-  st({"spacelist"});
+  st("spacelist");
 }
 
 TEST_F(reproduction, a_free_unit_of_a_whole_path_is_not_recorded_into) {
   tamper("UPDATE unit SET name = '" + (place.victim() / "big").string() +
          "' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND state = 'free' LIMIT 1)");
-  stlab({"record", "--channel", "0", "--stream", "2", "--units", "4"});
+  stlab("record --channel 0 --stream 2 --units 4");
   // What was begun is brought home, or so the catalogue says.
-  st({"spacelist"});
+  st("spacelist");
 }
 
 TEST_F(reproduction, repair_makes_no_file_outside) {
   tamper("UPDATE unit SET name = '" + outside +
          "new' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND state = 'free' LIMIT 1)");
-  stlab({"check", "--repair"});
+  stlab("check --repair");
   tamper("UPDATE unit SET state = 'bad' WHERE name LIKE '%new'");
-  stlab({"check", "--repair"});
+  stlab("check --repair");
 }
 
 TEST_F(reproduction, retention_takes_no_file_outside) {
   tamper("UPDATE unit SET name = '" + outside +
          "passwd' WHERE id = (SELECT id FROM unit WHERE period_id IS NOT NULL AND volume_id = 1 "
          "ORDER BY hour_ms LIMIT 1)");
-  stlab({"expire", "--days", "0"});
-  st({"volclean", "-1"});
+  stlab("expire --days 0");
+  st("volclean -1");
 }
 
 // With an identity that agrees, another folder would be a mounted volume.
@@ -179,7 +154,7 @@ TEST_F(reproduction, a_volume_outside_is_nobodys) {
 TEST_F(reproduction, a_storage_id_is_no_path) {
   std::string const id = "/../../../../victim/tree";
   fs::create_directory(place.recorder() / "share/vol1/FSU_");
-  hostile::write_file(place.recorder() / "share/vol1/identity", id + "\n");
+  support::write_file(place.recorder() / "share/vol1/identity", id + "\n");
   tamper("UPDATE volume SET sid_text = '" + id + "' WHERE id = 1");
   run_everything();
 }
@@ -211,11 +186,11 @@ class volume_by_link : public reproduction, public testing::WithParamInterface<l
 };
 
 TEST_P(volume_by_link, is_shown_as_not_mounted) {
-  EXPECT_TRUE(holds(st({"vollist", "Storage1"}).output, "[NOT_MOUNTED        ]"));
+  EXPECT_TRUE(holds(st("vollist Storage1").output, "[NOT_MOUNTED        ]"));
 }
 
 TEST_P(volume_by_link, is_reported_by_check) {
-  auto const found = stlab({"check"});
+  auto const found = stlab("check");
   EXPECT_NE(found.status, 0);
   EXPECT_TRUE(holds(found.output, "not-mounted: volume vol1")) << found.output;
 }
@@ -223,15 +198,15 @@ TEST_P(volume_by_link, is_reported_by_check) {
 TEST_P(volume_by_link, is_not_measured_by_autoclean) {
   auto const trace = place.recorder() / "trace";
   place.extra["STLAB_TRACE"] = trace;
-  auto const result = st({"autoclean"});
+  auto const result = st("autoclean");
   EXPECT_TRUE(holds(result.output, "Volume [/dev/null/share/vol1] path does not exist\n"))
       << result.output;
   EXPECT_TRUE(holds(result.output, "Volume space leak detected count: 0\n")) << result.output;
-  EXPECT_FALSE(holds(hostile::read_file(trace), "vol1/FSU_")) << hostile::read_file(trace);
+  EXPECT_FALSE(holds(support::content_of(trace), "vol1/FSU_")) << support::content_of(trace);
 }
 
 TEST_P(volume_by_link, takes_no_recording) {
-  auto const before = stlab({"record", "--channel", "0", "--stream", "2"});
+  auto const before = stlab("record --channel 0 --stream 2");
   EXPECT_NE(before.status, 0) << before.output;
 }
 
@@ -264,20 +239,16 @@ TEST_P(absurd_number, overflows_nothing) {
         "unit SET stream", "volume SET volume_no", "volume SET state", "volume SET type",
         "volume SET sid_number"}) {
     SCOPED_TRACE(column + " = " + number);
-    hostile::arena another(*base());
+    hostile::lying_recorder another(*base());
     another.tamper("UPDATE OR IGNORE " + column + " = " + number);
     another.remember();
-    for (words const& each : {words{"spaceinfo", "Storage1"}, words{"autoclean"},
-                              words{"volclean", "-1"}, words{"vollist", "Storage1"}}) {
-      EXPECT_EQ(hostile::problem_of_st(another.st(each)), "") << joined(each);
+    for (words const each :
+         {"spaceinfo Storage1", "autoclean", "volclean -1", "vollist Storage1"}) {
+      EXPECT_EQ(hostile::problem_of_st(another.st(each)), "") << text_of(each);
     }
-    for (words const& each : {words{"show"}, words{"check"}, words{"expire"},
-                              words{"record", "--channel", "0", "--stream", "2"},
-                              words{"leak", "--volume", "vol1"}, words{"check", "--repair"}}) {
-      EXPECT_EQ(hostile::problem_of_stlab(
-                    another.stlab(each.front(), words(each.begin() + 1, each.end()))),
-                "")
-          << joined(each);
+    for (words const each : {"show", "check", "expire", "record --channel 0 --stream 2",
+                             "leak --volume vol1", "check --repair"}) {
+      EXPECT_EQ(hostile::problem_of_stlab(another.stlab(each)), "") << text_of(each);
     }
     EXPECT_EQ(another.harm(hostile::depth::with_content), "");
   }
@@ -389,7 +360,7 @@ TEST_F(reproduction, a_unit_that_is_another_file_too_is_not_recorded_into) {
     break;
   }
   place.remember();
-  stlab({"record", "--channel", "0", "--stream", "2", "--units", "4"});
+  stlab("record --channel 0 --stream 2 --units 4");
 }
 
 // A journal can name another one, which is removed with it.
@@ -411,11 +382,11 @@ TEST_F(reproduction, a_journal_takes_no_file_outside_with_it) {
   journal += big_endian(0x40000000U / page_size + 1) + owner + big_endian(owner.size()) +
              big_endian(sum) + magic;
   for (words const& each : most_st_words) {
-    hostile::write_file(place.recorder() / "catalogue.db-journal", journal);
+    support::write_file(place.recorder() / "catalogue.db-journal", journal);
     st(each);
   }
   for (words const& each : most_stlab_commands) {
-    hostile::write_file(place.recorder() / "catalogue.db-journal", journal);
+    support::write_file(place.recorder() / "catalogue.db-journal", journal);
     stlab(each);
   }
 }
@@ -424,7 +395,7 @@ TEST_F(reproduction, a_journal_takes_no_file_outside_with_it) {
 
 TEST_F(reproduction, a_trigger_does_not_run) {
   tamper("CREATE TRIGGER wipe AFTER UPDATE ON volume BEGIN DELETE FROM unit; END");
-  st({"volset", "vol1", "1", "0"});
+  st("volset vol1 1 0");
   EXPECT_EQ(place.ask("SELECT count(*) FROM unit"), 16);
 }
 
@@ -441,8 +412,8 @@ class changed_schema : public reproduction, public testing::WithParamInterface<c
 // Whatever it is: it is not the schema that the recorder was made with.
 TEST_P(changed_schema, is_refused) {
   tamper(GetParam());
-  EXPECT_EQ(st({"spacelist"}).output, "Query storage settings faiure.\n");
-  auto const shown = stlab({"show"});
+  EXPECT_EQ(st("spacelist").output, "Query storage settings faiure.\n");
+  auto const shown = stlab("show");
   EXPECT_NE(shown.status, 0);
   EXPECT_NE(shown.errors, "");
 }
@@ -460,9 +431,8 @@ TEST_F(reproduction, show_prints_no_control_character) {
   tamper(
       "UPDATE volume SET name = 'vol1' || char(27) || '[2J' || char(10) || 'clean' WHERE id = 1;"
       "UPDATE space SET name = 'Storage1' || char(27) || ']0;forged' || char(7) WHERE id = 1");
-  for (words const& each :
-       {words{"show"}, words{"show", "--periods"}, words{"check"},
-        words{"assign", "--channel", "1"}, words{"record", "--channel", "0", "--stream", "2"}}) {
+  for (words const each :
+       {"show", "show --periods", "check", "assign --channel 1", "record --channel 0 --stream 2"}) {
     auto const result = stlab(each);
     auto const text = result.output + result.errors;
     EXPECT_TRUE(std::all_of(text.begin(), text.end(),
@@ -470,9 +440,9 @@ TEST_F(reproduction, show_prints_no_control_character) {
                               auto const value = static_cast<unsigned char>(at);
                               return at == '\n' || (value >= ' ' && value != 127);
                             }))
-        << joined(each) << '\n'
+        << text_of(each) << '\n'
         << testing::PrintToString(text);
-    EXPECT_FALSE(holds(text, "\nclean")) << joined(each) << '\n' << text;
+    EXPECT_FALSE(holds(text, "\nclean")) << text_of(each) << '\n' << text;
   }
 }
 
@@ -485,7 +455,7 @@ class volume_away : public reproduction {
     place.remember();
   }
 
-  std::string listed() const { return st({"vollist", "Storage1"}).output; }
+  std::string listed() const { return st("vollist Storage1").output; }
 };
 
 TEST_F(volume_away, shows_an_active_volume_as_not_mounted) {
@@ -498,9 +468,9 @@ TEST_F(volume_away, shows_a_standby_volume_as_standby_and_not_mounted) {
 }
 
 TEST_F(volume_away, takes_a_setting) {
-  st({"volset", "vol1", "0", "0"});
+  st("volset vol1 0 0");
   EXPECT_TRUE(holds(listed(), "[STANDBY_NOT_MOUNTED]")) << listed();
-  st({"volset", "vol1", "0", "1"});
+  st("volset vol1 0 1");
   EXPECT_TRUE(holds(listed(), "[NOT_MOUNTED        ]")) << listed();
 }
 
@@ -510,38 +480,36 @@ class left_by_a_make : public testing::TestWithParam<words> {};
 
 TEST_P(left_by_a_make, is_told_from_a_strangers_folder) {
   hostile::recorder_template const base;
-  hostile::arena const place(base);
+  hostile::lying_recorder const place(base);
   auto const folder = place.folder() / "rec";
   fs::create_directory(folder);
   for (std::string const& name : GetParam()) {
     if (name == "share") {
       fs::create_directory(folder / name);
     } else {
-      hostile::write_file(folder / name, "");
+      support::write_file(folder / name, "");
     }
   }
-  auto const result =
-      hostile::run({STLAB_PROGRAM, "make", folder}, {}, place.folder(), hostile::time_limit);
+  auto const result = support::run({STLAB_PROGRAM, "make", folder}, {}, place.folder());
   EXPECT_NE(result.status, 0);
   EXPECT_TRUE(holds(result.errors, "it looks as a stopped make leaves it")) << result.errors;
   for (std::string const& name : GetParam()) EXPECT_TRUE(fs::exists(folder / name)) << name;
 }
 
 INSTANTIATE_TEST_SUITE_P(by_remains, left_by_a_make,
-                         testing::Values(words{"catalogue.new-journal"}, words{"catalogue.new"},
-                                         words{"share"},
-                                         words{"catalogue.new", "catalogue.new-journal"},
-                                         words{"catalogue.new", "catalogue.db-journal", "share"}));
+                         testing::Values(words("catalogue.new-journal"), words("catalogue.new"),
+                                         words("share"),
+                                         words("catalogue.new catalogue.new-journal"),
+                                         words("catalogue.new catalogue.db-journal share")));
 
 TEST(left_by_nobody, is_a_strangers_folder) {
   hostile::recorder_template const base;
-  hostile::arena const place(base);
+  hostile::lying_recorder const place(base);
   auto const folder = place.folder() / "rec";
   fs::create_directory(folder);
-  hostile::write_file(folder / "letter", "");
-  hostile::write_file(folder / "catalogue.new", "");
-  auto const result =
-      hostile::run({STLAB_PROGRAM, "make", folder}, {}, place.folder(), hostile::time_limit);
+  support::write_file(folder / "letter", "");
+  support::write_file(folder / "catalogue.new", "");
+  auto const result = support::run({STLAB_PROGRAM, "make", folder}, {}, place.folder());
   EXPECT_NE(result.status, 0);
   EXPECT_FALSE(holds(result.errors, "stopped make")) << result.errors;
 }

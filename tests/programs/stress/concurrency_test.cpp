@@ -4,7 +4,7 @@
 #include <future>
 #include <random>
 
-#include "stress_bench.h"
+#include "stress_test.h"
 
 namespace stress {
 namespace {
@@ -58,7 +58,7 @@ TEST_F(concurrency, two_runs_and_a_recorder_lose_nothing) {
     SCOPED_TRACE(first.command.front() + " beside " + second.command.front());
     run_together(first, second, random() % 2 == 0);
     expect_sound(moves::done);
-    st({"volclean", "-1"});
+    st("volclean -1");
     EXPECT_EQ(lost(), 0);
     expect_clean();
   }

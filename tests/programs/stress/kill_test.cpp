@@ -3,7 +3,7 @@
 #include <chrono>
 #include <iostream>
 
-#include "stress_bench.h"
+#include "stress_test.h"
 
 namespace stress {
 namespace {
@@ -18,7 +18,7 @@ class killing : public stress_test {
   double seconds_of_a_run() const {
     leak_twice();
     auto const start = std::chrono::steady_clock::now();
-    st({"autoclean"});
+    st("autoclean");
     std::chrono::duration<double> const length = std::chrono::steady_clock::now() - start;
     return length.count();
   }
@@ -37,7 +37,7 @@ TEST_F(killing, autoclean_loses_nothing_and_a_later_run_finishes) {
     leak_twice();
     std::int64_t const leaked = lost();
     EXPECT_EQ(leaked, 2 * leaked_units);
-    bool const in_time = was_killed(run_st({"autoclean"}, {}, killed_after(after)));
+    bool const in_time = was_killed(run_st("autoclean", {}, killed_after(after)));
     killed += in_time ? 1 : 0;
     moments.note(in_time);
     expect_sound(moves::recycling);
@@ -47,7 +47,7 @@ TEST_F(killing, autoclean_loses_nothing_and_a_later_run_finishes) {
 
     // What either stream has lost is more than 5 % of its volume: a later run
     // has nothing to leave.
-    st({"autoclean"});
+    st("autoclean");
     EXPECT_EQ(moving(), 0);
     EXPECT_EQ(lost(), 0);
     expect_clean();

@@ -10,13 +10,13 @@
 #include "lab/catalogue/sqlite.h"
 #include "lab/volume/lock.h"
 #include "lab/volume/place.h"
-#include "stress_bench.h"
+#include "stress_test.h"
 
 namespace stress {
 namespace {
 
 constexpr std::chrono::milliseconds no_wait{0};
-end_to_end::environment const impatient{{"STLAB_LOCK_TIMEOUT_MS", "0"}};
+environment const impatient{{"STLAB_LOCK_TIMEOUT_MS", "0"}};
 
 class locks : public stress_test {
  protected:
@@ -27,6 +27,7 @@ class locks : public stress_test {
   }
 
   std::filesystem::path trace() const { return folder / "trace"; }
+  std::string calls() const { return support::content_of(trace()); }
 
   // Waits for a program that is under way; gives up when it ends without.
   template <typename Future>
@@ -35,18 +36,18 @@ class locks : public stress_test {
       return ends.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
     };
     while (!std::filesystem::exists(trace()) ||
-           end_to_end::content_of(trace()).find("[\"" + operation) == std::string::npos) {
+           calls().find("[\"" + operation) == std::string::npos) {
       ASSERT_FALSE(over()) << "no call of " << operation;
       ::sched_yield();
     }
   }
 
   static std::vector<words> list_commands() {
-    return {{"spacelist"},    {"vollist", "Storage1"}, {"vollist", "Storage2"},  {"volchn", "vol1"},
-            {"voluse", "-1"}, {"nullid", "-1"},        {"spaceinfo", "Storage1"}};
+    return {"spacelist", "vollist Storage1", "vollist Storage2",  "volchn vol1",
+            "voluse -1", "nullid -1",        "spaceinfo Storage1"};
   }
 
-  std::string list(words const& command, end_to_end::environment const& extra) const {
+  std::string list(words const& command, environment const& extra) const {
     auto const result = run_st(command, extra);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.errors, "");
@@ -110,16 +111,15 @@ TEST_F(locks, a_volclean_waits_for_whoever_writes) {
   leak(0);
   std::optional<lab::volume_lock> lock = hold(0);
   auto running = std::async(std::launch::async, [&] {
-    return run_st({"volclean", "0"},
-                  {{"STLAB_TRACE", trace()}, {"STLAB_LOCK_TIMEOUT_MS", "600000"}});
+    return run_st("volclean 0", {{"STLAB_TRACE", trace()}, {"STLAB_LOCK_TIMEOUT_MS", "600000"}});
   });
   wait_for_call("CFSTier::CFSTier", running);
   EXPECT_EQ(lost(), leaked_units);
   lock.reset();
   auto const result = running.get();
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(count(end_to_end::content_of(trace()), R"({"result":-1)"), 0U);
-  EXPECT_EQ(count(end_to_end::content_of(trace()), R"({"result":0,"units":6})"), 1U);
+  EXPECT_EQ(count(calls(), R"({"result":-1)"), 0U);
+  EXPECT_EQ(count(calls(), R"({"result":0,"units":6})"), 1U);
   expect_clean();
 }
 
@@ -131,17 +131,17 @@ TEST_F(locks, a_volclean_that_never_gets_its_turn_reports_a_service_failure) {
     lab::volume_lock const lock = hold(0);
     auto environment = impatient;
     environment.insert({"STLAB_TRACE", trace()});
-    auto const result = run_st({"volclean", "0"}, environment);
+    auto const result = run_st("volclean 0", environment);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(count(result.output, "Initial Tier to process failure.\n"), 10U) << result.output;
     EXPECT_EQ(count(result.output, "Success.\n") + count(result.output, "Can not find"), 10U);
   }
-  std::string const calls = end_to_end::content_of(trace());
-  EXPECT_EQ(count(calls, "CFSTier::init: volume vol1 is being written"), 10U);
-  EXPECT_EQ(count(calls, R"({"result":0,"units":0})"), 10U) << "each stream on the other space";
+  std::string const called = calls();
+  EXPECT_EQ(count(called, "CFSTier::init: volume vol1 is being written"), 10U);
+  EXPECT_EQ(count(called, R"({"result":0,"units":0})"), 10U) << "each stream on the other space";
   EXPECT_EQ(lost(), leaked_units);
   expect_sound(moves::done);
-  st({"volclean", "0"});
+  st("volclean 0");
   expect_clean();
 }
 
@@ -149,10 +149,10 @@ TEST_F(locks, two_volcleans_share_the_work) {
   leak(0);
   leak(1);
   auto const clean = [this](std::string const& file) {
-    auto const result = run_st({"volclean", "-1"}, {{"STLAB_TRACE", folder / file}});
+    auto const result = run_st("volclean -1", {{"STLAB_TRACE", folder / file}});
     EXPECT_EQ(result.status, 0);
     std::int64_t units = 0;
-    for (std::string const& line : end_to_end::lines_of(end_to_end::content_of(folder / file))) {
+    for (std::string const& line : support::lines_of(support::content_of(folder / file))) {
       EXPECT_EQ(line.find(R"({"result":-1)"), std::string::npos) << line;
       std::size_t const at = line.find(R"("units":)");
       if (at != std::string::npos) units += std::stoll(line.substr(at + 8));
@@ -218,8 +218,8 @@ TEST_F(lists_beside_writers, none_fails) {
       std::async(std::launch::async, [&] { return longest_list(rounds()); }).share();
   auto other = std::async(std::launch::async, [&] { return write_beside(reading, 1); });
   int const written = write_beside(reading, 0) + other.get();
-  std::string const calls = end_to_end::content_of(trace());
-  EXPECT_EQ(count(calls, R"("result":-1)") + count(calls, ",-1]\n"), 0U) << calls;
+  std::string const called = calls();
+  EXPECT_EQ(count(called, R"("result":-1)") + count(called, ",-1]\n"), 0U) << called;
   std::cout << "the longest of " << static_cast<std::size_t>(rounds()) * list_commands().size()
             << " lists took " << reading.get() << " s beside " << written
             << " hours that were written\n";
@@ -233,10 +233,10 @@ TEST_F(locks, a_volset_that_never_gets_its_turn_changes_nothing) {
     lab::transaction const open(catalogue, lab::transaction_kind::writing);
     auto environment = impatient;
     environment.insert({"STLAB_TRACE", trace()});
-    auto const result = run_st({"volset", "vol1", "1", "0"}, environment);
+    auto const result = run_st("volset vol1 1 0", environment);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output + result.errors, "") << "volset tells of no failure";
-    EXPECT_EQ(count(end_to_end::content_of(trace()), "in use by somebody else"), 1U);
+    EXPECT_EQ(count(calls(), "in use by somebody else"), 1U);
   }
   EXPECT_EQ(lists(), before);
 }

@@ -54,7 +54,7 @@ class measured_volumes {
   measured_volumes(measured_volumes const&) = delete;
   measured_volumes& operator=(measured_volumes const&) = delete;
 
-  std::string path(std::string const& below) const { return base_.path() + "/" + below; }
+  std::string path(std::string const& below) const { return base_.path().string() + "/" + below; }
   // The calls that measure them.
   lines probes() const {
     lines calls;

@@ -19,7 +19,9 @@ class find_hour_folder_volume : public testing::Test {
     }
   }
 
-  std::string path(int number) const { return base_.path() + "/vol" + std::to_string(number); }
+  std::string path(int number) const {
+    return base_.path().string() + "/vol" + std::to_string(number);
+  }
   std::string storage_folder(int number) const { return path(number) + "/FSU_" + filled(32, 'v'); }
   void make_hour_folder(int number) const {
     std::filesystem::create_directories(storage_folder(number) + "/hour");

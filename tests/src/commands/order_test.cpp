@@ -186,13 +186,14 @@ TEST(order, volclean) {
 TEST(order, autoclean) {
   temporary_folder const base;
   auto const folder_of = [&](std::string const& name) {
-    return base.path() + "/share/" + name + "/FSU_" + filled(32, 'v') + "/preallocate";
+    return base.path().string() + "/share/" + name + "/FSU_" + filled(32, 'v') + "/preallocate";
   };
   auto script =
       whole_service().with_channels({channel(0, 'c')}).with_volumes({}).refusing("init", 2);
   for (std::string const name : {"gone", "mute", "sound", "leaking", "failing"}) {
     auto const number = static_cast<std::int32_t>(script.volumes.size());
-    script.volumes.push_back(sized(volume(base.path() + "/share/" + name, number, 'v'), 2000));
+    script.volumes.push_back(
+        sized(volume(base.path().string() + "/share/" + name, number, 'v'), 2000));
     if (name != "gone") std::filesystem::create_directories(folder_of(name));
   }
   script.program = [&](std::vector<std::string> const& arguments) -> std::optional<std::string> {
@@ -228,14 +229,15 @@ TEST(order, autoclean) {
     }
     return all;
   };
-  EXPECT_EQ(run({"autoclean"}, script),
-            dispatched(chain(
-                {{"setting.get_volume_list()",
-                  "Volume [" + base.path() + "/share/gone] path does not exist\n", probe("mute"),
-                  "Can not get preallocate remain size info.\n", probe("sound"), "velt_pclose()"},
-                 leaking(1, "leaking"),
-                 leaking(2, "failing"),
-                 {"Volume space leak detected count: 2\n", "recycle check process done.\n"}})));
+  EXPECT_EQ(
+      run({"autoclean"}, script),
+      dispatched(chain(
+          {{"setting.get_volume_list()",
+            "Volume [" + base.path().string() + "/share/gone] path does not exist\n", probe("mute"),
+            "Can not get preallocate remain size info.\n", probe("sound"), "velt_pclose()"},
+           leaking(1, "leaking"),
+           leaking(2, "failing"),
+           {"Volume space leak detected count: 2\n", "recycle check process done.\n"}})));
 
   EXPECT_EQ(run({"autoclean"}, script.with_volumes({})),
             dispatched({"setting.get_volume_list()", "no volume found\n",
@@ -245,10 +247,11 @@ TEST(order, autoclean) {
 TEST(order, autoclean_tells_that_there_are_no_channels_behind_the_leak) {
   temporary_folder const base;
   base.make("share/vol1/FSU_" + filled(32, 'v') + "/preallocate");
-  auto const script = whole_service()
-                          .with_channels({})
-                          .with_volumes({sized(volume(base.path() + "/share/vol1", 1), 2000)})
-                          .with_program_output("0\n");
+  auto const script =
+      whole_service()
+          .with_channels({})
+          .with_volumes({sized(volume(base.path().string() + "/share/vol1", 1), 2000)})
+          .with_program_output("0\n");
   lines const all = run({"autoclean"}, script);
   auto const asked = std::find(all.begin(), all.end(), "setting.get_channel_list(1)");
   ASSERT_NE(asked, all.end());

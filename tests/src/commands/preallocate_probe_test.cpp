@@ -22,7 +22,7 @@ std::string const path_missing = "path does not exist\n-1 77 88\n";
 class probed_volume {
  public:
   explicit probed_volume(std::string const& name = "share/vol1")
-      : path_(base_.path() + "/" + name),
+      : path_(base_.path().string() + "/" + name),
         folder_(base_.make(name + "/FSU_" + filled(32, 'v') + "/preallocate")) {}
 
   std::string const& path() const { return path_; }
@@ -98,14 +98,14 @@ TEST(preallocate_probe, reads_the_first_number_that_du_prints_in_kilobytes) {
 
 TEST(preallocate_probe, a_missing_folder_fails_and_writes_nothing) {
   temporary_folder const empty;
-  std::string const path = empty.path() + "/share/vol1";
+  std::string const path = empty.path().string() + "/share/vol1";
   expect_run(du_prints("1024\n"), probe(volume(path, 1)), "Volume [" + path + "] " + path_missing,
              {});
 }
 
 TEST(preallocate_probe, a_file_in_place_of_the_folder_fails) {
   temporary_folder const base;
-  std::string const path = base.path() + "/share/vol1";
+  std::string const path = base.path().string() + "/share/vol1";
   std::string const storage = base.make("share/vol1/FSU_" + filled(32, 'v'));
   ASSERT_EQ(std::fclose(std::fopen((storage + "/preallocate").c_str(), "w")), 0);
   expect_run(du_prints("1024\n"), probe(volume(path, 1)), "Volume [" + path + "] " + path_missing,
@@ -184,8 +184,8 @@ TEST(preallocate_probe, uses_32_characters_of_an_id_without_terminator) {
 
 // A volume path that makes the folder's path `size` characters long.
 std::string name_for(std::size_t size) {
-  std::size_t const rest =
-      size - temporary_folder().path().size() - std::string("/share//FSU_/preallocate").size() - 32;
+  std::size_t const rest = size - temporary_folder().path().string().size() -
+                           std::string("/share//FSU_/preallocate").size() - 32;
   return "share/" + filled(rest, 'p');
 }
 

@@ -1,11 +1,8 @@
-#include "stress_bench.h"
-
-#include <stdlib.h>
+#include "stress_test.h"
 
 #include <algorithm>
 #include <ctime>
 #include <fstream>
-#include <iostream>
 #include <random>
 #include <regex>
 
@@ -23,20 +20,9 @@ constexpr int killed_status = 128 + 9;
 // The signal was due when the program had just ended.
 constexpr int too_late_status = 124;
 
-fs::path new_folder() {
-  std::string name = (fs::temp_directory_path() / "st-stress-XXXXXX").string();
-  if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder " + name);
-  return fs::canonical(name);
-}
-
 bool is_guarded(fs::path const& unit) {
   return unit.parent_path().filename().string().find("_NR_S02_") != std::string::npos &&
          std::regex_search(unit.parent_path().filename().string(), std::regex("^ch0[34]"));
-}
-
-bool ends_with(std::string const& text, std::string const& ending) {
-  return text.size() >= ending.size() &&
-         text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
 }
 
 // The findings that a check may have.
@@ -75,19 +61,19 @@ bool tells_of_failure(std::string const& output) {
 
 std::vector<job> const& jobs() {
   static std::vector<job> const all{
-      {{"volclean", "-1"}, "Recycle process done.\n"},
-      {{"volclean", "0"}, "Recycle process done.\n"},
-      {{"autoclean"}, "recycle check process done.\n"},
-      {{"volset", "vol1", "1", "0"}, ""},
-      {{"volset", "vol1", "0", "1"}, ""},
-      {{"volset", "vol2", "0", "0"}, ""},
-      {{"spacelist"}, "]\n\n"},
-      {{"vollist", "Storage1"}, "%\n"},
-      {{"vollist", "Storage2"}, "%\n"},
-      {{"voluse", "-1"}, "ch32 volume=[]\n"},
-      {{"volchn", "vol1"}, "[01] uses channel[01]\n[02] uses channel[03]\n"},
-      {{"nullid", "-1"}, "Total have [0] time period data has null storage id.\n"},
-      {{"spaceinfo", "Storage1"}, "(GB)\n"},
+      {"volclean -1", "Recycle process done.\n"},
+      {"volclean 0", "Recycle process done.\n"},
+      {"autoclean", "recycle check process done.\n"},
+      {"volset vol1 1 0", ""},
+      {"volset vol1 0 1", ""},
+      {"volset vol2 0 0", ""},
+      {"spacelist", "]\n\n"},
+      {"vollist Storage1", "%\n"},
+      {"vollist Storage2", "%\n"},
+      {"voluse -1", "ch32 volume=[]\n"},
+      {"volchn vol1", "[01] uses channel[01]\n[02] uses channel[03]\n"},
+      {"nullid -1", "Total have [0] time period data has null storage id.\n"},
+      {"spaceinfo Storage1", "(GB)\n"},
   };
   return all;
 }
@@ -103,7 +89,7 @@ words killed_after(double seconds) {
           std::to_string(std::max(seconds, 0.0001))};
 }
 
-bool was_killed(end_to_end::outcome const& result) {
+bool was_killed(outcome const& result) {
   bool const killed = result.status == killed_status;
   EXPECT_TRUE(killed || result.status == 0 || result.status == too_late_status)
       << result.status << "\n"
@@ -111,24 +97,11 @@ bool was_killed(end_to_end::outcome const& result) {
   return killed;
 }
 
-stress_test::stress_test()
-    : folder(new_folder()),
-      recorder(folder / "recorder"),
-      now_(std::to_string(static_cast<long long>(std::time(nullptr)))) {
-  stlab("make", {"--spaces", "2", "--volumes", "1", "--volume-mb", "64", "--days", "0"});
-  stlab("record",
-        {"--channel", "2", "--channel", "3", "--stream", "2", "--hours", "3", "--units", "2"});
+stress_test::stress_test() : now_(std::to_string(static_cast<long long>(std::time(nullptr)))) {
+  stlab("make --spaces 2 --volumes 1 --volume-mb 64 --days 0");
+  stlab("record --channel 2 --channel 3 --stream 2 --hours 3 --units 2");
   guard_units();
   if (guarded_.size() != 12) throw std::runtime_error("not every unit is guarded");
-}
-
-stress_test::~stress_test() {
-  if (HasFailure()) {
-    std::cerr << "the test's folder is kept: " << folder << '\n';
-    return;
-  }
-  std::error_code ignored;
-  fs::remove_all(folder, ignored);
 }
 
 // Each gets a content of its own.
@@ -144,30 +117,24 @@ void stress_test::guard_units() {
   }
 }
 
-end_to_end::outcome stress_test::run_stlab(std::string const& command, words const& options,
-                                           words const& wrapper) const {
-  words line = wrapper;
-  line.insert(line.end(), {STLAB_PROGRAM, command, recorder});
-  line.insert(line.end(), options.begin(), options.end());
+outcome stress_test::run_stlab(words const& command, words const& wrapper) const {
+  words line = wrapper + words{STLAB_PROGRAM, command.front(), recorder} +
+               words(command.begin() + 1, command.end());
   bool const has_now = std::find(line.begin(), line.end(), "--now") != line.end();
-  if (command != "check" && !has_now) line.insert(line.end(), {"--now", now_});
-  return end_to_end::run(line, {}, folder);
+  if (command.front() != "check" && !has_now) line += {"--now", now_};
+  return run_here(line);
 }
 
-std::string stress_test::stlab(std::string const& command, words const& options) const {
-  auto const result = run_stlab(command, options);
-  EXPECT_EQ(result.status, 0) << "stlab " << command << "\n" << result.output << result.errors;
+std::string stress_test::stlab(words const& command) const {
+  auto const result = run_stlab(command);
+  EXPECT_EQ(result.status, 0) << text_of(command) << "\n" << result.output << result.errors;
   return result.output;
 }
 
-end_to_end::outcome stress_test::run_st(words const& command, end_to_end::environment extra,
-                                        words const& wrapper) const {
-  words line = wrapper;
-  line.emplace_back(ST_PROGRAM);
-  line.insert(line.end(), command.begin(), command.end());
+outcome stress_test::run_st(words const& command, environment extra, words const& wrapper) const {
   // Waits longer than by default: a test machine can be slow.
-  extra.insert({{"STLAB_RECORDER", recorder}, {"STLAB_LOCK_TIMEOUT_MS", "60000"}});
-  return end_to_end::run(line, extra, folder);
+  extra.insert({"STLAB_LOCK_TIMEOUT_MS", "60000"});
+  return run_here(wrapper + words{ST_PROGRAM} + command, extra);
 }
 
 std::string stress_test::st(words const& command, beside others) const {
@@ -181,21 +148,21 @@ std::string stress_test::st(words const& command, beside others) const {
 
 void stress_test::perform(job const& which) const {
   std::string const output = st(which.command, beside::writers);
-  EXPECT_TRUE(ends_with(output, which.ending)) << which.command.front() << "\n" << output;
+  EXPECT_TRUE(support::ends_with(output, which.ending)) << which.command.front() << "\n" << output;
 }
 
 void stress_test::leak(int channel, int stream) const {
-  stlab("leak", {"--volume", "vol" + std::to_string(channel + 1), "--channel",
-                 std::to_string(channel), "--stream", std::to_string(stream), "--hours",
-                 std::to_string(leaked_units), "--units", "1"});
+  stlab("leak --volume vol" + std::to_string(channel + 1) + " --channel " +
+        std::to_string(channel) + " --stream " + std::to_string(stream) + " --hours " +
+        std::to_string(leaked_units) + " --units 1");
 }
 
-void stress_test::record() const { stlab("record", {"--channel", "0", "--channel", "1"}); }
+void stress_test::record() const { stlab("record --channel 0 --channel 1"); }
 
-void stress_test::expire() const { stlab("expire", expiry(12)); }
+void stress_test::expire() const { stlab(expiry(12)); }
 
 words stress_test::expiry(int hours) const {
-  return {"--days", "0", "--now", std::to_string(std::stoll(now_) - hours * 3600LL)};
+  return "expire --days 0 --now " + std::to_string(std::stoll(now_) - hours * 3600LL);
 }
 
 lab::recorder stress_test::reader() const {
@@ -257,7 +224,7 @@ void stress_test::expect_sound(moves state) const {
     EXPECT_EQ(moving(), 0);
   }
   for (auto const& [unit, content] : guarded_) {
-    EXPECT_TRUE(fs::is_regular_file(unit) && end_to_end::content_of(unit) == content)
+    EXPECT_TRUE(fs::is_regular_file(unit) && support::content_of(unit) == content)
         << unit << " is not what it was";
   }
 }

@@ -12,11 +12,13 @@
 #include <vector>
 
 #include "lab/recorder/recorder.h"
-#include "program.h"
+#include "program_test.h"
 
 namespace stress {
 
-using words = std::vector<std::string>;
+using support::environment;
+using support::outcome;
+using support::words;
 
 // 20, or 200 with ST_LONG_CHECKS=1 in the environment.
 int rounds();
@@ -62,27 +64,22 @@ words killed_after(double seconds);
 
 // True when the signal came in time; anything but that or a good end fails the
 // test.
-bool was_killed(end_to_end::outcome const& result);
+bool was_killed(outcome const& result);
 
 // Two spaces with one volume of 64 units each and four channels, two on each
 // volume. Channels 0 and 1 leak, in stream 1; they also record in stream 0.
-// Channels 2 and 3 have recordings in stream 2 that nobody may touch. The
-// folder stays, and is named, when the test fails.
-class stress_test : public testing::Test {
+// Channels 2 and 3 have recordings in stream 2 that nobody may touch.
+class stress_test : public support::program_test {
  protected:
   stress_test();
-  ~stress_test() override;
 
-  // Must end with status 0; gives the output.
-  std::string stlab(std::string const& command, words const& options = {}) const;
-
-  // `wrapper` goes in front of the command line.
-  end_to_end::outcome run_stlab(std::string const& command, words const& options = {},
-                                words const& wrapper = {}) const;
+  // At the fixture's moment, unless the command names another. Must end with
+  // status 0; gives the output.
+  std::string stlab(words const& command) const;
 
   // `wrapper` goes in front of the command line.
-  end_to_end::outcome run_st(words const& command, end_to_end::environment extra = {},
-                             words const& wrapper = {}) const;
+  outcome run_stlab(words const& command, words const& wrapper = {}) const;
+  outcome run_st(words const& command, environment extra = {}, words const& wrapper = {}) const;
 
   // Must end with status 0 and print no failure; gives the output. Beside
   // writers, du may miss a unit that has just been moved.
@@ -99,7 +96,7 @@ class stress_test : public testing::Test {
   // is older than half a day.
   void record() const;
   void expire() const;
-  // The options of stlab expire, to keep so many hours.
+  // The command that keeps so many hours.
   words expiry(int hours) const;
 
   lab::recorder reader() const;
@@ -114,9 +111,6 @@ class stress_test : public testing::Test {
 
   // And nothing at all to be found, neither by a check nor, twice, by autoclean.
   void expect_clean() const;
-
-  std::filesystem::path folder;
-  std::filesystem::path recorder;
 
  private:
   void expect_intact_catalogue() const;

@@ -10,34 +10,20 @@
 #include <string>
 #include <vector>
 
+#include "engine_test.h"
 #include "lab/recorder/recorder.h"
 
-namespace bench {
+namespace fault_support {
 
 namespace fs = std::filesystem;
 
-inline constexpr std::int64_t hour = 3'600'000;
-inline constexpr std::int64_t now = 1'795'219'200'000;  // 2026-11-21 00:00:00 UTC
+using support::hour;
+using support::now;
 inline constexpr lab::span always{0, 4'000'000'000'000};
 
 // The stream that the operations under test are about, and its channel's id.
 inline constexpr lab::stream main_stream{1, 4, 0};
 inline constexpr char const* main_stream_folders = "ch01_NR_S00_";
-
-// Goes with all that is in it. In memory when there is room, so that syncing
-// costs nothing.
-class temporary_folder {
- public:
-  temporary_folder();
-  ~temporary_folder();
-  temporary_folder(temporary_folder const&) = delete;
-  temporary_folder& operator=(temporary_folder const&) = delete;
-
-  fs::path const& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
 
 // Copies a recorder as it lies on disk: hard links stay links among the copies.
 // Units have blocks of their own.
@@ -72,4 +58,4 @@ std::vector<std::string> problems_when_stopped(fs::path const& recorder, origin 
 // What a recorder must be like once its moves have been finished.
 std::vector<std::string> problems_when_finished(fs::path const& recorder, origin const& before);
 
-}  // namespace bench
+}  // namespace fault_support

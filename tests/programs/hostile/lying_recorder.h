@@ -7,65 +7,42 @@
 // So deep that no "../" of a hostile name leaves FOLDER.
 #pragma once
 
-#include <sys/stat.h>
-
 #include <cstdint>
 #include <filesystem>
-#include <map>
-#include <optional>
 #include <string>
-#include <vector>
 
-#include "run.h"
+#include "files.h"
+#include "program.h"
+#include "snapshot.h"
 
 namespace hostile {
+
+using support::depth;
+using support::outcome;
+using support::words;
 
 // One small recorder with leaks and periods without a storage id: spaces
 // Storage1 and Storage2, volumes vol1 and vol2, channels 0 to 2.
 class recorder_template {
  public:
   recorder_template();
-  ~recorder_template();
-  recorder_template(recorder_template const&) = delete;
-  recorder_template& operator=(recorder_template const&) = delete;
 
-  std::filesystem::path const& path() const { return path_; }
+  std::filesystem::path path() const { return folder_.path() / "recorder"; }
 
  private:
-  std::filesystem::path folder_;
-  std::filesystem::path path_;
+  support::temporary_folder folder_;
 };
 
-// What is at a path; of a file also its content.
-struct thing {
-  mode_t mode;
-  ino_t inode;
-  nlink_t links;
-  nlink_t own_links;  // those that are no second names in the recorder
-  off_t size;
-  std::int64_t changed_ns;
-  std::string content;
-};
-
-using picture = std::map<std::string, thing>;
-
-enum class depth { names_only, with_content };
-
-class arena {
+class lying_recorder {
  public:
-  explicit arena(recorder_template const& from);
-  // Removes everything, unless it is to be kept.
-  ~arena();
-  arena(arena const&) = delete;
-  arena& operator=(arena const&) = delete;
+  explicit lying_recorder(recorder_template const& from);
 
-  std::filesystem::path const& folder() const { return folder_; }
+  std::filesystem::path const& folder() const { return folder_.path(); }
   std::filesystem::path const& recorder() const { return recorder_; }
   std::filesystem::path const& victim() const { return victim_; }
-  void keep() { kept_ = true; }
 
   // What the programs get besides STLAB_RECORDER and STLAB_LOCK_TIMEOUT_MS.
-  environment extra;
+  support::environment extra;
 
   // The folder of a volume that holds its units, as it was made.
   std::filesystem::path storage(std::string const& volume) const;
@@ -86,15 +63,19 @@ class arena {
 
   // Runs `st WORDS...`, or `stlab COMMAND RECORDER OPTIONS...`.
   outcome st(words const& arguments) const;
-  outcome stlab(std::string const& command, words const& options) const;
+  outcome stlab(words const& command) const;
 
  private:
-  std::filesystem::path folder_;
-  std::filesystem::path recorder_;
-  std::filesystem::path victim_;
-  picture remembered_;
-  bool kept_ = false;
+  outcome run(words const& line) const;
+
+  support::temporary_folder folder_;
+  std::filesystem::path const recorder_ = folder_.path() / "1/2/3/4/5/6/7/8/recorder";
+  std::filesystem::path const victim_ = recorder_.parent_path() / "victim";
+  support::snapshot remembered_;
 };
+
+// What a sanitizer ends a program with: nothing else does.
+inline constexpr int sanitizer_status = 99;
 
 // What was wrong with a run of st or stlab, empty when nothing: a signal, too
 // long a run, a status that is not documented, a sanitizer's report.
@@ -104,8 +85,5 @@ std::string problem_of_stlab(outcome const& result);
 // How long the programs wait for somebody else, and how long they may take.
 inline constexpr std::chrono::milliseconds lock_timeout{200};
 inline constexpr std::chrono::milliseconds time_limit{lock_timeout + std::chrono::seconds(5)};
-
-void write_file(std::filesystem::path const& file, std::string const& content);
-std::string read_file(std::filesystem::path const& file);
 
 }  // namespace hostile

@@ -1,8 +1,7 @@
-#include "bench.h"
+#include "leaking_recorder.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,7 +19,7 @@
 #include "lab/make/make.h"
 #include "lab/volume/layout.h"
 
-namespace bench {
+namespace fault_support {
 
 namespace {
 
@@ -243,22 +242,6 @@ void leak(lab::recorder& in, std::int64_t volume_id, std::int64_t hour_ms) {
 
 }  // namespace
 
-temporary_folder::temporary_folder() {
-  std::int64_t const room = std::int64_t{512} * megabyte;
-  struct statvfs disk {};
-  bool const in_memory = statvfs("/dev/shm", &disk) == 0 && access("/dev/shm", W_OK) == 0 &&
-                         static_cast<std::int64_t>(disk.f_bavail * disk.f_frsize) > room;
-  auto const where = in_memory ? fs::path("/dev/shm") : fs::temp_directory_path();
-  auto text = (where / "lab-faults-XXXXXX").string();
-  must(mkdtemp(text.data()) != nullptr, text);
-  path_ = text;
-}
-
-temporary_folder::~temporary_folder() {
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
-}
-
 void copy_tree(fs::path const& from, fs::path const& to) {
   fs::create_directory(to);
   std::map<ino_t, fs::path> copies;
@@ -296,14 +279,7 @@ std::string digest_of(fs::path const& folder) {
 }
 
 void make_leaking(fs::path const& recorder) {
-  lab::make_options options;
-  options.spaces = 1;
-  options.volumes = 2;
-  options.volume_mb = 5;
-  options.channels = 2;
-  options.days = 0;
-  options.now_ms = now;
-  lab::make_recorder(recorder, options, {});
+  lab::make_recorder(recorder, support::small([](auto& options) { options.volume_mb = 5; }), {});
   auto writer = lab::recorder::open(recorder, lab::access::read_write);
   lab::stream const other{2, 4, 0};
   writer.record(1, other, now - hour, 1);
@@ -391,4 +367,4 @@ std::vector<std::string> problems_when_finished(fs::path const& recorder, origin
   return problems;
 }
 
-}  // namespace bench
+}  // namespace fault_support

@@ -1,4 +1,4 @@
-#include "run.h"
+#include "program.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,28 +10,29 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <sstream>
 #include <system_error>
 
-namespace hostile {
+#include "files.h"
+
+namespace support {
 
 namespace {
 
 using clock = std::chrono::steady_clock;
 
-[[noreturn]] void fail(char const* what) {
-  throw std::system_error(errno, std::generic_category(), what);
-}
-
 class descriptor {
  public:
   descriptor(int number, char const* what) : number_(number) {
-    if (number_ < 0) fail(what);
+    if (number_ < 0) throw std::system_error(errno, std::generic_category(), what);
   }
   ~descriptor() { ::close(number_); }
   descriptor(descriptor const&) = delete;
   descriptor& operator=(descriptor const&) = delete;
 
   int number() const { return number_; }
+  std::string content() const { return content_of("/proc/self/fd/" + std::to_string(number_)); }
 
  private:
   int number_;
@@ -41,32 +42,19 @@ descriptor nameless_file() {
   return {::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600), "O_TMPFILE"};
 }
 
-std::string content_of(descriptor const& file) {
-  std::string text;
-  std::string part(std::size_t{64} * 1024, '\0');
-  for (off_t at = 0;;) {
-    ssize_t const size = ::pread(file.number(), part.data(), part.size(), at);
-    if (size < 0) fail("read");
-    if (size == 0) return text;
-    text.append(part, 0, static_cast<std::size_t>(size));
-    at += size;
-  }
-}
-
-std::vector<std::string> variables(environment const& extra) {
+words variables(environment const& extra) {
   environment all = extra;
-  std::string const status = "exitcode=" + std::to_string(sanitizer_status);
-  all.insert({{"PATH", "/usr/bin:/bin"}, {"LC_ALL", "C"}, {"TZ", "UTC"}});
-  all.insert({{"ASAN_OPTIONS", status}, {"LSAN_OPTIONS", status}, {"UBSAN_OPTIONS", status}});
-  std::vector<std::string> texts;
-  texts.reserve(all.size());
+  all.insert({{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}, {"LC_ALL", "C"}, {"TZ", "UTC"}});
+  for (char const* name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+    if (char const* value = std::getenv(name); value != nullptr) all.insert({name, value});
+  }
+  words texts;
   for (auto const& [name, value] : all) texts.push_back(name + "=" + value);
   return texts;
 }
 
-std::vector<char*> pointers(std::vector<std::string>& texts) {
+std::vector<char*> pointers(words& texts) {
   std::vector<char*> result;
-  result.reserve(texts.size() + 1);
   for (std::string& text : texts) result.push_back(text.data());
   result.push_back(nullptr);
   return result;
@@ -92,51 +80,71 @@ void limit_files() {
   ::_exit(126);
 }
 
-bool ends_within(descriptor const& program, std::chrono::milliseconds limit,
-                 clock::time_point start) {
+bool ends_by(clock::time_point limit, descriptor const& program) {
   for (;;) {
-    auto const left = std::chrono::ceil<std::chrono::milliseconds>(start + limit - clock::now());
+    auto const left = std::chrono::ceil<std::chrono::milliseconds>(limit - clock::now()).count();
     pollfd waited{program.number(), POLLIN, 0};
-    int const ended = ::poll(&waited, 1, static_cast<int>(std::max<long>(0, left.count())));
-    if (ended > 0) return true;
-    if (ended == 0) return false;
-    if (errno != EINTR) fail("poll");
+    int const ended = ::poll(&waited, 1, static_cast<int>(std::max<long long>(0, left)));
+    if (ended >= 0) return ended > 0;
+    if (errno != EINTR) throw std::system_error(errno, std::generic_category(), "poll");
   }
 }
 
 }  // namespace
 
+words::words(std::string const& text) {
+  std::istringstream stream(text);
+  for (std::string word; stream >> word;) push_back(word);
+}
+
+words& words::operator+=(words const& more) {
+  insert(end(), more.begin(), more.end());
+  return *this;
+}
+
+words operator+(words first, words const& more) { return first += more; }
+
+std::string text_of(words const& line) {
+  std::string text;
+  for (std::string const& word : line) text += (text.empty() ? "" : " ") + word;
+  return text;
+}
+
 outcome run(words const& command, environment const& extra, std::filesystem::path const& folder,
             std::chrono::milliseconds limit) {
   descriptor const output = nameless_file();
   descriptor const errors = nameless_file();
-  std::vector<std::string> arguments = command;
-  std::vector<std::string> texts = variables(extra);
+  words arguments = command;
+  words texts = variables(extra);
   std::vector<char*> const argv = pointers(arguments);
   std::vector<char*> const envp = pointers(texts);
 
   auto const start = clock::now();
   pid_t const child = ::fork();
-  if (child < 0) fail("fork");
   if (child == 0) {
     be_the_program(argv.data(), envp.data(), folder.c_str(), output.number(), errors.number());
   }
+  if (child < 0) throw std::system_error(errno, std::generic_category(), "fork");
   outcome result;
   {
     descriptor const program(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)), "pidfd_open");
-    result.is_late = !ends_within(program, limit, start);
+    result.is_late = !ends_by(start + limit, program);
     if (result.is_late && ::kill(-child, SIGKILL) != 0) ::kill(child, SIGKILL);
   }
   int status = 0;
-  while (::waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) fail("waitpid");
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
   result.took = std::chrono::duration_cast<std::chrono::milliseconds>(clock::now() - start);
-  if (WIFEXITED(status)) result.status = WEXITSTATUS(status);
-  if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
-  result.output = content_of(output);
-  result.errors = content_of(errors);
+  result.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+  result.output = output.content();
+  result.errors = errors.content();
   return result;
 }
 
-}  // namespace hostile
+outcome run_at(std::string const& moment, words const& command, environment extra,
+               std::filesystem::path const& folder) {
+  extra.insert({{"FAKETIME", moment}, {"FAKETIME_DONT_FAKE_MONOTONIC", "1"}});
+  return run(words{LOADER, "--preload", HELD_CLOCK_LIBRARIES} + command, extra, folder);
+}
+
+}  // namespace support

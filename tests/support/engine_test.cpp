@@ -1,0 +1,92 @@
+#include "engine_test.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "environment.h"
+#include "lab/catalogue/sqlite.h"
+#include "lab/make/make.h"
+#include "lab/volume/layout.h"
+
+namespace support {
+
+namespace fs = std::filesystem;
+
+lab::make_options small(std::function<void(lab::make_options&)> const& change) {
+  lab::make_options options;
+  options.spaces = 1;
+  options.volumes = 2;
+  options.volume_mb = 8;
+  options.channels = 2;
+  options.days = 0;
+  options.now_ms = now;
+  if (change) change(options);
+  return options;
+}
+
+engine_test::engine_test() : root_(temporary_.path() / "recorder") { scrub_environment(); }
+
+fs::path engine_test::make(lab::make_options const& options) const {
+  lab::make_recorder(root_, options, {});
+  return root_;
+}
+
+lab::recorder engine_test::open(lab::access mode) const { return lab::recorder::open(root_, mode); }
+
+fs::path engine_test::storage(std::int64_t volume_id) const {
+  lab::database const catalogue(root_ / "catalogue.db", lab::database::mode::read_only,
+                                std::chrono::milliseconds(0));
+  lab::statement query(catalogue, "SELECT folder, sid_text FROM volume WHERE id = ?");
+  if (!query.with(volume_id).next()) throw std::runtime_error("no such volume");
+  return lab::storage_folder((root_ / "share" / query.text(0)).string(), query.text(1));
+}
+
+fs::path engine_test::preallocate(std::int64_t volume_id) const {
+  return storage(volume_id) / "preallocate";
+}
+
+std::int64_t engine_test::allocated_bytes(fs::path const& folder) {
+  std::int64_t bytes = 0;
+  for (auto const& name : names(folder)) {
+    struct stat status {};
+    if (lstat((folder / name).c_str(), &status) != 0) throw std::runtime_error("cannot look");
+    bytes += std::int64_t{status.st_blocks} * 512;
+  }
+  return bytes;
+}
+
+void engine_test::tamper(std::string const& sql) const {
+  lab::database catalogue(root_ / "catalogue.db", lab::database::mode::read_write,
+                          std::chrono::milliseconds(0));
+  catalogue.execute("PRAGMA foreign_keys = OFF");
+  catalogue.execute(sql);
+}
+
+std::int64_t engine_test::ask(std::string const& sql) const {
+  lab::database const catalogue(root_ / "catalogue.db", lab::database::mode::read_only,
+                                std::chrono::milliseconds(0));
+  lab::statement query(catalogue, sql);
+  if (!query.next()) throw std::runtime_error("no answer to " + sql);
+  return query.integer(0);
+}
+
+void engine_test::leak(std::int64_t volume_id, lab::stream const& of, std::int64_t hour_ms,
+                       int units) const {
+  auto recorder = open();
+  auto const before = ids(recorder.periods());
+  recorder.record(volume_id, of, hour_ms, units);
+  auto after = ids(recorder.periods());
+  for (auto const id : before) after.erase(std::find(after.begin(), after.end(), id));
+  recorder.forget(after);
+}
+
+std::vector<std::int64_t> engine_test::ids(std::vector<lab::period> const& periods) {
+  std::vector<std::int64_t> found;
+  found.reserve(periods.size());
+  for (auto const& period : periods) found.push_back(period.id);
+  return found;
+}
+
+}  // namespace support

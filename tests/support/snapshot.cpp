@@ -1,0 +1,109 @@
+#include "snapshot.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <functional>
+#include <iterator>
+#include <sstream>
+#include <system_error>
+
+#include "files.h"
+
+namespace support {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string told(std::string content) {
+  constexpr std::size_t short_enough = std::size_t{64} * 1024;
+  if (content.size() < short_enough) return content;
+  return "digest " + std::to_string(std::hash<std::string>()(content));
+}
+
+entry entry_at(fs::path const& path, depth how) {
+  struct stat found {};
+  if (lstat(path.c_str(), &found) != 0) {
+    throw std::system_error(errno, std::generic_category(), path.string());
+  }
+  constexpr std::int64_t second = 1'000'000'000;
+  entry result{found.st_mode,
+               found.st_ino,
+               found.st_nlink,
+               found.st_size,
+               found.st_blocks,
+               found.st_mtim.tv_sec * second + found.st_mtim.tv_nsec,
+               {}};
+  if (how == depth::with_content && S_ISREG(found.st_mode)) result.content = told(content_of(path));
+  if (S_ISLNK(found.st_mode)) result.content = fs::read_symlink(path).string();
+  return result;
+}
+
+void add_below(snapshot& all, fs::path const& folder, fs::path const& top, depth how,
+               fs::path const& omitted) {
+  for (auto const& each : fs::directory_iterator(folder)) {
+    if (each.path() == omitted) continue;
+    bool const is_folder = fs::is_directory(each.symlink_status());
+    all.emplace(each.path().lexically_relative(top).string() + (is_folder ? "/" : ""),
+                entry_at(each.path(), how));
+    if (is_folder) add_below(all, each.path(), top, how, omitted);
+  }
+}
+
+std::string difference(entry const& was, entry const& is, depth how) {
+  std::ostringstream text;
+  auto const compare = [&](char const* what, auto before, auto after) {
+    if (before != after) text << ' ' << what << ' ' << before << " -> " << after;
+  };
+  compare("mode", was.mode, is.mode);
+  compare("inode", was.inode, is.inode);
+  if (is.links > was.links || S_ISDIR(was.mode)) compare("links", was.links, is.links);
+  compare("size", was.size, is.size);
+  compare("blocks", was.blocks, is.blocks);
+  compare("changed", was.changed_ns, is.changed_ns);
+  if (how == depth::with_content && was.content != is.content) text << " content";
+  return text.str();
+}
+
+}  // namespace
+
+snapshot snapshot_of(fs::path const& folder, depth how, fs::path const& omitted) {
+  snapshot all;
+  add_below(all, folder, folder, how, omitted);
+  return all;
+}
+
+contents contents_of(fs::path const& folder) {
+  contents found;
+  for (auto const& each : fs::recursive_directory_iterator(folder)) {
+    bool const is_folder = each.is_directory();
+    found.emplace(each.path().lexically_relative(folder).string() + (is_folder ? "/" : ""),
+                  is_folder ? "" : content_of(each.path()));
+  }
+  return found;
+}
+
+std::vector<std::string> differences(contents const& left, contents const& right) {
+  std::vector<contents::value_type> found;
+  std::set_symmetric_difference(left.begin(), left.end(), right.begin(), right.end(),
+                                std::back_inserter(found));
+  std::vector<std::string> names;
+  for (auto const& [name, content] : found) names.push_back(name);
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return names;
+}
+
+std::string changes(snapshot const& before, snapshot const& after, depth how) {
+  std::string text;
+  for (auto const& [path, was] : before) {
+    auto const is = after.find(path);
+    auto const what = is == after.end() ? " is gone" : difference(was, is->second, how);
+    if (!what.empty()) text += path + ':' + what + '\n';
+  }
+  for (auto const& each : after) {
+    if (before.count(each.first) == 0) text += each.first + ": is new\n";
+  }
+  return text;
+}
+
+}  // namespace support
