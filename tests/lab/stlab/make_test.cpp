@@ -1,16 +1,11 @@
 // Recorders that stlab makes.
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <future>
-#include <system_error>
 
 #include "lab/stlab/stop_request.h"
 #include "stlab_test.h"
@@ -45,17 +40,6 @@ class stlab_make : public stlab_program::stlab_test {
   }
 };
 
-// All that comes out of a terminal until nobody has its other side open.
-std::string shown_on(int terminal) {
-  std::string shown;
-  std::array<char, 256> part{};
-  for (;;) {
-    ::ssize_t const count = ::read(terminal, part.data(), part.size());
-    if (count <= 0) return shown;
-    shown.append(part.data(), static_cast<std::size_t>(count));
-  }
-}
-
 TEST_F(stlab_make, make_promises_what_it_takes) {
   std::string const help = run("make --help").output;
   for (std::string const range :
@@ -85,26 +69,15 @@ TEST_F(stlab_make, make_makes_a_sound_recorder_without_a_bar_when_nobody_watches
 }
 
 TEST_F(stlab_make, the_bar_of_make_on_a_terminal_gets_to_its_end) {
-  int const terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-  if (terminal < 0) {
-    GTEST_SKIP() << "no terminal can be had here: " << std::generic_category().message(errno);
-  }
-  ASSERT_EQ(0, ::grantpt(terminal));
-  ASSERT_EQ(0, ::unlockpt(terminal));
-  std::string const name = ::ptsname(terminal);
-  int const other_side = ::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-  ASSERT_GE(other_side, 0);
-  auto shown = std::async(std::launch::async, shown_on, terminal);
-  outcome const made =
-      run("make " + recorder.string() +
-          " --spaces 1 --volumes 1 --volume-mb 8 --days 0 >/dev/null 2>" + name + "; exit $?");
-  ::close(other_side);
-  std::string const bar = shown.get();
-  ::close(terminal);
+  stlab_program::terminal terminal;
+  if (!terminal.problem().empty()) GTEST_SKIP() << terminal.problem();
+  outcome const made = run("make " + recorder.string() +
+                           " --spaces 1 --volumes 1 --volume-mb 8 --days 0 >/dev/null 2>" +
+                           terminal.name() + "; exit $?");
+  std::string const bar = terminal.shown();
   EXPECT_EQ(0, made.status);
   std::string const last = "\r[" + std::string(40, '#') + "] 100 %\r\n";
-  ASSERT_GE(bar.size(), last.size());
-  EXPECT_EQ(last, bar.substr(bar.size() - last.size())) << bar;
+  EXPECT_TRUE(support::ends_with(bar, last)) << bar;
 }
 
 TEST_F(stlab_make, is_stopped_by_each_signal_and_leaves_nothing) {

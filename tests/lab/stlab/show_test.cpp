@@ -1,14 +1,5 @@
 // What stlab shows.
-#include <fcntl.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdlib>
-#include <future>
-#include <system_error>
 
 #include "lab/make/make.h"
 #include "lab/volume/layout.h"
@@ -213,31 +204,12 @@ TEST_F(stlab_columns, break_lines_between_words) {
 
 TEST_F(stlab_columns, are_the_terminals) {
   make_long();
-  int const terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-  if (terminal < 0) {
-    GTEST_SKIP() << "no terminal can be had here: " << std::generic_category().message(errno);
-  }
-  ASSERT_EQ(0, ::grantpt(terminal));
-  ASSERT_EQ(0, ::unlockpt(terminal));
-  std::string const name = ::ptsname(terminal);
-  int const other_side = ::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-  ASSERT_GE(other_side, 0);
-  ::winsize const size{24, 50, 0, 0};
-  ASSERT_EQ(0, ::ioctl(other_side, TIOCSWINSZ, &size));
-  auto shown = std::async(std::launch::async, [terminal] {
-    std::string all;
-    std::array<char, 4096> part{};
-    for (;;) {
-      ::ssize_t const count = ::read(terminal, part.data(), part.size());
-      if (count <= 0) return all;
-      all.append(part.data(), static_cast<std::size_t>(count));
-    }
-  });
-  EXPECT_EQ(0, run("show '" + recorder.string() + "' >" + name + "; exit $?").status);
-  ::close(other_side);
+  stlab_program::terminal terminal;
+  if (!terminal.problem().empty()) GTEST_SKIP() << terminal.problem();
+  terminal.set_columns(50);
+  EXPECT_EQ(0, run("show '" + recorder.string() + "' >" + terminal.name() + "; exit $?").status);
   // A terminal ends its lines in two characters.
-  EXPECT_EQ(51U, longest_line(shown.get()));
-  ::close(terminal);
+  EXPECT_EQ(51U, longest_line(terminal.shown()));
 }
 
 TEST_F(stlab_show, names_are_shown_without_control_characters) {

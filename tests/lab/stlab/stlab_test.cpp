@@ -1,6 +1,14 @@
 #include "stlab_test.h"
 
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
 #include <fstream>
+#include <system_error>
 
 #include "lab/catalogue/sqlite.h"
 
@@ -37,6 +45,48 @@ void stlab_test::expect_refused(outcome const& result, std::string const& messag
   EXPECT_EQ(4, result.status);
   EXPECT_EQ("", result.output);
   EXPECT_EQ("stlab: " + message + "\n", result.errors);
+}
+
+namespace {
+
+// Until nobody has the other side open.
+std::string all_shown_on(int screen) {
+  std::string all;
+  std::array<char, 4096> part{};
+  for (;;) {
+    ::ssize_t const count = ::read(screen, part.data(), part.size());
+    if (count <= 0) return all;
+    all.append(part.data(), static_cast<std::size_t>(count));
+  }
+}
+
+}  // namespace
+
+terminal::terminal() : screen_(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+  if (screen_ >= 0 && ::grantpt(screen_) == 0 && ::unlockpt(screen_) == 0) {
+    name_ = ::ptsname(screen_);
+    program_side_ = ::open(name_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  }
+  if (program_side_ < 0) {
+    problem_ = "no terminal can be had here: " + std::generic_category().message(errno);
+    return;
+  }
+  shown_ = std::async(std::launch::async, all_shown_on, screen_);
+}
+
+terminal::~terminal() {
+  if (shown_.valid()) shown();
+  if (screen_ >= 0) ::close(screen_);
+}
+
+void terminal::set_columns(unsigned short columns) const {
+  ::winsize const size{24, columns, 0, 0};
+  EXPECT_EQ(0, ::ioctl(program_side_, TIOCSWINSZ, &size));
+}
+
+std::string terminal::shown() {
+  ::close(program_side_);
+  return shown_.get();
 }
 
 }  // namespace stlab_program
