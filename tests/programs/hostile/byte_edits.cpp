@@ -63,8 +63,7 @@ std::string appendix(lying_recorder& in, chooser& choose) {
 }
 
 std::string other_file(lying_recorder& in, chooser& choose) {
-  std::vector<std::string> const sources{"catalogue.db-journal", "share/vol1/identity"};
-  auto const source = choose.of(sources);
+  auto const source = choose.of({"catalogue.db-journal", "share/vol1/identity"});
   support::write_file(in.recorder() / "catalogue.db", bytes_of(in.recorder() / source));
   return "bytes: catalogue.db is a copy of " + source;
 }
@@ -95,10 +94,8 @@ std::string hot_journal(lying_recorder& in, chooser& choose) {
     }
     journal += big_endian(number) + page + big_endian(sum);
   }
-  std::vector<std::string> const owners{"", (in.victim() / "passwd").string(),
-                                        (in.victim() / "recorder/catalogue.db").string(),
-                                        "victim/passwd"};
-  auto const owner = choose.of(owners);
+  auto const owner = choose.of({"", (in.victim() / "passwd").string(),
+                                (in.victim() / "recorder/catalogue.db").string(), "victim/passwd"});
   if (!owner.empty()) {
     std::uint32_t sum = 0;
     for (char const each : owner) sum += static_cast<unsigned char>(each);

@@ -1,7 +1,5 @@
 // Edits by statements.
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 #include "edit_kinds.h"
 
@@ -11,80 +9,36 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Columns, the more often the more they are worth an edit.
+words const numbers(
+    "recorder.unit_mb recorder.unit_mb recorder.seed recorder.made_ms space.id space.status "
+    "space.spare_state volume.id volume.space_id volume.sid_number volume.type volume.state "
+    "volume.volume_no channel.id channel.number assignment.channel_id assignment.volume_id "
+    "period.id period.channel_id period.recording_type period.stream period.start_ms "
+    "period.end_ms period.start_ms period.end_ms unit.id unit.volume_id unit.channel_id "
+    "unit.recording_type unit.stream unit.hour_ms unit.hour_ms unit.period_id");
+words const texts(
+    "space.sid space.name space.uuid volume.sid_text volume.name volume.folder channel.sid "
+    "period.storage_id unit.name unit.name unit.name unit.state");
+
 struct column {
-  char const* table;
-  char const* name;
+  std::string table;
+  std::string name;
 };
 
-std::vector<column> const numbers{
-    {"recorder", "unit_mb"},
-    {"recorder", "unit_mb"},
-    {"recorder", "seed"},
-    {"recorder", "made_ms"},
-    {"space", "id"},
-    {"space", "status"},
-    {"space", "spare_state"},
-    {"volume", "id"},
-    {"volume", "space_id"},
-    {"volume", "sid_number"},
-    {"volume", "type"},
-    {"volume", "state"},
-    {"volume", "volume_no"},
-    {"channel", "id"},
-    {"channel", "number"},
-    {"assignment", "channel_id"},
-    {"assignment", "volume_id"},
-    {"period", "id"},
-    {"period", "channel_id"},
-    {"period", "recording_type"},
-    {"period", "stream"},
-    {"period", "start_ms"},
-    {"period", "end_ms"},
-    {"period", "start_ms"},
-    {"period", "end_ms"},
-    {"unit", "id"},
-    {"unit", "volume_id"},
-    {"unit", "channel_id"},
-    {"unit", "recording_type"},
-    {"unit", "stream"},
-    {"unit", "hour_ms"},
-    {"unit", "hour_ms"},
-    {"unit", "period_id"},
-};
+column any_of(words const& columns, chooser& choose) {
+  std::string const chosen = choose.of<std::string>(columns);
+  std::size_t const dot = chosen.find('.');
+  return {chosen.substr(0, dot), chosen.substr(dot + 1)};
+}
 
-std::vector<column> const texts{
-    {"space", "sid"},   {"space", "name"},    {"space", "uuid"},  {"volume", "sid_text"},
-    {"volume", "name"}, {"volume", "folder"}, {"channel", "sid"}, {"period", "storage_id"},
-    {"unit", "name"},   {"unit", "name"},     {"unit", "name"},   {"unit", "state"},
-};
+words const tables("recorder space volume channel assignment period unit");
 
-std::vector<std::string> const tables{"recorder",   "space",  "volume", "channel",
-                                      "assignment", "period", "unit"};
-
-std::vector<std::string> const absurd_numbers{
-    "0",
-    "-1",
-    "1",
-    "2",
-    "3",
-    "127",
-    "2147483647",
-    "2147483648",
-    "-2147483648",
-    "4294967295",
-    "4294967296",
-    "999999999999",
-    "9007199254740992",
-    "4611686018427387904",
-    "9223372036854775807",
-    "(-9223372036854775807 - 1)",
-    "-9223372036854775807",
-    "9223372036854",
-    "-3600000",
-    "1795183200000",
-    "253402300800000",
-    "67768036191676799000",
-};
+words const absurd_numbers(
+    "0 -1 1 2 3 127 2147483647 2147483648 -2147483648 4294967295 4294967296 999999999999 "
+    "9007199254740992 4611686018427387904 9223372036854775807 (-9223372036854775807-1) "
+    "-9223372036854775807 9223372036854 -3600000 1795183200000 253402300800000 "
+    "67768036191676799000");
 
 std::string hex(std::string const& bytes) {
   constexpr char digits[] = "0123456789abcdef";
@@ -114,12 +68,14 @@ std::string perform(lying_recorder const& in, std::string const& sql, std::strin
   return "catalogue: " + what + (failure.empty() ? "" : " (refused: " + failure + ")");
 }
 
+std::string one_absurd_number(chooser& choose) {
+  auto const [table, name] = any_of(numbers, choose);
+  auto const number = choose.of<std::string>(absurd_numbers);
+  return "UPDATE OR IGNORE " + table + " SET " + name + " = " + number + rows(table, choose);
+}
+
 std::string absurd_number(lying_recorder& in, chooser& choose) {
-  auto const where = choose.of(numbers);
-  auto const number = choose.of(absurd_numbers);
-  auto const which = rows(where.table, choose);
-  auto const sql = std::string("UPDATE OR IGNORE ") + where.table + " SET " + where.name + " = " +
-                   number + which;
+  auto const sql = one_absurd_number(choose);
   return perform(in, sql, sql);
 }
 
@@ -127,45 +83,31 @@ std::string absurd_number(lying_recorder& in, chooser& choose) {
 std::string absurd_numbers_everywhere(lying_recorder& in, chooser& choose) {
   std::string sql;
   for (std::size_t count = 2 + choose.below(6); count > 0; --count) {
-    auto const where = choose.of(numbers);
-    auto const number = choose.of(absurd_numbers);
-    sql += std::string("UPDATE OR IGNORE ") + where.table + " SET " + where.name + " = " + number +
-           rows(where.table, choose) + ";";
+    sql += one_absurd_number(choose) + ";";
   }
   return perform(in, sql, sql);
 }
 
 std::string text_in_place(lying_recorder& in, chooser& choose) {
-  auto const where = choose.of(texts);
+  auto const where = any_of(texts, choose);
   auto const text = hostile_text(in, choose);
   auto const which = rows(where.table, choose);
-  std::string const head = std::string("UPDATE OR IGNORE ") + where.table + " SET " + where.name;
+  std::string const head = "UPDATE OR IGNORE " + where.table + " SET " + where.name;
   return perform(in, head + " = " + quoted(text) + which, head + " = " + shown(text) + which);
 }
 
 // A volume whose identity agrees with what the catalogue says of it.
 std::string volume_elsewhere(lying_recorder& in, chooser& choose) {
   auto const there = in.victim() / "recorder/share/vol1";
-  std::vector<std::string> const folders{"../../victim/recorder/share/vol1",
-                                         there.string(),
-                                         "..",
-                                         ".",
-                                         "../../victim/tree",
-                                         "vol1/../../../victim/tree",
-                                         "/"};
-  auto const folder = choose.of(folders);
+  auto const folder = choose.of({"../../victim/recorder/share/vol1", there.string(), "..", ".",
+                                 "../../victim/tree", "vol1/../../../victim/tree", "/"});
   auto const sql = "UPDATE OR IGNORE volume SET folder = " + quoted(folder) + " WHERE id = 1";
   return perform(in, sql, "vol1 lies in " + folder);
 }
 
 std::string storage_elsewhere(lying_recorder& in, chooser& choose) {
-  std::vector<std::string> const ids{"/../../../../victim/tree",
-                                     "/../../../victim/tree",
-                                     "/../preallocate",
-                                     "/..",
-                                     "/../../vol2",
-                                     ""};
-  auto const id = choose.of(ids);
+  auto const id = choose.of({"/../../../../victim/tree", "/../../../victim/tree", "/../preallocate",
+                             "/..", "/../../vol2", ""});
   auto const volume = in.recorder() / "share/vol1";
   std::error_code ignored;
   fs::create_directory(volume / "FSU_", ignored);
@@ -211,7 +153,7 @@ std::string state_anywhere(lying_recorder& in, chooser& choose) {
 }
 
 std::string endless_period(lying_recorder& in, chooser& choose) {
-  std::vector<std::string> const spans{
+  auto const span = choose.of({
       "0, 9223372036854775807",
       "-9223372036854775807 - 1, 9223372036854775807",
       "-9223372036854775807 - 1, -9223372036854775807",
@@ -221,8 +163,7 @@ std::string endless_period(lying_recorder& in, chooser& choose) {
       "1795183200000, 9007199254740992",
       "9223372036854775807, 0",
       "-1, 4611686018427387904",
-  };
-  auto const span = choose.of(spans);
+  });
   std::size_t const count = choose.one_in(4) ? 2000 : 1;
   auto const sql =
       "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
@@ -242,10 +183,9 @@ std::string all_periods_endless(lying_recorder& in, chooser& choose) {
 }
 
 std::string trigger(lying_recorder& in, chooser& choose) {
-  auto const& table = choose.of(tables);
-  std::vector<std::string> const events{"INSERT", "UPDATE", "DELETE"};
-  auto const event = choose.of(events);
-  std::vector<std::string> const bodies{
+  auto const& table = choose.of<std::string>(tables);
+  auto const event = choose.of({"INSERT", "UPDATE", "DELETE"});
+  auto const body = choose.of({
       "DELETE FROM unit;",
       "UPDATE unit SET name = '../../../../../victim/passwd' WHERE id = 1;",
       "UPDATE OR IGNORE unit SET state = 'recycling', name = '../../../../../victim/passwd';",
@@ -258,32 +198,30 @@ std::string trigger(lying_recorder& in, chooser& choose) {
       "SELECT RAISE(IGNORE);",
       "SELECT load_extension('/nonexistent');",
       "SELECT zeroblob(1000000000);",
-  };
-  auto const body = choose.of(bodies);
+  });
   auto const sql = "CREATE TRIGGER hostile" + std::to_string(choose.below(1000)) + " BEFORE " +
                    event + " ON " + table + " BEGIN " + body + " END";
   return perform(in, sql, sql);
 }
 
 std::string view_for_table(lying_recorder& in, chooser& choose) {
-  auto const& table = choose.of(tables);
-  std::vector<std::string> const endless{
+  auto const& table = choose.of<std::string>(tables);
+  auto const body = choose.of({
       "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT hidden.* FROM n, hidden",
       ("SELECT a.* FROM hidden a, hidden b, hidden c, hidden d, hidden e, hidden f, hidden g, "
        "hidden h, hidden i, hidden j, hidden k"),
       "SELECT * FROM " + table,
       "SELECT 1",
       "SELECT randomblob(1000000000)",
-  };
-  auto const body = choose.of(endless);
+  });
   auto const sql =
       "ALTER TABLE " + table + " RENAME TO hidden; CREATE VIEW " + table + " AS " + body;
   return perform(in, sql, table + " is a view: " + body);
 }
 
 std::string schema_text(lying_recorder& in, chooser& choose) {
-  auto const& table = choose.of(tables);
-  std::vector<std::string> const changes{
+  auto const& table = choose.of<std::string>(tables);
+  auto const sql = choose.of({
       "CREATE TABLE extra (a, b); INSERT INTO extra VALUES (1, 2)",
       "CREATE TABLE sqlite_stat9 (a)",
       "CREATE INDEX extra_index ON unit (name, abs(hour_ms))",
@@ -315,18 +253,16 @@ std::string schema_text(lying_recorder& in, chooser& choose) {
       "PRAGMA auto_vacuum = 1; VACUUM",
       "INSERT INTO recorder VALUES (2, 1, 1, 1)",
       "UPDATE recorder SET id = 7",
-  };
-  auto const sql = choose.of(changes);
+  });
   return perform(in, sql, sql);
 }
 
 // The type of a column is held by the table's text only: without STRICT,
 // anything goes in, and the text can be put back.
 std::string text_for_number(lying_recorder& in, chooser& choose) {
-  auto const where = choose.of(numbers);
-  std::vector<std::string> const values{"'text'", "''",   "x'00ff'", "1e300", "9e999",
-                                        "-9e999", "NULL", "'12x'",   "0.5",   "zeroblob(100000)"};
-  auto const value = choose.of(values);
+  auto const where = any_of(numbers, choose);
+  auto const value = choose.of({"'text'", "''", "x'00ff'", "1e300", "9e999", "-9e999", "NULL",
+                                "'12x'", "0.5", "zeroblob(100000)"});
   std::string const table = where.table;
   auto const swap = [&](std::string const& from, std::string const& to) {
     return "UPDATE sqlite_master SET sql = replace(sql, '" + from + "', '" + to +
@@ -347,7 +283,7 @@ std::string text_for_number(lying_recorder& in, chooser& choose) {
 }
 
 std::string many_rows(lying_recorder& in, chooser& choose) {
-  std::vector<std::string> const inserts{
+  auto const body = choose.of({
       "INSERT OR IGNORE INTO volume SELECT i, 1, i, printf('%032d', i), 'v' || i, 'vol1', 0, 0, i FROM n",
       "INSERT OR IGNORE INTO volume SELECT i, 1, i, printf('%032d', i), 'v' || i, 'f' || i, 0, 0, i FROM n",
       "INSERT OR IGNORE INTO space SELECT i, printf('%036d', i), 's' || i, printf('%036d', i), 0, 0 FROM n",
@@ -357,8 +293,7 @@ std::string many_rows(lying_recorder& in, chooser& choose) {
        "SELECT 1, 'ghost' || i, 'recycling', 1, 4, 0, 1795183200000 + i * 3600000 FROM n"),
       ("INSERT OR IGNORE INTO unit (volume_id, name, state, channel_id, recording_type, stream, hour_ms) "
        "SELECT 1, 'ghost' || i, 'recorded', 1, 4, 0, 1795183200000 + i * 3600000 FROM n"),
-  };
-  auto const body = choose.of(inserts);
+  });
   // What many spaces or channels cost is their product, and honest.
   std::string const last = body.find("INTO unit") == std::string::npos ? "110" : "400";
   auto const sql = "WITH RECURSIVE n(i) AS (SELECT 100 UNION ALL SELECT i + 1 FROM n WHERE i < " +

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <random>
 #include <string>
 #include <vector>
@@ -21,6 +22,7 @@ class chooser {
   Element const& of(std::vector<Element> const& all) {
     return all[below(all.size())];
   }
+  std::string of(std::initializer_list<std::string> all) { return all.begin()[below(all.size())]; }
   template <typename Element>
   void shuffle(std::vector<Element>& all) {
     for (std::size_t left = all.size(); left > 1; --left)
@@ -31,7 +33,7 @@ class chooser {
   std::mt19937_64 random_;
 };
 
-// Makes one to four edits of the lying_recorder's recorder; says which, a line each.
+// Makes one to four edits of the recorder; says which, a line each.
 std::vector<std::string> make_hostile(lying_recorder& in, chooser& choose);
 
 }  // namespace hostile
