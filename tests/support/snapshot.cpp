@@ -88,6 +88,7 @@ std::vector<std::string> differences(contents const& left, contents const& right
   std::set_symmetric_difference(left.begin(), left.end(), right.begin(), right.end(),
                                 std::back_inserter(found));
   std::vector<std::string> names;
+  names.reserve(found.size());
   for (auto const& [name, content] : found) names.push_back(name);
   names.erase(std::unique(names.begin(), names.end()), names.end());
   return names;
