@@ -10,6 +10,22 @@ bool finding::operator==(finding const& other) const {
   return std::tie(what, place, text) == std::tie(other.what, other.place, other.text);
 }
 
+bool may_hide_a_recording(finding const& which) {
+  switch (which.what) {
+    case finding_class::corrupt:
+    case finding_class::not_mounted:
+    case finding_class::unreadable:
+    case finding_class::wrong_volume:
+    case finding_class::misplaced:
+    case finding_class::duplicate:
+    case finding_class::cross_linked:
+    case finding_class::unknown:
+      return true;
+    default:
+      return false;
+  }
+}
+
 char const* word_of(finding_class what) {
   // In the order of the classes.
   static constexpr std::array words{

@@ -37,6 +37,9 @@ struct finding {
 
 using findings = std::vector<finding>;
 
+// Whether a file may be there, or lie behind it, that is missing elsewhere.
+bool may_hide_a_recording(finding const& which);
+
 // The class's printed word, such as "not-mounted".
 char const* word_of(finding_class what);
 

@@ -4,7 +4,7 @@
 #include <map>
 #include <utility>
 
-#include "lab/util/error.h"
+#include "lab/volume/failure.h"
 #include "lab/volume/layout.h"
 
 namespace lab {
@@ -20,6 +20,7 @@ struct known_file {
   scanned_volume const* volume;
   std::string folder_name;
   unit_row const* own;  // its volume's unit of that name; none when there is none
+  nlink_t names;
 };
 
 struct namesakes {
@@ -41,7 +42,7 @@ void add_units(scanned_volume const& volume, by_name& names) {
     if (lacks_file(volume.found, unit)) names[unit.name].lacking.push_back({&volume, &unit});
     for (auto const& file : volume.found.files_of(unit.name)) {
       if (is_place_of(unit, file.folder_name)) continue;
-      names[unit.name].displaced.push_back({&volume, file.folder_name, &unit});
+      names[unit.name].displaced.push_back({&volume, file.folder_name, &unit, file.names});
     }
   }
 }
@@ -51,7 +52,7 @@ void add_unknown_files(scanned_volume const& volume, by_name& names) {
     auto const folder_name = unit_folder_of(each);
     auto const known = folder_name.empty() ? names.end() : names.find(each.name);
     if (known == names.end() || known->second.lacking.empty()) continue;
-    known->second.displaced.push_back({&volume, folder_name, nullptr});
+    known->second.displaced.push_back({&volume, folder_name, nullptr, 1});
   }
 }
 
@@ -74,7 +75,7 @@ std::optional<displaced_file> judged(std::string const& name, known_file const& 
   bool const is_only_one = all.lacking.size() == 1 && all.displaced.size() == 1;
   auto const as = [&](finding_class what, known_unit const& of) {
     return displaced_file{what,      file.volume, file.folder_name, name,
-                          of.volume, of.unit,     is_only_one};
+                          of.volume, of.unit,     is_only_one,      file.names};
   };
   for (auto const& each : all.lacking) {
     if (each.unit == file.own) return as(finding_class::misplaced, each);
@@ -111,18 +112,13 @@ scanned_volume scan_volume(database const& catalogue, volume_place const& place,
     scanned.problem = reason_of(scanned.how);
     return scanned;
   }
-  try {
+  auto const failure = failure_on_volume([&] {
     std::optional<volume_lock> lock;
     if (lock_timeout) lock.emplace(place, volume_lock::kind::shared, *lock_timeout);
     scanned.found = scan(catalogue, place);
     if (!scanned.found.has_storage) scanned.problem = "its storage folder is missing";
-  } catch (busy_error const&) {
-    throw;
-  } catch (database_error const&) {
-    throw;
-  } catch (error const& problem) {
-    scanned.problem = problem.what();
-  }
+  });
+  if (failure) scanned.problem = *failure;
   if (!scanned.problem.empty()) scanned.found = {};
   return scanned;
 }

@@ -2,8 +2,9 @@
 // out of place.
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -52,6 +53,7 @@ struct displaced_file {
   // No other unit of that name lacks its file, no other file of that name is out
   // of place.
   bool is_only_one;
+  nlink_t names;  // of the file, in whatever folders
 };
 
 // In the order of their names, then of the volumes. The scans must outlive

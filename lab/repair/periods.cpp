@@ -1,11 +1,9 @@
-#include "lab/repair/periods.h"
-
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <string>
 
 #include "lab/check/catalogue_check.h"
+#include "lab/repair/stages.h"
 
 namespace lab {
 
@@ -44,21 +42,13 @@ void tell(repair_report& report, std::vector<named_period> const& periods, char 
 
 }  // namespace
 
-bool may_hide_a_recording(finding const& which) {
-  static constexpr std::array hiding{finding_class::corrupt,      finding_class::not_mounted,
-                                     finding_class::unreadable,   finding_class::wrong_volume,
-                                     finding_class::misplaced,    finding_class::duplicate,
-                                     finding_class::cross_linked, finding_class::unknown};
-  return std::find(hiding.begin(), hiding.end(), which.what) != hiding.end();
-}
-
 void give_ids(repair_work const& work) {
-  transaction all(work.catalogue, transaction_kind::writing);
   auto const periods = periods_of(work.catalogue,
                                   "WHERE p.storage_id = '' AND 1 ="
                                   "  (SELECT count(DISTINCT u.volume_id) FROM unit u"
                                   "     WHERE u.period_id = p.id)");
   if (periods.empty()) return;
+  transaction all(work.catalogue, transaction_kind::writing);
   statement give(work.catalogue,
                  "UPDATE period SET storage_id = (SELECT v.sid_text FROM volume v WHERE v.id ="
                  "    (SELECT u.volume_id FROM unit u WHERE u.period_id = period.id))"
@@ -87,8 +77,7 @@ bool give_up(repair_work const& work, std::vector<scanned_volume> const& volumes
   statement drop(work.catalogue, "DELETE FROM period WHERE id = ?");
   for (auto const& each : periods) drop.with(each.id).run();
   all.commit();
-  auto& repaired = work.report.repaired;
-  repaired.insert(repaired.end(), given_up.begin(), given_up.end());
+  work.report.repaired.insert(work.report.repaired.end(), given_up.begin(), given_up.end());
   tell(work.report, periods, "dropped, as it has no unit");
   return true;
 }

@@ -8,8 +8,7 @@
 #include "lab/check/catalogue_check.h"
 #include "lab/check/check.h"
 #include "lab/recorder/state.h"
-#include "lab/repair/periods.h"
-#include "lab/repair/volume.h"
+#include "lab/repair/stages.h"
 
 namespace lab {
 
@@ -21,28 +20,28 @@ constexpr int most_rounds = 20;
 
 struct held_volume {
   volume_place place;
-  std::optional<volume_lock> lock;  // none when it is not mounted
-  bool is_usable;
+  std::optional<volume_lock> lock;  // none when nothing is done on it
 };
 
 std::vector<held_volume> hold_all(recorder::state const& state, repair_work const& work) {
   std::vector<held_volume> held;
   for (auto const& place : places_of(state.catalogue, state.folder)) {
-    held.push_back({place, std::nullopt, mount_of(place) == mount::present});
-    if (!held.back().is_usable) continue;
+    held.push_back({place, std::nullopt});
+    if (mount_of(place) != mount::present) continue;
     held.back().lock.emplace(place, volume_lock::kind::exclusive, state.lock_timeout);
   }
-  for (auto& each : held) each.is_usable = each.is_usable && finish_moves(work, each.place);
+  for (auto& each : held) {
+    if (each.lock && !finish_moves(work, each.place)) each.lock.reset();
+  }
   return held;
 }
 
 std::vector<scanned_volume> scan_all(database const& catalogue,
                                      std::vector<held_volume> const& held) {
   std::vector<scanned_volume> scanned;
-  for (auto const& [place, lock, is_usable] : held) {
-    scanned.push_back(is_usable
-                          ? scan_volume(catalogue, place, std::nullopt)
-                          : scanned_volume{place, mount_of(place), "nothing is done on it", {}});
+  for (auto const& [place, lock] : held) {
+    scanned.push_back(lock ? scan_volume(catalogue, place, std::nullopt)
+                           : scanned_volume{place, mount_of(place), "nothing is done on it", {}});
   }
   return scanned;
 }
@@ -54,9 +53,8 @@ findings repair_in_rounds(recorder::state& state, repair_work const& work, lost_
   for (int round = 1;; ++round) {
     auto const volumes = scan_all(state.catalogue, held);
     auto found = findings_in(state, volumes);
-    bool changed = put_in_place(work, volumes) || fill_up(work, volumes);
-    changed |= remove_empty_folders(work, volumes);
-    if (!changed && what == lost_recordings::give_up) changed = give_up(work, volumes, found);
+    bool const changed = put_in_place(work, volumes) || fill_up(work, volumes) ||
+                         (what == lost_recordings::give_up && give_up(work, volumes, found));
     if (!changed || round == most_rounds) return found;
   }
 }
@@ -117,6 +115,8 @@ repair_report repair(std::filesystem::path const& folder, lost_recordings what) 
   auto& state = opened.inside();
   bool const lacked_journal = journal_problem(state.catalogue).has_value();
   state.catalogue = open_catalogue(opened.folder(), access::read_write);
+  // Nothing is begun while somebody else changes the catalogue.
+  transaction(state.catalogue, transaction_kind::writing);
   repair_report report;
   if (lacked_journal && !journal_problem(state.catalogue)) {
     report.repaired.emplace_back("catalogue: its journal was put back");
@@ -129,7 +129,7 @@ repair_report repair(std::filesystem::path const& folder, lost_recordings what) 
     recycle_leaks(opened, work, found);
   } catch (error const& problem) {
     if (report.repaired.empty()) throw;
-    report.failed.push_back(std::string("all that was not reached: ") + problem.what());
+    report.failed.insert(std::string("all that was not reached: ") + problem.what());
   }
   return report;
 }

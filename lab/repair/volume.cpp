@@ -1,11 +1,10 @@
-#include "lab/repair/volume.h"
-
 #include <algorithm>
 #include <filesystem>
 #include <set>
 #include <utility>
 
 #include "lab/disk/file_steps.h"
+#include "lab/repair/stages.h"
 #include "lab/volume/moves.h"
 
 namespace lab {
@@ -68,24 +67,19 @@ bool move_to_place(repair_work const& work, displaced_file const& file) {
 }
 
 // What has a second name is left, as nobody knows which of them is right.
-bool is_cross_linked(displaced_file const& file) {
-  auto const& files = file.in->found.files_of(file.name);
-  return std::any_of(files.begin(), files.end(), [&](unit_file const& each) {
-    return each.folder_name == file.folder_name && each.names > 1;
-  });
-}
-
 bool put_in_place(repair_work const& work, displaced_file const& file) {
-  if (is_cross_linked(file)) return false;
+  if (file.names > 1) return false;
   if (file.what == finding_class::misplaced || file.what == finding_class::wrong_volume) {
     return move_to_place(work, file);
   }
-  auto const& place = file.in->place;
-  return set_aside(work, place, path_of(place, file.folder_name), file.name);
+  return set_aside(work, file.in->place, path_of(file.in->place, file.folder_name), file.name);
 }
 
-bool remove_empty_folder(repair_work const& work, volume_place const& place,
-                         unknown_entry const& what) {
+bool put_away(repair_work const& work, volume_place const& place, unknown_entry const& what) {
+  if (what.what == unknown_entry::kind::other) return false;
+  if (what.what == unknown_entry::kind::file) {
+    return set_aside(work, place, what.folder_path, what.name);
+  }
   folder const in = open_volume(place).below(what.folder_path);
   if (!steps::remove_empty_folder(in, what.name)) return false;
   steps::sync_folder(in);
@@ -112,8 +106,7 @@ bool fit(repair_work const& work, volume_place const& place, unit_row const& uni
          unit_file const& file) {
   bool const is_long = file.size > work.unit_bytes;
   bool const is_whole = file.size == work.unit_bytes && file.allocated >= work.unit_bytes;
-  if (is_whole || file.names > 1) return false;
-  if (is_long && unit.state != unit_state::free) return false;
+  if (is_whole || file.names > 1 || (is_long && unit.state != unit_state::free)) return false;
   if (is_long) return set_aside(work, place, path_of(place, file.folder_name), unit.name);
   folder const in(open_storage(place), file.folder_name);
   steps::allocate_blocks(in, unit.name, work.unit_bytes);
@@ -143,9 +136,7 @@ void repair_work::repaired(volume_place const& where, std::string const& text) c
 }
 
 void repair_work::failed(volume_place const& where, std::string const& text) const {
-  auto const line = "volume " + where.folder_name + ": " + text;
-  auto& all = report.failed;
-  if (std::find(all.begin(), all.end(), line) == all.end()) all.push_back(line);
+  report.failed.insert("volume " + where.folder_name + ": " + text);
 }
 
 bool finish_moves(repair_work const& work, volume_place const& place) {
@@ -155,13 +146,11 @@ bool finish_moves(repair_work const& work, volume_place const& place) {
       made_folder(storage, preallocate_folder);
       work.repaired(place, "made preallocate");
     }
-    auto const units = units_of(work.catalogue, place);
-    auto const moving = std::count_if(
-        units.begin(), units.end(), [](unit_row const& unit) { return is_in_transit(unit.state); });
-    if (moving == 0) return true;
-    work.repaired(place, "units in transit that are back in preallocate: " +
-                             std::to_string(finish_moves(work.catalogue, place)) + " of " +
-                             std::to_string(moving));
+    auto const units = finish_moves(work.catalogue, place);
+    if (units > 0) {
+      work.repaired(place,
+                    "units in transit that are back in preallocate: " + std::to_string(units));
+    }
     return true;
   });
 }
@@ -174,24 +163,9 @@ bool put_in_place(repair_work const& work, std::vector<scanned_volume> const& vo
     changed |= attempt(work, file.in->place, [&] { return put_in_place(work, file); });
   }
   for (auto const& volume : volumes) {
-    auto const& place = volume.place;
     for (auto const& each : volume.found.unknown_entries) {
-      if (each.what != unknown_entry::kind::file || units.count({&volume, each.shown}) > 0)
-        continue;
-      changed |=
-          attempt(work, place, [&] { return set_aside(work, place, each.folder_path, each.name); });
-    }
-  }
-  return changed;
-}
-
-bool remove_empty_folders(repair_work const& work, std::vector<scanned_volume> const& volumes) {
-  bool changed = false;
-  for (auto const& volume : volumes) {
-    for (auto const& each : volume.found.unknown_entries) {
-      if (each.what != unknown_entry::kind::empty_folder) continue;
-      changed |= attempt(work, volume.place,
-                         [&] { return remove_empty_folder(work, volume.place, each); });
+      if (units.count({&volume, each.shown}) > 0) continue;
+      changed |= attempt(work, volume.place, [&] { return put_away(work, volume.place, each); });
     }
   }
   return changed;

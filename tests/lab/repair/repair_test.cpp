@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <csignal>
+#include <set>
 
 #include "damage/damaged_recorder.h"
 #include "lab/catalogue/sqlite.h"
-#include "lab/repair/periods.h"
+#include "lab/check/finding.h"
+#include "lab/repair/stages.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/lock.h"
 
@@ -74,7 +76,7 @@ class repair_of : public support::damaged_recorder {
     auto const before = shares();
     auto const report = repair(what);
     EXPECT_EQ(repaired, report.repaired);
-    EXPECT_EQ(strings(), report.failed);
+    EXPECT_EQ(std::set<std::string>(), report.failed);
     EXPECT_EQ(left, classes());
     expect_all_kept(before);
   }
@@ -191,7 +193,8 @@ TEST_F(repair_of, a_misplaced_unit_with_a_link_in_its_place_leaves_both) {
   fs::rename(unit.file, made_folder("elsewhere") / unit.name);
   link_at(unit.file);
   expect_left({finding_class::misplaced, finding_class::unknown});
-  EXPECT_EQ(strings{"volume vol1: unit " + unit.name + ": its place is taken"}, repair().failed);
+  EXPECT_EQ(std::set<std::string>{"volume vol1: unit " + unit.name + ": its place is taken"},
+            repair().failed);
 }
 
 class repair_of_the_wrong_volume : public repair_of {
@@ -398,7 +401,8 @@ TEST_F(repair_of, a_volume_that_fails_does_not_keep_the_others_from_it) {
   auto const lost = unit_in("free", second_volume);
   fs::remove(lost.file);
   auto const report = repair();
-  EXPECT_EQ(strings{"volume vol1: " + (volume_folder() / "lost+found").string() + ": is no folder"},
+  EXPECT_EQ(std::set<std::string>{"volume vol1: " + (volume_folder() / "lost+found").string() +
+                                  ": is no folder"},
             report.failed);
   EXPECT_EQ(strings{"volume vol2: unit " + lost.name + " is preallocated anew and free"},
             report.repaired);

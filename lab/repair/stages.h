@@ -1,5 +1,5 @@
-// Repairing the files of volumes. Each step is told by scans of all volumes, whose
-// locks the caller holds, and is durable before the next one. What fails is told in
+// The stages of a repair. Each goes by scans of all volumes, whose locks the caller
+// holds, and each of its steps is durable before the next one. What fails is told in
 // the report, and all else is done.
 #pragma once
 
@@ -8,9 +8,10 @@
 #include <vector>
 
 #include "lab/catalogue/sqlite.h"
+#include "lab/check/finding.h"
 #include "lab/check/scanned_volume.h"
 #include "lab/repair/repair.h"
-#include "lab/util/error.h"
+#include "lab/volume/failure.h"
 
 namespace lab {
 
@@ -21,7 +22,6 @@ struct repair_work {
   repair_report& report;
 
   void repaired(volume_place const& where, std::string const& text) const;
-  // Told once, however often it is tried.
   void failed(volume_place const& where, std::string const& text) const;
 };
 
@@ -29,32 +29,36 @@ struct repair_work {
 // fails there is told, and false.
 template <typename Operation>
 bool attempt(repair_work const& work, volume_place const& where, Operation const& operation) {
-  try {
-    return operation();
-  } catch (busy_error const&) {
-    throw;
-  } catch (database_error const&) {
-    throw;
-  } catch (error const& problem) {
-    work.failed(where, problem.what());
-    return false;
-  }
+  bool changed = false;
+  auto const failure = failure_on_volume([&] { changed = operation(); });
+  if (failure) work.failed(where, *failure);
+  return changed;
 }
 
 // Finishes moves that were stopped, and makes preallocate if it is missing. False
 // when the volume is to be left as it is.
 bool finish_moves(repair_work const& work, volume_place const& place);
 
-// Moves what is out of its place to where it belongs or into lost+found. True when
-// something was changed, so that scans are out of date.
+// Moves what is out of its place to where it belongs or into lost+found, and removes
+// empty folders of no hour. True when something was changed, so that scans are out of
+// date.
 bool put_in_place(repair_work const& work, std::vector<scanned_volume> const& volumes);
-
-// Removes folders that no unit belongs in, as far as they are empty. True when
-// something was changed; the scans still tell where files are.
-bool remove_empty_folders(repair_work const& work, std::vector<scanned_volume> const& volumes);
 
 // Gives free and bad units without a file a new one, and short files their blocks.
 // True when something was changed.
 bool fill_up(repair_work const& work, std::vector<scanned_volume> const& volumes);
+
+// Gives each period without a storage id the one of the volume that holds all its
+// units, if there is exactly one.
+void give_ids(repair_work const& work);
+
+// Makes each recorded unit that is missing a bad one of no period, and drops each
+// period without units, in one transaction; a period stays while a leak lies in its
+// hours. Does nothing while the findings, which are those of the scans, hold a file
+// that may be what is missing, or a volume that is not read. Throws lab::error when a
+// volume is not mounted any more; nothing is changed then. True when something was
+// changed.
+bool give_up(repair_work const& work, std::vector<scanned_volume> const& volumes,
+             findings const& found);
 
 }  // namespace lab
