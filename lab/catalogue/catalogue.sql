@@ -74,7 +74,7 @@ CREATE INDEX period_by_stream ON period (channel_id, recording_type, stream, sta
 --   recording  in transit from preallocate into its hour folder, in either
 --   recorded   in its hour folder
 --   recycling  in transit back into preallocate, in either
---   bad        found in neither; never used again
+--   bad        found in neither; not used until it is repaired
 -- A unit in transit is one whose move has begun and must be finished: whatever
 -- stopped it, the next writer brings the unit back into preallocate. Only when
 -- all units of a new period are in place do they become recorded, together

@@ -9,7 +9,7 @@ namespace lab {
 
 namespace {
 
-bool is_reachable(mount how) {
+bool is_away(mount how) {
   return how == mount::folder_missing || how == mount::identity_missing ||
          how == mount::identity_foreign;
 }
@@ -31,8 +31,7 @@ class volume_check {
 
   void run() {
     if (!volume_.is_read()) {
-      bool const is_away = is_reachable(volume_.how);
-      add(is_away ? finding_class::not_mounted : finding_class::unreadable, volume_.problem);
+      add(is_away(volume_.how) ? finding_class::not_mounted : finding_class::unreadable, volume_.problem);
       return;
     }
     if (!scan_.has_preallocate) add(finding_class::missing, "preallocate is missing");

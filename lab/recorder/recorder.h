@@ -36,10 +36,9 @@ struct space {
   std::int64_t used_mb;
 };
 
-// The state of a volume whose folder is absent, or lacks its identity or
-// carries another's, or is a link, and the same of one that stands by. Nothing on
-// it is moved.
 inline constexpr std::int32_t standby_state = 1;
+// The states of a volume whose folder is absent, or lacks its identity or carries
+// another's, or is a link: otherwise, and one that stands by. Nothing on it is moved.
 inline constexpr std::int32_t not_mounted_state = 2;
 inline constexpr std::int32_t standby_not_mounted_state = 3;
 
@@ -51,7 +50,7 @@ struct volume {
   std::string sid_text;  // 32 characters
   std::string name;
   std::int32_t type;
-  std::int32_t state;  // one of the two above while the volume is not mounted
+  std::int32_t state;  // one of the last two above while the volume is not mounted
   std::int32_t volume_no;
   // Absolute: RECORDER/share/<folder>. Below /dev/null, where nothing can lie,
   // for a volume with a link or a file in the place of one of its folders.
@@ -60,6 +59,7 @@ struct volume {
   std::int64_t used_mb;
 };
 
+// Whether the volume's state lets it be worked on.
 bool is_mounted(volume const& which);
 
 struct channel {

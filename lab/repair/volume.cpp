@@ -47,9 +47,9 @@ std::string path_of(volume_place const& place, std::string const& folder_name) {
   return storage_name(place) + "/" + folder_name;
 }
 
-bool is_recording_of(unit_row const& unit, folder const& in) {
-  auto const head = recording_head(unit.folder_name, unit.name);
-  return beginning_of(in, unit.name, head.size()) == head;
+bool begins_as_recording(folder const& in, std::string const& name, std::string const& hour) {
+  auto const head = recording_head(hour, name);
+  return beginning_of(in, name, head.size()) == head;
 }
 
 bool move_to_place(repair_work const& work, displaced_file const& file) {
@@ -57,7 +57,9 @@ bool move_to_place(repair_work const& work, displaced_file const& file) {
   auto const& owner = file.owner->place;
   if (!file.is_only_one) return false;
   folder const from(open_storage(file.in->place), file.folder_name);
-  if (unit.state == unit_state::recorded && !is_recording_of(unit, from)) return false;
+  bool const is_recorded = unit.state == unit_state::recorded;
+  auto const& hour = is_recorded ? unit.folder_name : file.folder_name;
+  if (begins_as_recording(from, unit.name, hour) != is_recorded) return false;
   folder const to = made_folder(open_storage(owner), unit.folder_name);
   if (!move_durably(from, to, unit.name)) throw error("unit " + unit.name + ": its place is taken");
   auto const origin =

@@ -192,7 +192,7 @@ TEST_P(volume_by_link, is_shown_as_not_mounted) {
 TEST_P(volume_by_link, is_reported_by_check) {
   auto const found = stlab("check");
   EXPECT_NE(found.status, 0);
-  EXPECT_TRUE(holds(found.output, "not-mounted: volume vol1")) << found.output;
+  EXPECT_TRUE(holds(found.output, "unreadable: volume vol1")) << found.output;
 }
 
 TEST_P(volume_by_link, is_not_measured_by_autoclean) {
