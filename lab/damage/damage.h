@@ -22,9 +22,13 @@ struct damage_options {
   std::chrono::milliseconds lock_timeout{5000};  // for whoever else holds a volume
 };
 
+struct damaged_volume;
+
 struct damage_kind {
   char const* name;
   char const* what;
+  std::vector<std::string> options;        // which it has beside those of every kind
+  std::string (*damage)(damaged_volume&);  // returns what it did
 };
 
 // Every kind, in the order in which help shows them.

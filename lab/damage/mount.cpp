@@ -7,22 +7,15 @@
 #include <utility>
 
 #include "lab/catalogue/catalogue.h"
+#include "lab/damage/damaged_volume.h"
 #include "lab/disk/file_steps.h"
 #include "lab/recorder/state.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/place.h"
-#include "lab/volume/scan.h"
 
 namespace lab {
 
 namespace {
-
-volume_place place_named(database const& catalogue, std::filesystem::path const& recorder_folder,
-                         std::string const& name) {
-  statement query(catalogue, "SELECT id FROM volume WHERE name = ? ORDER BY id");
-  if (!query.with(name).next()) throw error("there is no volume " + name);
-  return place_of(catalogue, recorder_folder, query.integer(0));
-}
 
 std::string shown(char const* in, volume_place const& place) {
   return std::string(in) + "/" + place.folder_name;

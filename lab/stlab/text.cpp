@@ -8,8 +8,6 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "lab/util/text.h"
-
 namespace stlab {
 
 namespace {
@@ -57,10 +55,6 @@ std::size_t columns_of_terminal() {
 }
 
 }  // namespace
-
-std::string counted(std::int64_t count, std::string const& what) {
-  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
 
 void print(std::string_view line) { std::cout << lab::printable(line) << '\n'; }
 

@@ -2,14 +2,14 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "lab/util/text.h"
+
 namespace stlab {
 
-// "1 unit", "2 units".
-std::string counted(std::int64_t count, std::string const& what);
+using lab::counted;
 
 // Prints a printable line to standard output.
 void print(std::string_view line);

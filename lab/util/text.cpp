@@ -59,6 +59,10 @@ void append_escaped(std::string& to, std::string_view bytes) {
 
 }  // namespace
 
+std::string counted(std::int64_t count, std::string const& what) {
+  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
 std::size_t utf8_length(std::string_view text) { return first_letter(text).bytes; }
 
 std::string printable(std::string_view text) {

@@ -2,10 +2,14 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace lab {
+
+// "1 unit", "2 units".
+std::string counted(std::int64_t count, std::string const& what);
 
 // How many bytes the UTF-8 character has that a text, not empty, begins with; 0 when
 // it begins with none (a stray or cut byte, an overlong form, a surrogate, beyond U+10FFFF).
