@@ -200,9 +200,4 @@ database open_catalogue(fs::path const& recorder_folder, access mode,
   return catalogue;
 }
 
-std::int64_t number_of(database const& catalogue, char const* query) {
-  statement one(catalogue, query);
-  return one.next() ? one.integer(0) : 0;
-}
-
 }  // namespace lab

@@ -29,7 +29,11 @@ database open_catalogue(std::filesystem::path const& recorder_folder, access mod
                         std::chrono::milliseconds lock_timeout = default_lock_timeout);
 
 // The first number that the query answers, 0 when it answers nothing.
-std::int64_t number_of(database const& catalogue, char const* query);
+template <typename... Values>
+std::int64_t number_of(database const& catalogue, char const* query, Values const&... values) {
+  statement one(catalogue, query);
+  return one.with(values...).next() ? one.integer(0) : 0;
+}
 
 // The absolute path that `folder` means now, without "." and ".." in it.
 std::filesystem::path resolved(std::filesystem::path const& folder);

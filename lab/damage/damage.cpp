@@ -71,18 +71,15 @@ std::vector<std::int64_t> periods_to_forget(damaged_volume& on, std::int64_t wan
 }
 
 std::string leak(damaged_volume& on) {
-  statement total(on.catalogue, "SELECT count(*) FROM unit WHERE volume_id = ?");
-  total.with(on.place.id).next();
-  std::int64_t const wanted =
-      on.options.count.value_or(static_cast<int>(total.integer(0) / 20 + 1));
+  auto const total =
+      number_of(on.catalogue, "SELECT count(*) FROM unit WHERE volume_id = ?", on.place.id);
+  std::int64_t const wanted = on.options.count.value_or(static_cast<int>(total / 20 + 1));
   auto const periods = periods_to_forget(on, wanted);
   transaction all(on.catalogue, transaction_kind::writing);
-  statement leaked(on.catalogue, "SELECT count(*) FROM unit WHERE period_id = ?");
   statement forget(on.catalogue, "DELETE FROM period WHERE id = ?");
   std::int64_t leaked_units = 0;
   for (auto const id : periods) {
-    leaked.with(id).next();
-    leaked_units += leaked.integer(0);
+    leaked_units += number_of(on.catalogue, "SELECT count(*) FROM unit WHERE period_id = ?", id);
     forget.with(id).run();
   }
   all.commit();

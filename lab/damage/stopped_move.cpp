@@ -3,6 +3,7 @@
 #include <functional>
 #include <utility>
 
+#include "lab/catalogue/catalogue.h"
 #include "lab/damage/damaged_volume.h"
 #include "lab/disk/file_steps.h"
 #include "lab/util/text.h"
@@ -114,13 +115,14 @@ hour_to_record chosen_hour(damaged_volume const& on) {
                     "  LEFT JOIN assignment a ON a.channel_id = c.id AND a.volume_id = ?"
                     "  ORDER BY a.id IS NULL, a.id, c.id");
   if (!channel.with(on.place.id).next()) throw error("the recorder has no channel");
-  statement hour(on.catalogue,
-                 "SELECT coalesce(min(hour_ms),"
-                 "                (SELECT made_ms / 3600000 * 3600000 FROM recorder)) - 3600000"
-                 "  FROM unit WHERE channel_id = ? AND recording_type = 4 AND stream = 0");
-  hour.with(channel.integer(0)).next();
-  return {channel.integer(0), hour.integer(0),
-          hour_folder_name(channel.integer32(1), normal_recording.code, 0, hour.integer(0))};
+  auto const hour_ms =
+      number_of(on.catalogue,
+                "SELECT coalesce(min(hour_ms),"
+                "                (SELECT made_ms / 3600000 * 3600000 FROM recorder)) - 3600000"
+                "  FROM unit WHERE channel_id = ? AND recording_type = 4 AND stream = 0",
+                channel.integer(0));
+  return {channel.integer(0), hour_ms,
+          hour_folder_name(channel.integer32(1), normal_recording.code, 0, hour_ms)};
 }
 
 void require_recordable(damaged_volume const& on, std::vector<unit_row> const& moving,

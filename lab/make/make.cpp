@@ -7,8 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <map>
-#include <optional>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -140,26 +138,12 @@ class making {
   bool kept_ = false;
 };
 
-// What becomes of a unit: a recording's, by its place in the plan, or free.
-using unit_uses = std::vector<std::optional<std::size_t>>;
-
-unit_uses uses_of_units(make_plan const& plan, int volume) {
-  unit_uses uses(static_cast<std::size_t>(plan.units));
-  for (std::size_t index = 0; index < plan.recordings.size(); ++index) {
-    auto const& recording = plan.recordings[index];
-    if (plan.channels[static_cast<std::size_t>(recording.channel)].volume != volume) continue;
-    auto const first = static_cast<std::size_t>(recording.first_unit);
-    for (std::size_t unit = first; unit < first + static_cast<std::size_t>(recording.units);
-         ++unit) {
-      uses[unit] = index;
-    }
-  }
-  return uses;
-}
-
-std::string hour_folder_of(planned_recording const& recording) {
-  return hour_folder_name(recording.channel, recording.recording_type, recording.stream,
-                          recording.hour_ms);
+// The recording that is planned for a unit of the volume; none for a free one.
+planned_recording const* recording_of(make_plan const& plan, planned_volume const& volume,
+                                      int unit) {
+  auto const place = static_cast<std::size_t>(unit);
+  if (place >= volume.recorded.size()) return nullptr;
+  return &plan.recordings[static_cast<std::size_t>(volume.recorded[place])];
 }
 
 // Tells how many of all units are laid.
@@ -183,51 +167,33 @@ class unit_count {
   progress const& report_;
 };
 
-class volume_layer {
- public:
-  volume_layer(make_plan const& plan, make_options const& options, unit_count& count)
-      : plan_(plan), unit_bytes_(options.unit_mb * megabyte), count_(count) {}
-
-  void lay(folder const& share, int volume) {
-    auto const& planned = plan_.volumes[static_cast<std::size_t>(volume)];
-    steps::make_folder(share, planned.name);
-    folder const place(share, planned.name);
-    steps::make_file(place, identity_file, identity_text(planned.sid_text));
-    steps::make_folder(place, storage_folder_name(planned.sid_text));
-    folder const storage(place, storage_folder_name(planned.sid_text));
-    lay_units(storage, uses_of_units(plan_, volume));
-  }
-
- private:
-  void lay_units(folder const& storage, unit_uses const& uses) {
-    steps::make_folder(storage, preallocate_folder);
-    folder const preallocated(storage, preallocate_folder);
-    for (std::size_t unit = 0; unit < uses.size(); ++unit) {
-      auto const name = unit_name(static_cast<int>(unit));
-      if (uses[unit]) {
-        lay_recorded(storage, hour_folder_of(plan_.recordings[*uses[unit]]), name);
-      } else {
-        preallocate(preallocated, name);
-      }
-      count_.add_one();
+void lay_volume(folder const& share, make_plan const& plan, planned_volume const& planned,
+                std::int64_t unit_bytes, unit_count& count) {
+  steps::make_folder(share, planned.name);
+  folder const place(share, planned.name);
+  steps::make_file(place, identity_file, identity_text(planned.sid_text));
+  steps::make_folder(place, storage_folder_name(planned.sid_text));
+  folder const storage(place, storage_folder_name(planned.sid_text));
+  steps::make_folder(storage, preallocate_folder);
+  folder const preallocated(storage, preallocate_folder);
+  auto const preallocate = [&](folder const& in, std::string const& name) {
+    steps::preallocate_file(in, name, unit_bytes, [&count] { count.tell(); });
+  };
+  for (int unit = 0; unit < plan.units; ++unit) {
+    auto const name = unit_name(unit);
+    if (auto const* const of = recording_of(plan, planned, unit)) {
+      auto const hour_name =
+          hour_folder_name(of->channel, of->recording_type, of->stream, of->hour_ms);
+      steps::make_folder(storage, hour_name);
+      folder const hour(storage, hour_name);
+      preallocate(hour, name);
+      steps::write_head(hour, name, recording_head(hour_name, name));
+    } else {
+      preallocate(preallocated, name);
     }
+    count.add_one();
   }
-
-  void lay_recorded(folder const& storage, std::string const& hour_name, std::string const& name) {
-    steps::make_folder(storage, hour_name);
-    folder const hour(storage, hour_name);
-    preallocate(hour, name);
-    steps::write_head(hour, name, recording_head(hour_name, name));
-  }
-
-  void preallocate(folder const& in, std::string const& name) {
-    steps::preallocate_file(in, name, unit_bytes_, [this] { count_.tell(); });
-  }
-
-  make_plan const& plan_;
-  std::int64_t unit_bytes_;
-  unit_count& count_;
-};
+}
 
 void insert_spaces_and_volumes(database& catalogue, make_plan const& plan) {
   statement space(catalogue, "INSERT INTO space (id, sid, name, uuid) VALUES (?, ?, ?, ?)");
@@ -259,7 +225,7 @@ void insert_channels(database& catalogue, make_plan const& plan) {
 }
 
 // So many rows are written in a small fraction of a second.
-constexpr std::size_t rows_at_once = 1000;
+constexpr int rows_at_once = 1000;
 
 void insert_periods(database& catalogue, make_plan const& plan, unit_count const& count) {
   statement period(catalogue,
@@ -274,29 +240,29 @@ void insert_periods(database& catalogue, make_plan const& plan, unit_count const
               recording.stream, recording.hour_ms, recording.hour_ms + hour_milliseconds,
               plan.volumes[static_cast<std::size_t>(channel.volume)].sid_text)
         .run();
-    if (index % rows_at_once == 0) count.tell();
+    if (index % static_cast<std::size_t>(rows_at_once) == 0) count.tell();
   }
 }
 
-void insert_units(database& catalogue, make_plan const& plan, int volume, unit_count const& count) {
+void insert_units(database& catalogue, make_plan const& plan, std::size_t volume,
+                  unit_count const& count) {
   statement free_unit(catalogue, "INSERT INTO unit (volume_id, name) VALUES (?, ?)");
   statement recorded(catalogue,
                      "INSERT INTO unit (volume_id, name, state, channel_id, recording_type, stream,"
                      "                  hour_ms, period_id)"
                      "  VALUES (?, ?, 'recorded', ?, ?, ?, ?, ?)");
-  auto const uses = uses_of_units(plan, volume);
-  for (std::size_t unit = 0; unit < uses.size(); ++unit) {
+  auto const volume_id = static_cast<std::int64_t>(volume + 1);
+  for (int unit = 0; unit < plan.units; ++unit) {
     if (unit % rows_at_once == 0) count.tell();
-    auto const name = unit_name(static_cast<int>(unit));
-    if (!uses[unit]) {
-      free_unit.with(volume + 1, name).run();
-      continue;
+    auto const name = unit_name(unit);
+    if (auto const* const of = recording_of(plan, plan.volumes[volume], unit)) {
+      recorded
+          .with(volume_id, name, of->channel + 1, of->recording_type, of->stream, of->hour_ms,
+                of - plan.recordings.data() + 1)
+          .run();
+    } else {
+      free_unit.with(volume_id, name).run();
     }
-    auto const& recording = plan.recordings[*uses[unit]];
-    recorded
-        .with(volume + 1, name, recording.channel + 1, recording.recording_type, recording.stream,
-              recording.hour_ms, static_cast<std::int64_t>(*uses[unit] + 1))
-        .run();
   }
 }
 
@@ -311,7 +277,7 @@ void write_catalogue(fs::path const& file, make_plan const& plan, make_options c
   insert_spaces_and_volumes(catalogue, plan);
   insert_channels(catalogue, plan);
   insert_periods(catalogue, plan, count);
-  for (int volume = 0; volume < static_cast<int>(plan.volumes.size()); ++volume) {
+  for (std::size_t volume = 0; volume < plan.volumes.size(); ++volume) {
     insert_units(catalogue, plan, volume, count);
   }
   all.commit();
@@ -332,9 +298,8 @@ void make_recorder(fs::path const& folder_to_make, make_options const& options,
   lab::folder const recorder_folder(where);
   lab::folder const share(recorder_folder, share_folder);
   unit_count count(plan, report);
-  volume_layer layer(plan, options, count);
-  for (int volume = 0; volume < static_cast<int>(plan.volumes.size()); ++volume) {
-    layer.lay(share, volume);
+  for (auto const& volume : plan.volumes) {
+    lay_volume(share, plan, volume, options.unit_mb * megabyte, count);
   }
   write_catalogue(where / new_catalogue_file, plan, options, count);
   // Units can be given back on a full disk: nothing of the catalogue's needs

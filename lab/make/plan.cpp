@@ -65,35 +65,29 @@ std::size_t chosen_kind(random& numbers) {
   return 0;
 }
 
-// The past hours of one stream, each to be taken once, in a random order.
-class hour_choice {
- public:
-  hour_choice(std::int64_t now_ms, int days) {
-    for (std::int64_t back = 1; back <= std::int64_t{days} * hours_a_day; ++back) {
-      left_.push_back(hour_of(now_ms) - back * hour_milliseconds);
-    }
+std::vector<std::int64_t> past_hours(std::int64_t now_ms, int days) {
+  std::vector<std::int64_t> hours;
+  for (std::int64_t back = 1; back <= std::int64_t{days} * hours_a_day; ++back) {
+    hours.push_back(hour_of(now_ms) - back * hour_milliseconds);
   }
+  return hours;
+}
 
-  bool empty() const { return left_.empty(); }
-
-  std::int64_t take(random& numbers) {
-    auto const place =
-        static_cast<std::size_t>(numbers.below(static_cast<std::int64_t>(left_.size())));
-    std::swap(left_[place], left_.back());
-    auto const hour = left_.back();
-    left_.pop_back();
-    return hour;
-  }
-
- private:
-  std::vector<std::int64_t> left_;
-};
+// Takes one of the hours, which are some, away.
+std::int64_t take_one(std::vector<std::int64_t>& hours, random& numbers) {
+  auto const count = static_cast<std::int64_t>(hours.size());
+  std::swap(hours[static_cast<std::size_t>(numbers.below(count))], hours.back());
+  auto const hour = hours.back();
+  hours.pop_back();
+  return hour;
+}
 
 // Records hours of one channel until its share of units is used up or every
 // fourth hour or so is still missing. The first ones show each kind once.
 std::vector<planned_recording> record_channel(int channel, int units, make_options const& options,
                                               random& numbers) {
-  std::vector<hour_choice> hours(kinds.size(), hour_choice(options.now_ms, options.days));
+  // Of each kind, those that are left to be taken.
+  std::vector hours(kinds.size(), past_hours(options.now_ms, options.days));
   int const most = options.days * hours_a_day;
   std::vector<planned_recording> found;
   for (int hour = 0; hour < most && units > 0; ++hour) {
@@ -102,7 +96,7 @@ std::vector<planned_recording> record_channel(int channel, int units, make_optio
     if (hours[kind].empty()) continue;
     int const size = std::min(units, numbers.below(4) == 0 ? 2 : 1);
     found.push_back({channel, kinds[kind].recording_type, kinds[kind].stream,
-                     hours[kind].take(numbers), 0, size});
+                     take_one(hours[kind], numbers), size});
     units -= size;
   }
   return found;
@@ -114,12 +108,12 @@ auto chronological_key(planned_recording const& recording) {
 }
 
 void assign_units(make_plan& plan) {
-  std::vector<int> next_unit(plan.volumes.size(), 0);
-  for (auto& recording : plan.recordings) {
-    auto const channel = static_cast<std::size_t>(recording.channel);
-    auto& next = next_unit[static_cast<std::size_t>(plan.channels[channel].volume)];
-    recording.first_unit = next;
-    next += recording.units;
+  for (std::size_t index = 0; index < plan.recordings.size(); ++index) {
+    auto const& recording = plan.recordings[index];
+    auto const& channel = plan.channels[static_cast<std::size_t>(recording.channel)];
+    auto& recorded = plan.volumes[static_cast<std::size_t>(channel.volume)].recorded;
+    recorded.insert(recorded.end(), static_cast<std::size_t>(recording.units),
+                    static_cast<int>(index));
   }
 }
 
@@ -164,7 +158,7 @@ make_plan plan_recorder(make_options const& options) {
     plan.spaces.push_back({numbers.uuid(), "Storage" + std::to_string(space + 1), numbers.uuid()});
     for (int within = 0; within < options.volumes; ++within) {
       auto const name = volume_folder_name(static_cast<int>(plan.volumes.size()));
-      plan.volumes.push_back({space, new_id(numbers, taken), name});
+      plan.volumes.push_back({space, new_id(numbers, taken), name, {}});
     }
   }
   for (int channel = 0; channel < options.channels; ++channel) {

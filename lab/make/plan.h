@@ -20,6 +20,7 @@ struct planned_volume {
   int space;
   std::string sid_text;
   std::string name;
+  std::vector<int> recorded;  // the recording of each of its first units; the others are free
 };
 
 struct planned_channel {
@@ -27,13 +28,12 @@ struct planned_channel {
   int volume;
 };
 
-// One hour recorded by a channel into its volume, and its first unit there.
+// One hour recorded by a channel into its volume.
 struct planned_recording {
   int channel;
   std::int32_t recording_type;
   std::int32_t stream;
   std::int64_t hour_ms;
-  int first_unit;
   int units;
 };
 

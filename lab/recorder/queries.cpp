@@ -274,16 +274,14 @@ std::vector<std::string> recorder::days(std::int64_t channel_id, std::int32_t re
 
 std::int64_t recorder::recorded_mb(std::int64_t space_id, std::int64_t channel_id,
                                    std::optional<std::int32_t> recording_type) const {
-  statement query(state_->catalogue, recorded_query);
-  query.with(space_id, channel_id, recording_type);
-  return query.next() ? query.integer(0) * unit_mb() : 0;
+  return unit_mb() *
+         number_of(state_->catalogue, recorded_query, space_id, channel_id, recording_type);
 }
 
 std::int64_t recorder::unattributed_mb() const {
-  statement query(state_->catalogue,
-                  "SELECT count(*) FROM period p JOIN unit u ON u.period_id = p.id"
-                  "  WHERE p.storage_id = ''");
-  return query.next() ? query.integer(0) * unit_mb() : 0;
+  return unit_mb() * number_of(state_->catalogue,
+                               "SELECT count(*) FROM period p JOIN unit u ON u.period_id = p.id"
+                               "  WHERE p.storage_id = ''");
 }
 
 std::optional<std::int64_t> recorder::latest_leaked_hour(stream const& of) const {

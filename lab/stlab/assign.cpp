@@ -1,5 +1,3 @@
-#include <memory>
-
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
@@ -27,12 +25,11 @@ exit_status assign(settings const& asked) {
 }  // namespace
 
 void add_assign(CLI::App& tool, action& chosen) {
-  auto const asked = std::make_shared<settings>();
-  CLI::App& command =
+  auto [command, asked] =
       add_command(tool, chosen, "assign", "Makes a channel record into one volume from now on",
-                  asked, fallback::none, assign);
-  add_channel(command, asked->channel, "The channel, counted from 0");
-  add_volume(command, asked->volume, "the first one");
+                  fallback::none, assign);
+  add_channel(command, asked.channel, "The channel, counted from 0");
+  add_volume(command, asked.volume, "the first one");
 }
 
 }  // namespace stlab

@@ -1,10 +1,8 @@
-#include <memory>
-
 #include "lab/stlab/commands.h"
+#include "lab/stlab/hours.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
 #include "lab/stlab/text.h"
-#include "lab/stlab/times.h"
 
 namespace stlab {
 
@@ -13,11 +11,11 @@ namespace {
 struct settings {
   recorder_folder folder;
   int days = 2;
-  std::int64_t now_s = 0;
+  std::int64_t now_ms = 0;
 };
 
 exit_status expire(settings const& asked) {
-  std::int64_t const before_ms = asked.now_s * 1000 - asked.days * day_milliseconds;
+  std::int64_t const before_ms = asked.now_ms - asked.days * day_milliseconds;
   lab::recorder recorder = open_recorder(asked.folder, lab::access::read_write);
   std::int64_t const units = recorder.expire(before_ms);
   print("expired what ended before " + utc_text(before_ms) + " UTC: " + counted(units, "unit") +
@@ -31,14 +29,12 @@ exit_status expire(settings const& asked) {
 }  // namespace
 
 void add_expire(CLI::App& tool, action& chosen) {
-  auto const asked = std::make_shared<settings>();
-  CLI::App& command =
+  auto [command, asked] =
       add_command(tool, chosen, "expire", "Retention: drops old periods and gives their units back",
-                  asked, fallback::none, expire);
-  add_now(command, asked->now_s);
-  command.add_option("--days", asked->days, "Keeps what ended within so many days of 24 hours")
-      ->transform(whole_number(0, 36'500))
-      ->type_name("N");
+                  fallback::none, expire);
+  add_now(command, asked.now_ms);
+  add_number(command, "--days", asked.days, "Keeps what ended within so many days of 24 hours", 0,
+             36'500);
 }
 
 }  // namespace stlab

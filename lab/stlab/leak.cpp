@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <memory>
 #include <optional>
 
 #include "lab/stlab/commands.h"
@@ -7,7 +6,6 @@
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
 #include "lab/stlab/text.h"
-#include "lab/stlab/times.h"
 
 namespace stlab {
 
@@ -25,7 +23,7 @@ struct settings {
   std::string type = "normal";
   std::optional<int> hours;
   std::optional<int> units;
-  std::int64_t now_s = 0;
+  std::int64_t now_ms = 0;
 };
 
 // What a stream knows of the recycled days, and what is left there to forget.
@@ -36,10 +34,9 @@ struct stream_outlook {
   std::int64_t possible_hours;
 };
 
-// The hours that are going to leak: `hours` of them, the last one ending at
-// `end_ms`, with `units` units each.
+// How many hours are going to leak, the last one before all that is known, and
+// with how many units each.
 struct leak_plan {
-  std::int64_t end_ms;
   std::int64_t hours;
   std::int64_t units;
 };
@@ -61,21 +58,17 @@ stream_outlook look_at(lab::recorder const& in, lab::stream const& of, std::int6
 
 std::int64_t divided_up(std::int64_t value, std::int64_t by) { return (value + by - 1) / by; }
 
-// Clearly more than the twentieth of a volume that counts as a leak.
-std::int64_t default_leak(lab::volume_account const& account) { return account.total / 10 + 1; }
-
 // By default one unit an hour, and more only when the hours do not suffice.
-leak_plan default_plan(stream_outlook const& outlook, std::int64_t wanted_units) {
-  std::int64_t const hours = std::clamp<std::int64_t>(outlook.possible_hours, 1, wanted_units);
-  return {outlook.end_ms, hours, divided_up(wanted_units, hours)};
-}
-
-leak_plan asked_plan(settings const& asked, stream_outlook const& outlook,
-                     std::int64_t wanted_units) {
-  if (!asked.hours && !asked.units) return default_plan(outlook, wanted_units);
+leak_plan planned(settings const& asked, stream_outlook const& outlook,
+                  lab::volume_account const& account) {
+  // Clearly more than the twentieth of a volume that counts as a leak.
+  std::int64_t const wanted_units = account.total / 10 + 1;
+  if (!asked.hours && !asked.units) {
+    std::int64_t const hours = std::clamp<std::int64_t>(outlook.possible_hours, 1, wanted_units);
+    return {hours, divided_up(wanted_units, hours)};
+  }
   std::int64_t const units = asked.units.value_or(1);
-  std::int64_t const hours = asked.hours ? *asked.hours : divided_up(wanted_units, units);
-  return {outlook.end_ms, hours, units};
+  return {asked.hours ? *asked.hours : divided_up(wanted_units, units), units};
 }
 
 void require_hours(leak_plan const& plan, stream_outlook const& outlook) {
@@ -94,17 +87,6 @@ void require_units(leak_plan const& plan, stream_outlook const& outlook,
                 std::to_string(account.preallocated) + " free");
 }
 
-std::vector<std::int64_t> record_hours(lab::recorder& in, lab::volume const& volume,
-                                       lab::stream const& of, leak_plan const& plan) {
-  std::vector<std::int64_t> ids;
-  for (std::int64_t hour = 1; hour <= plan.hours; ++hour) {
-    std::int64_t const hour_ms = plan.end_ms - hour * lab::hour_milliseconds;
-    in.record(volume.id, of, hour_ms, static_cast<int>(plan.units));
-    for (lab::period const& made : periods_in_hour(in, of, hour_ms)) ids.push_back(made.id);
-  }
-  return ids;
-}
-
 exit_status leak(settings const& asked) {
   lab::recorder recorder = open_recorder(asked.folder, lab::access::read_write);
   lab::volume const volume = find_volume(recorder, asked.volume);
@@ -112,9 +94,9 @@ exit_status leak(settings const& asked) {
       asked.channel ? find_channel(recorder, *asked.channel) : assigned_channel(recorder, volume);
   lab::stream const of{channel.id, type_code(asked.type), asked.stream};
   std::string const label = stream_label(channel.number, of.recording_type, of.number);
-  stream_outlook const outlook = look_at(recorder, of, asked.now_s * 1000);
+  stream_outlook const outlook = look_at(recorder, of, asked.now_ms);
   lab::volume_account const account = recorder.account(volume.id);
-  leak_plan const plan = asked_plan(asked, outlook, default_leak(account));
+  leak_plan const plan = planned(asked, outlook, account);
   require_hours(plan, outlook);
   require_units(plan, outlook, account);
   if (!outlook.earliest_ms) {
@@ -122,34 +104,34 @@ exit_status leak(settings const& asked) {
     print("recorded " + label + ' ' + utc_text(outlook.known_hour_ms) + " UTC on " + volume.name +
           ": a stream without any known period is not recycled");
   }
-  recorder.forget(record_hours(recorder, volume, of, plan));
+  std::int64_t hour_ms = outlook.end_ms;
+  for (std::int64_t hour = 0; hour < plan.hours; ++hour) {
+    hour_ms -= lab::hour_milliseconds;
+    recorder.record(volume.id, of, hour_ms, static_cast<int>(plan.units));
+  }
+  recorder.forget(ids_of(periods_from(recorder, of, hour_ms, plan.hours)));
   print("leaked " + std::to_string(plan.hours * plan.units * recorder.unit_mb()) + " MB on " +
         volume.name + ": " + label + ", " + counted(plan.hours, "hour") + " before " +
-        utc_text(plan.end_ms) + " UTC, " + counted(plan.units, "unit") + " an hour");
+        utc_text(outlook.end_ms) + " UTC, " + counted(plan.units, "unit") + " an hour");
   return exit_status::done;
 }
 
 }  // namespace
 
 void add_leak(CLI::App& tool, action& chosen) {
-  auto const asked = std::make_shared<settings>();
-  CLI::App& command =
+  auto [command, asked] =
       add_command(tool, chosen, "leak",
                   "Retention gone wrong: forgets hours of a stream but leaves their units in place",
-                  asked, fallback::none, leak);
-  add_now(command, asked->now_s);
-  add_volume(command, asked->volume, "the first one");
-  add_channel(command, asked->channel, "The channel, counted from 0")
+                  fallback::none, leak);
+  add_now(command, asked.now_ms);
+  add_volume(command, asked.volume, "the first one");
+  add_channel(command, asked.channel, "The channel, counted from 0")
       ->default_str("the first that records into the volume");
-  add_stream(command, asked->stream);
-  add_type(command, asked->type, {"normal", "alarm"});
-  command.add_option("--hours", asked->hours, "Hours to leak, the latest ones before those known")
-      ->transform(whole_number(1, most_hours))
-      ->type_name("N")
+  add_stream(command, asked.stream, asked.type, {"normal", "alarm"});
+  add_number(command, "--hours", asked.hours, "Hours to leak, the latest ones before those known",
+             1, most_hours)
       ->default_str("a tenth of the volume");
-  command.add_option("--units", asked->units, "Units for each hour")
-      ->transform(whole_number(1, most_units))
-      ->type_name("N")
+  add_number(command, "--units", asked.units, "Units for each hour", 1, most_units)
       ->default_str("1, or more when the hours do not suffice");
 }
 

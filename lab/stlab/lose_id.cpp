@@ -1,12 +1,11 @@
 #include <algorithm>
-#include <memory>
+#include <ctime>
 
 #include "lab/stlab/commands.h"
 #include "lab/stlab/hours.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
 #include "lab/stlab/text.h"
-#include "lab/stlab/times.h"
 
 namespace stlab {
 
@@ -21,15 +20,24 @@ struct settings {
   std::int32_t stream = 1;
   std::string type = "normal";
   int hours = 4;
-  std::int64_t now_s = 0;
+  std::int64_t now_ms = 0;
 };
 
-bool is_lost(lab::period const& which) { return which.storage_id.empty(); }
-
-std::vector<lab::period> periods_from(lab::recorder const& in, lab::stream const& of,
-                                      std::int64_t start_ms, int hours) {
-  return in.periods(of, {start_ms, start_ms + hours * lab::hour_milliseconds - 1});
+// The start of the UTC hour that holds the local midnight `days_back` days
+// before the one that began the local day of `time_ms`.
+std::int64_t midnight_hour(std::int64_t time_ms, int days_back) {
+  auto const seconds = static_cast<std::time_t>(time_ms / 1000);
+  std::tm parts{};
+  if (::localtime_r(&seconds, &parts) == nullptr) throw refusal("the time is out of range");
+  parts.tm_hour = 0;
+  parts.tm_min = 0;
+  parts.tm_sec = 0;
+  parts.tm_mday -= days_back;
+  parts.tm_isdst = -1;
+  return lab::hour_of(std::int64_t{std::mktime(&parts)} * 1000);
 }
+
+bool is_lost(lab::period const& which) { return which.storage_id.empty(); }
 
 // The hours of the window in which the stream has nothing.
 std::vector<std::int64_t> empty_hours(lab::recorder const& in, lab::stream const& of,
@@ -37,7 +45,7 @@ std::vector<std::int64_t> empty_hours(lab::recorder const& in, lab::stream const
   std::vector<std::int64_t> empty;
   for (int hour = 0; hour < hours; ++hour) {
     std::int64_t const hour_ms = start_ms + hour * lab::hour_milliseconds;
-    if (periods_in_hour(in, of, hour_ms).empty()) empty.push_back(hour_ms);
+    if (periods_from(in, of, hour_ms, 1).empty()) empty.push_back(hour_ms);
   }
   return empty;
 }
@@ -76,12 +84,9 @@ exit_status lose_id(settings const& asked) {
   lab::recorder recorder = open_recorder(asked.folder, lab::access::read_write);
   lab::channel const channel = find_channel(recorder, asked.channel);
   lab::stream const of{channel.id, type_code(asked.type), asked.stream};
-  std::int64_t const start_ms = find_window(recorder, of, asked.hours, asked.now_s * 1000);
+  std::int64_t const start_ms = find_window(recorder, of, asked.hours, asked.now_ms);
   record_hours(recorder, channel, of, empty_hours(recorder, of, start_ms, asked.hours));
-  std::vector<std::int64_t> ids;
-  for (lab::period const& each : periods_from(recorder, of, start_ms, asked.hours)) {
-    ids.push_back(each.id);
-  }
+  std::vector<std::int64_t> const ids = ids_of(periods_from(recorder, of, start_ms, asked.hours));
   recorder.lose_storage_id(ids);
   print("lost the storage id of " + counted(static_cast<std::int64_t>(ids.size()), "period") +
         ": " + stream_label(channel.number, of.recording_type, of.number) + ", from " +
@@ -92,18 +97,14 @@ exit_status lose_id(settings const& asked) {
 }  // namespace
 
 void add_lose_id(CLI::App& tool, action& chosen) {
-  auto const asked = std::make_shared<settings>();
-  CLI::App& command = add_command(
+  auto [command, asked] = add_command(
       tool, chosen, "lose-id",
       "Takes the storage id from adjoining hours across a midnight, recording them if need be",
-      asked, fallback::none, lose_id);
-  add_now(command, asked->now_s);
-  add_channel(command, asked->channel, "The channel, counted from 0");
-  add_stream(command, asked->stream);
-  add_type(command, asked->type, {"normal", "alarm"});
-  command.add_option("--hours,--count", asked->hours, "Hours, a period each")
-      ->transform(whole_number(1, most_hours))
-      ->type_name("N");
+      fallback::none, lose_id);
+  add_now(command, asked.now_ms);
+  add_channel(command, asked.channel, "The channel, counted from 0");
+  add_stream(command, asked.stream, asked.type, {"normal", "alarm"});
+  add_number(command, "--hours,--count", asked.hours, "Hours, a period each", 1, most_hours);
 }
 
 }  // namespace stlab

@@ -90,7 +90,7 @@ std::string usage_problem(CLI::App const& tool, CLI::ParseError const& problem) 
   if (command.empty() || kind == CLI::ExitCodes::ExtrasError) return unexpected(unknown);
   if (kind == CLI::ExitCodes::RequiredError) return "the option " + option + " is missing";
   if (kind == CLI::ExitCodes::ArgumentMismatch) {
-    bool const is_repeated = text.find("At Most") != std::string::npos;
+    bool const is_repeated = tool.get_subcommand(command)->get_option(option)->count() > 1;
     return "the option " + option + (is_repeated ? " is given more than once" : " has no value");
   }
   return text;
@@ -107,12 +107,13 @@ exit_status run(int argc, char const* const* argv) {
   tool.footer(exit_statuses);
   try {
     tool.parse(argc, argv);
+  } catch (CLI::CallForHelp const&) {
+    std::cout << help_of(tool, command_in(tool));
+    return after_output(exit_status::done);
+  } catch (CLI::CallForVersion const& version) {
+    std::cout << version.what() << '\n';
+    return after_output(exit_status::done);
   } catch (CLI::ParseError const& problem) {
-    if (problem.get_exit_code() == 0) {
-      std::cout << (problem.get_name() == "CallForHelp" ? help_of(tool, command_in(tool))
-                                                        : problem.what() + std::string("\n"));
-      return after_output(exit_status::done);
-    }
     report(exit_status::usage, usage_problem(tool, problem));
     std::string const command = command_in(tool);
     std::cerr << "Try: stlab " << command << (command.empty() ? "" : " ") << "--help\n";

@@ -1,7 +1,5 @@
 #include "lab/damage/mount.h"
 
-#include <memory>
-
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
@@ -25,11 +23,10 @@ exit_status mount(settings const& asked) {
 }  // namespace
 
 void add_mount(CLI::App& tool, action& chosen) {
-  auto const asked = std::make_shared<settings>();
-  CLI::App& command = add_command(
+  auto [command, asked] = add_command(
       tool, chosen, "mount", "Undoes 'damage unmounted': brings a volume's folder or identity back",
-      asked, fallback::none, mount);
-  command.add_option("--volume", asked->volume, "The volume's name")->required()->type_name("NAME");
+      fallback::none, mount);
+  command.add_option("--volume", asked.volume, "The volume's name")->required()->type_name("NAME");
 }
 
 }  // namespace stlab

@@ -5,9 +5,10 @@
 #include <cstdlib>
 #include <ctime>
 #include <optional>
+#include <regex>
+#include <tuple>
 
 #include "lab/recorder/recorder.h"
-#include "lab/stlab/times.h"
 #include "lab/volume/recording_type.h"
 
 namespace stlab {
@@ -20,6 +21,35 @@ std::optional<std::uint64_t> number_in(std::string const& text) {
   auto const [stop, problem] = std::from_chars(text.data(), end, value);
   if (problem != std::errc() || stop != end) return std::nullopt;
   return value;
+}
+
+// The seconds since the epoch of "2026-11-21", "2026-11-21 07:00" or
+// "2026-11-21 07:00:30", a T in place of the blank: in UTC with a Z at its end,
+// else in local time. None for anything else, and for what no clock shows.
+std::optional<std::int64_t> seconds_of(std::string const& text) {
+  static std::regex const form(R"((\d{4})-(\d\d)-(\d\d)(?:[ T](\d\d):(\d\d)(?::(\d\d))?)?(Z?))");
+  std::smatch parts;
+  if (!std::regex_match(text, parts, form)) return std::nullopt;
+  auto const number = [&parts](std::size_t part) {
+    return parts[part].matched ? std::stoi(parts[part]) : 0;
+  };
+  std::tm asked{};
+  asked.tm_year = number(1) - 1900;
+  asked.tm_mon = number(2) - 1;
+  asked.tm_mday = number(3);
+  asked.tm_hour = number(4);
+  asked.tm_min = number(5);
+  asked.tm_sec = number(6);
+  asked.tm_isdst = -1;
+  std::tm found = asked;
+  bool const is_utc = parts[7].length() > 0;
+  std::time_t const seconds = is_utc ? ::timegm(&found) : ::mktime(&found);
+  // What is out of range has been counted over into another date or time.
+  auto const fields = [](std::tm const& of) {
+    return std::tuple(of.tm_year, of.tm_mon, of.tm_mday, of.tm_hour, of.tm_min, of.tm_sec);
+  };
+  if (fields(found) != fields(asked)) return std::nullopt;
+  return std::int64_t{seconds};
 }
 
 constexpr std::int64_t most_seconds = 253'402'300'799;  // the end of the year 9999
@@ -85,8 +115,8 @@ void complete(recorder_folder& folder, fallback otherwise) {
   }
 }
 
-void add_now(CLI::App& command, std::int64_t& now_s) {
-  now_s = std::int64_t{std::time(nullptr)};
+void add_now(CLI::App& command, std::int64_t& now_ms) {
+  now_ms = std::int64_t{std::time(nullptr)} * 1000;
   CLI::Validator const moment(
       [](std::string& text) {
         std::optional<std::int64_t> const value = moment_in(text);
@@ -95,12 +125,12 @@ void add_now(CLI::App& command, std::int64_t& now_s) {
                  "' is no moment: neither seconds since 1970 nor a date such as 2026-11-21 or "
                  "'2026-11-21 07:00:00Z'";
         }
-        text = std::to_string(*value);
+        text = std::to_string(*value * 1000);
         return std::string();
       },
       "");
   command
-      .add_option("--now", now_s,
+      .add_option("--now", now_ms,
                   "The present moment: seconds since 1970, or 2026-11-21, '2026-11-21 07:00' or "
                   "'2026-11-21 07:00:30', which is local time, or UTC with a Z at its end")
       ->transform(moment)
@@ -114,14 +144,10 @@ CLI::Option* add_volume(CLI::App& command, std::string& volume, std::string cons
       ->default_str(otherwise);
 }
 
-void add_stream(CLI::App& command, std::int32_t& stream) {
-  command.add_option("--stream", stream, "The stream, 0 to 4")
-      ->transform(whole_number(0, 4))
-      ->type_name("S");
-}
-
-void add_type(CLI::App& command, std::string& type, std::vector<std::string> const& names) {
-  command.add_option("--type", type, "The recording type")->check(one_of(names))->type_name("NAME");
+void add_stream(CLI::App& command, std::int32_t& stream, std::string& type,
+                std::vector<std::string> const& types) {
+  add_number(command, "--stream", stream, "The stream, 0 to 4", 0, 4)->type_name("S");
+  add_choice(command, "--type", type, "The recording type", types);
 }
 
 std::int32_t type_code(std::string const& name) {

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <map>
-#include <memory>
 #include <optional>
 
 #include "lab/stlab/commands.h"
@@ -8,7 +7,6 @@
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
 #include "lab/stlab/text.h"
-#include "lab/stlab/times.h"
 
 namespace stlab {
 
@@ -21,7 +19,7 @@ struct settings {
   std::int32_t stream = 0;
   int hours = 1;
   int units = 1;
-  std::int64_t now_s = 0;
+  std::int64_t now_ms = 0;
 };
 
 std::vector<lab::channel> chosen_channels(lab::recorder const& in, settings const& asked) {
@@ -33,6 +31,23 @@ std::vector<lab::channel> chosen_channels(lab::recorder const& in, settings cons
     if (!known) channels.push_back(find_channel(in, number));
   }
   return channels;
+}
+
+// The latest hour, not after that of `from_ms`, that can be recorded and in
+// which the stream has nothing; none when there is none.
+std::optional<std::int64_t> latest_empty_hour(lab::recorder const& in, lab::stream const& of,
+                                              std::int64_t from_ms) {
+  std::int64_t const first_ms = first_recordable_hour(in, of);
+  std::int64_t hour_ms = lab::hour_of(from_ms);
+  while (hour_ms >= first_ms) {
+    auto const known = periods_from(in, of, hour_ms, 1);
+    if (known.empty()) return hour_ms;
+    auto const earliest = std::min_element(
+        known.begin(), known.end(),
+        [](auto const& one, auto const& other) { return one.start_ms < other.start_ms; });
+    hour_ms = std::min(lab::hour_of(earliest->start_ms), hour_ms) - lab::hour_milliseconds;
+  }
+  return std::nullopt;
 }
 
 // One channel's hours, the latest one first.
@@ -48,7 +63,7 @@ planned_channel plan_channel(lab::recorder const& in, lab::channel const& channe
   lab::stream const of{channel.id, type_code(asked.type), asked.stream};
   planned_channel plan{channel, assigned_volume(in, channel), of, {}};
   auto const asked_hours = static_cast<std::size_t>(asked.hours);
-  for (std::int64_t from_ms = asked.now_s * 1000; plan.hours.size() < asked_hours;
+  for (std::int64_t from_ms = asked.now_ms; plan.hours.size() < asked_hours;
        from_ms = plan.hours.back() - lab::hour_milliseconds) {
     std::optional<std::int64_t> const hour_ms = latest_empty_hour(in, of, from_ms);
     if (!hour_ms) {
@@ -94,21 +109,15 @@ exit_status record(settings const& asked) {
 }  // namespace
 
 void add_record(CLI::App& tool, action& chosen) {
-  auto const asked = std::make_shared<settings>();
-  CLI::App& command = add_command(
+  auto [command, asked] = add_command(
       tool, chosen, "record",
-      "Records the latest hours, up to the present one, that a stream does not have yet", asked,
+      "Records the latest hours, up to the present one, that a stream does not have yet",
       fallback::none, record);
-  add_now(command, asked->now_s);
-  add_channel(command, asked->channels, "Channels, counted from 0")->default_str("all");
-  add_stream(command, asked->stream);
-  add_type(command, asked->type, {"normal", "alarm", "manual"});
-  command.add_option("--hours", asked->hours, "Hours for each channel")
-      ->transform(whole_number(1, most_hours))
-      ->type_name("N");
-  command.add_option("--units", asked->units, "Units for each hour")
-      ->transform(whole_number(1, most_units))
-      ->type_name("N");
+  add_now(command, asked.now_ms);
+  add_channel(command, asked.channels, "Channels, counted from 0")->default_str("all");
+  add_stream(command, asked.stream, asked.type, {"normal", "alarm", "manual"});
+  add_number(command, "--hours", asked.hours, "Hours for each channel", 1, most_hours);
+  add_number(command, "--units", asked.units, "Units for each hour", 1, most_units);
 }
 
 }  // namespace stlab

@@ -1,7 +1,5 @@
 #include "lab/stlab/recorder_access.h"
 
-#include <algorithm>
-
 #include "lab/catalogue/catalogue.h"
 #include "lab/recorder/state.h"
 #include "lab/stlab/commands.h"
@@ -60,11 +58,19 @@ lab::channel find_channel(lab::recorder const& in, std::int32_t number) {
   throw refusal("there is no channel " + std::to_string(number));
 }
 
-lab::volume assigned_volume(lab::recorder const& in, lab::channel const& of) {
-  for (lab::volume const& each : in.volumes()) {
-    for (lab::channel const& assigned : in.volume_channels(each.volume_no)) {
-      if (assigned.id == of.id) return each;
+std::vector<assignment> assignments(lab::recorder const& in) {
+  std::vector<assignment> all;
+  for (lab::volume const& volume : in.volumes()) {
+    for (lab::channel const& each : in.volume_channels(volume.volume_no)) {
+      all.push_back({each, volume});
     }
+  }
+  return all;
+}
+
+lab::volume assigned_volume(lab::recorder const& in, lab::channel const& of) {
+  for (assignment const& each : assignments(in)) {
+    if (each.channel.id == of.id) return each.volume;
   }
   throw refusal("channel " + std::to_string(of.number) +
                 " records into no volume (see stlab assign)");

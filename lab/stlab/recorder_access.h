@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "lab/recorder/recorder.h"
 #include "lab/stlab/options.h"
@@ -14,6 +15,15 @@ lab::recorder open_recorder(recorder_folder const& folder, lab::access mode);
 
 // Throws unusable unless the recorder's catalogue can be written.
 void require_writable(recorder_folder const& folder);
+
+// A channel that records into a volume.
+struct assignment {
+  lab::channel channel;
+  lab::volume volume;
+};
+
+// Every one, volume by volume.
+std::vector<assignment> assignments(lab::recorder const& in);
 
 // Each throws refusal when there is no such thing.
 

@@ -2,17 +2,16 @@
 #include <array>
 #include <iostream>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <tuple>
 #include <utility>
 
 #include "lab/stlab/commands.h"
+#include "lab/stlab/hours.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
 #include "lab/stlab/text.h"
-#include "lab/stlab/times.h"
 #include "lab/util/text.h"
 #include "lab/volume/recording_type.h"
 
@@ -150,17 +149,6 @@ void show_space(lab::recorder const& in, lab::space const& space, selection cons
   if (!chosen.volume) show_recorded(in, space, chosen);
 }
 
-// The volumes that each channel records into.
-std::map<std::int64_t, std::vector<lab::volume>> volumes_of_channels(lab::recorder const& in) {
-  std::map<std::int64_t, std::vector<lab::volume>> volumes;
-  for (lab::volume const& volume : in.volumes()) {
-    for (lab::channel const& channel : in.volume_channels(volume.volume_no)) {
-      volumes[channel.id].push_back(volume);
-    }
-  }
-  return volumes;
-}
-
 // The ids of the volumes into which the channel records, or has recorded.
 std::set<std::int64_t> volumes_of(lab::recorder const& in, lab::channel const& channel) {
   std::set<std::string> storages;
@@ -171,25 +159,23 @@ std::set<std::int64_t> volumes_of(lab::recorder const& in, lab::channel const& c
   for (lab::volume const& volume : in.volumes()) {
     if (storages.count(volume.sid_text) == 1) ids.insert(volume.id);
   }
-  auto const assigned = volumes_of_channels(in);
-  auto const found = assigned.find(channel.id);
-  if (found == assigned.end()) return ids;
-  for (lab::volume const& volume : found->second) ids.insert(volume.id);
+  for (assignment const& each : assignments(in)) {
+    if (each.channel.id == channel.id) ids.insert(each.volume.id);
+  }
   return ids;
 }
 
 void show_channels(lab::recorder const& in, selection const& chosen) {
-  auto const volumes = volumes_of_channels(in);
+  std::vector<assignment> const all = assignments(in);
   show_line("channels");
   for (lab::channel const& channel : in.channels()) {
     if (!chosen.holds(channel)) continue;
     std::string names;
     bool is_chosen = !chosen.volume;
-    if (auto const found = volumes.find(channel.id); found != volumes.end()) {
-      for (lab::volume const& volume : found->second) {
-        names += (names.empty() ? "" : ", ") + volume.name;
-        is_chosen = is_chosen || chosen.holds(volume);
-      }
+    for (assignment const& each : all) {
+      if (each.channel.id != channel.id) continue;
+      names += (names.empty() ? "" : ", ") + each.volume.name;
+      is_chosen = is_chosen || chosen.holds(each.volume);
     }
     if (!is_chosen) continue;
     show_line("  " + channel_label(channel.number) + "  channel_id " +
@@ -288,16 +274,15 @@ exit_status show(settings const& asked) {
 }  // namespace
 
 void add_show(CLI::App& tool, action& chosen) {
-  auto const asked = std::make_shared<settings>();
-  CLI::App& command = add_command(
+  auto [command, asked] = add_command(
       tool, chosen, "show",
       "Shows spaces, volumes (# used, . preallocated, ! lost, ? not mounted), channels and "
       "periods",
-      asked, fallback::built_in, show);
-  add_volume(command, asked->volume, "all")->description("Only what belongs to this volume");
-  add_channel(command, asked->channel, "Only what belongs to this channel, counted from 0")
+      fallback::built_in, show);
+  add_volume(command, asked.volume, "all")->description("Only what belongs to this volume");
+  add_channel(command, asked.channel, "Only what belongs to this channel, counted from 0")
       ->default_str("all");
-  command.add_flag("--periods", asked->each_period,
+  command.add_flag("--periods", asked.each_period,
                    "Each period, not only a summary for each stream");
 }
 

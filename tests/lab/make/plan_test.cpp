@@ -82,16 +82,19 @@ TEST(make_plan, most_recordings_are_normal_ones_and_every_kind_occurs) {
 
 TEST(make_plan, units_are_given_out_once_and_leave_room) {
   auto const plan = lab::plan_recorder(defaults());
-  std::map<int, std::set<int>> given;
-  for (auto const& recording : plan.recordings) {
-    int const volume = plan.channels[static_cast<std::size_t>(recording.channel)].volume;
-    for (int unit = recording.first_unit; unit < recording.first_unit + recording.units; ++unit) {
-      EXPECT_TRUE(given[volume].insert(unit).second) << "unit " << unit;
+  std::map<int, int> given;
+  for (int volume = 0; volume < 4; ++volume) {
+    auto const& recorded = plan.volumes[static_cast<std::size_t>(volume)].recorded;
+    for (int const recording : recorded) {
+      int const channel = plan.recordings[static_cast<std::size_t>(recording)].channel;
+      EXPECT_EQ(volume, plan.channels[static_cast<std::size_t>(channel)].volume);
+      ++given[recording];
     }
+    EXPECT_LE(recorded.size(), 38U) << "volume " << volume;
+    EXPECT_GT(recorded.size(), 10U) << "volume " << volume;
   }
-  for (auto const& [volume, units] : given) {
-    EXPECT_LE(units.size(), 38U) << "volume " << volume;
-    EXPECT_GT(units.size(), 10U) << "volume " << volume;
+  for (std::size_t recording = 0; recording < plan.recordings.size(); ++recording) {
+    EXPECT_EQ(plan.recordings[recording].units, given[static_cast<int>(recording)]) << recording;
   }
 }
 
