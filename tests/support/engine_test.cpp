@@ -1,12 +1,14 @@
 #include "engine_test.h"
 
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 #include <stdexcept>
 
 #include "environment.h"
-#include "lab/catalogue/sqlite.h"
 #include "lab/make/make.h"
 #include "lab/volume/layout.h"
 
@@ -36,8 +38,7 @@ fs::path engine_test::make(lab::make_options const& options) const {
 lab::recorder engine_test::open(lab::access mode) const { return lab::recorder::open(root_, mode); }
 
 fs::path engine_test::storage(std::int64_t volume_id) const {
-  lab::database const catalogue(root_ / "catalogue.db", lab::database::mode::read_only,
-                                std::chrono::milliseconds(0));
+  auto const catalogue = connect();
   lab::statement query(catalogue, "SELECT folder, sid_text FROM volume WHERE id = ?");
   if (!query.with(volume_id).next()) throw std::runtime_error("no such volume");
   return lab::storage_folder((root_ / "share" / query.text(0)).string(), query.text(1));
@@ -45,6 +46,10 @@ fs::path engine_test::storage(std::int64_t volume_id) const {
 
 fs::path engine_test::preallocate(std::int64_t volume_id) const {
   return storage(volume_id) / "preallocate";
+}
+
+fs::path engine_test::hour_folder(std::int64_t volume_id, std::int64_t hour_ms) const {
+  return storage(volume_id) / lab::hour_folder_name(0, 4, 0, hour_ms);
 }
 
 std::int64_t engine_test::allocated_bytes(fs::path const& folder) {
@@ -58,18 +63,49 @@ std::int64_t engine_test::allocated_bytes(fs::path const& folder) {
 }
 
 void engine_test::tamper(std::string const& sql) const {
-  lab::database catalogue(root_ / "catalogue.db", lab::database::mode::read_write,
-                          std::chrono::milliseconds(0));
+  auto catalogue = connect(lab::database::mode::read_write);
   catalogue.execute("PRAGMA foreign_keys = OFF");
   catalogue.execute(sql);
 }
 
 std::int64_t engine_test::ask(std::string const& sql) const {
-  lab::database const catalogue(root_ / "catalogue.db", lab::database::mode::read_only,
-                                std::chrono::milliseconds(0));
+  auto const catalogue = connect();
   lab::statement query(catalogue, sql);
   if (!query.next()) throw std::runtime_error("no answer to " + sql);
   return query.integer(0);
+}
+
+void engine_test::break_table(std::string const& name) const {
+  auto const page = ask("SELECT rootpage FROM sqlite_master WHERE name = '" + name + "'");
+  auto const size = ask("SELECT page_size FROM pragma_page_size");
+  std::fstream file(root_ / "catalogue.db", std::ios::in | std::ios::out | std::ios::binary);
+  file.seekp((page - 1) * size);
+  file << std::string(static_cast<std::size_t>(size), '\xff');
+}
+
+void engine_test::die_while_changing() const {
+  pid_t const child = fork();
+  if (child == 0) {
+    auto catalogue = connect(lab::database::mode::read_write);
+    catalogue.execute(
+        "PRAGMA cache_size = 1; BEGIN IMMEDIATE;"
+        "UPDATE volume SET type = 1; UPDATE unit SET name = name || 'x';");
+    _exit(0);
+  }
+  int status = -1;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  ASSERT_EQ(0, status);
+}
+
+lab::volume_place engine_test::place_of(std::int64_t volume_id) const {
+  for (auto const& each : open(lab::access::read_only).volumes()) {
+    if (each.id == volume_id) return {each.id, each.path.filename(), each.sid_text, each.path};
+  }
+  throw std::runtime_error("no such volume");
+}
+
+lab::volume_lock engine_test::hold(std::int64_t volume_id, lab::volume_lock::kind how) const {
+  return {place_of(volume_id), how, std::chrono::milliseconds(0)};
 }
 
 void engine_test::leak(std::int64_t volume_id, lab::stream const& of, std::int64_t hour_ms,

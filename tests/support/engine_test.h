@@ -11,9 +11,12 @@
 
 #include "files.h"
 #include "findings.h"
+#include "lab/catalogue/sqlite.h"
 #include "lab/make/make.h"
 #include "lab/recorder/recorder.h"
 #include "lab/util/error.h"
+#include "lab/volume/lock.h"
+#include "lab/volume/place.h"
 #include "snapshot.h"
 
 namespace support {
@@ -52,17 +55,41 @@ class engine_test : public testing::Test {
   std::filesystem::path const& root() const { return root_; }
   void set_root(std::filesystem::path const& root) { root_ = root; }
   std::filesystem::path make(lab::make_options const& options = small()) const;
+  std::filesystem::path make(std::function<void(lab::make_options&)> const& change) const {
+    return make(small(change));
+  }
   lab::recorder open(lab::access mode = lab::access::read_write) const;
+  lab::recorder made(lab::make_options const& options = small(),
+                     lab::access mode = lab::access::read_write) const {
+    make(options);
+    return open(mode);
+  }
 
   std::filesystem::path storage(std::int64_t volume_id) const;
   std::filesystem::path preallocate(std::int64_t volume_id) const;
+  // Of the main stream.
+  std::filesystem::path hour_folder(std::int64_t volume_id, std::int64_t hour_ms) const;
   // The names in a folder, sorted; none when it is absent.
   static std::vector<std::string> names(std::filesystem::path const& in) { return names_in(in); }
   static std::int64_t allocated_bytes(std::filesystem::path const& folder);
 
+  // The recorder's catalogue, without a wait for who holds it.
+  lab::database connect(lab::database::mode how = lab::database::mode::read_only) const {
+    return {root_ / "catalogue.db", how, std::chrono::milliseconds(0)};
+  }
   // Changes the catalogue behind the recorder's back.
   void tamper(std::string const& sql) const;
   std::int64_t ask(std::string const& sql) const;
+
+  // Overwrites the first page of a table.
+  void break_table(std::string const& name) const;
+  // In a process that dies inside a transaction whose pages are partly in the file.
+  void die_while_changing() const;
+
+  // Takes the lock of a mounted volume at once, or throws lab::busy_error.
+  lab::volume_place place_of(std::int64_t volume_id) const;
+  lab::volume_lock hold(std::int64_t volume_id,
+                        lab::volume_lock::kind how = lab::volume_lock::kind::exclusive) const;
 
   // Records hours of a stream and forgets their periods.
   void leak(std::int64_t volume_id, lab::stream const& of, std::int64_t hour_ms, int units) const;

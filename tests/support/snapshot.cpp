@@ -1,5 +1,7 @@
 #include "snapshot.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <functional>
@@ -106,5 +108,9 @@ std::string changes(snapshot const& before, snapshot const& after, depth how) {
   }
   return text;
 }
+
+unchanged::unchanged(fs::path folder) : folder_(std::move(folder)), before_(snapshot_of(folder_)) {}
+
+unchanged::~unchanged() { EXPECT_EQ("", changes(before_, snapshot_of(folder_))); }
 
 }  // namespace support

@@ -43,4 +43,17 @@ std::vector<std::string> differences(contents const& left, contents const& right
 // nothing does.
 std::string changes(snapshot const& before, snapshot const& after, depth how = depth::with_content);
 
+// Expects at its end that nothing below a folder has changed since its beginning.
+class unchanged {
+ public:
+  explicit unchanged(std::filesystem::path folder);
+  ~unchanged();
+  unchanged(unchanged const&) = delete;
+  unchanged& operator=(unchanged const&) = delete;
+
+ private:
+  std::filesystem::path folder_;
+  snapshot before_;
+};
+
 }  // namespace support

@@ -1,7 +1,6 @@
 #include "lab/catalogue/journal.h"
 
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "engine_test.h"
@@ -17,9 +16,7 @@ using strings = std::vector<std::string>;
 class catalogue_journal : public support::engine_test {
  protected:
   catalogue_journal() {
-    auto options = support::small();
-    options.volume_mb = 64;
-    make(options);
+    make([](auto& options) { options.volume_mb = 64; });
     whole_ = fs::file_size(journal());
     needed_ = ask("SELECT page_count * page_size FROM pragma_page_count, pragma_page_size");
   }
@@ -44,24 +41,6 @@ class catalogue_journal : public support::engine_test {
     EXPECT_EQ(whole_, fs::file_size(journal()));
     EXPECT_LE(std::int64_t{status().st_size}, std::int64_t{status().st_blocks} * 512);
     EXPECT_EQ(lab::findings(), findings());
-  }
-
-  lab::database writer() const {
-    return {catalogue(), lab::database::mode::read_write, milliseconds(0)};
-  }
-
-  // Pages are in the file before the change is cut short.
-  void die_while_changing() const {
-    pid_t const child = fork();
-    if (child == 0) {
-      auto changing = writer();
-      changing.execute(
-          "PRAGMA cache_size = 1; BEGIN IMMEDIATE;"
-          "UPDATE volume SET type = 1; UPDATE unit SET name = name || 'x';");
-      _exit(0);
-    }
-    int status = -1;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
   }
 
   std::string content() const { return support::contents_of(root()).at("catalogue.db-journal"); }
@@ -147,7 +126,7 @@ TEST_F(catalogue_journal, undoes_a_change_with_zeros_behind_it_too) {
 TEST_F(catalogue_journal, is_left_alone_while_somebody_uses_it) {
   for (auto const* const end : {"COMMIT", "ROLLBACK"}) {
     fs::remove(journal());
-    auto other = writer();
+    auto other = connect(lab::database::mode::read_write);
     other.execute("BEGIN IMMEDIATE; UPDATE volume SET volume_no = volume_no + 10;");
     auto const before = content();
     lab::recorder::open(root(), lab::access::read_write, milliseconds(0));

@@ -16,12 +16,18 @@ namespace fs = std::filesystem;
 class making : public support::engine_test {
  protected:
   static lab::make_options recorded() {
-    auto options = support::small();
-    options.days = 1;
-    return options;
+    return support::small([](auto& options) { options.days = 1; });
+  }
+  // One volume with one unit.
+  static lab::make_options of_a_large_unit() {
+    return support::small([](auto& options) {
+      options.volumes = 1;
+      options.volume_mb = options.unit_mb = 80;
+    });
   }
 
-  std::string refusal(fs::path const& folder, lab::make_options const& options) const {
+  std::string refusal(fs::path const& folder,
+                      lab::make_options const& options = support::small()) const {
     return support::failure_of([&] { lab::make_recorder(folder, options, {}); });
   }
 };
@@ -83,12 +89,8 @@ TEST_F(making, can_be_stopped_whenever_progress_is_told) {
 }
 
 TEST_F(making, can_be_stopped_inside_a_large_unit) {
-  auto options = support::small();
-  options.volumes = 1;
-  options.unit_mb = 80;
-  options.volume_mb = 80;
   EXPECT_EQ("stopped", support::failure_of([&] {
-              lab::make_recorder(root(), options, [&](std::int64_t done, std::int64_t) {
+              lab::make_recorder(root(), of_a_large_unit(), [&](std::int64_t done, std::int64_t) {
                 EXPECT_EQ(0, done);
                 throw lab::error("stopped");
               });
@@ -97,11 +99,7 @@ TEST_F(making, can_be_stopped_inside_a_large_unit) {
 }
 
 TEST_F(making, a_large_unit_has_all_its_blocks) {
-  auto options = support::small();
-  options.volumes = 1;
-  options.unit_mb = 80;
-  options.volume_mb = 80;
-  make(options);
+  make(of_a_large_unit());
   EXPECT_GE(allocated_bytes(preallocate(first_volume)), 80 * 1024 * 1024);
   EXPECT_EQ(lab::findings(), lab::check(open(lab::access::read_only)));
 }
@@ -115,20 +113,19 @@ TEST_F(making, an_empty_folder_will_do) {
 TEST_F(making, a_folder_with_anything_in_it_is_refused_and_kept) {
   fs::create_directory(root());
   support::write_file(root() / "note", "mine");
-  EXPECT_EQ(root().string() + ": folder is not empty", refusal(root(), support::small()));
+  EXPECT_EQ(root().string() + ": folder is not empty", refusal(root()));
   EXPECT_EQ((support::contents{{"note", "mine"}}), support::contents_of(root()));
 }
 
 TEST_F(making, a_recorder_is_not_made_over_another) {
   make();
-  auto const before = support::contents_of(root());
-  EXPECT_EQ(root().string() + ": folder is not empty", refusal(root(), support::small()));
-  EXPECT_EQ(std::vector<std::string>(), support::differences(before, support::contents_of(root())));
+  support::unchanged const kept(root());
+  EXPECT_EQ(root().string() + ": folder is not empty", refusal(root()));
 }
 
 TEST_F(making, a_file_is_refused) {
   support::write_file(root(), "mine");
-  EXPECT_EQ(root().string() + ": not a folder", refusal(root(), support::small()));
+  EXPECT_EQ(root().string() + ": not a folder", refusal(root()));
 }
 
 TEST_F(making, a_path_that_holds_share_is_refused) {
@@ -136,7 +133,7 @@ TEST_F(making, a_path_that_holds_share_is_refused) {
   for (auto const* const name : {"share", "myshare", "share/below"}) {
     auto const folder = parent / name;
     EXPECT_EQ(folder.string() + ": a recorder's own path must not hold \"share/\"",
-              refusal(folder, support::small()));
+              refusal(folder));
     EXPECT_FALSE(fs::exists(folder));
   }
   lab::make_recorder(parent / "shared", support::small(), {});
@@ -151,7 +148,7 @@ TEST_F(making, a_path_is_refused_when_the_preallocated_units_lie_too_deep) {
   EXPECT_EQ(too_long.string() +
                 ": path is too long: 256 characters down to the preallocated units, at most 255 "
                 "are possible",
-            refusal(too_long, support::small()));
+            refusal(too_long));
   EXPECT_FALSE(fs::exists(too_long));
   lab::make_recorder(fits, support::small(), {});
   auto const volume = lab::recorder::open(fits, lab::access::read_only).volumes().front();
@@ -159,12 +156,11 @@ TEST_F(making, a_path_is_refused_when_the_preallocated_units_lie_too_deep) {
 }
 
 TEST_F(making, too_little_disk_is_refused) {
-  auto options = support::small();
-  options.spaces = 64;
-  options.volumes = 64;
-  options.volume_mb = 1024 * 1024;
-  options.unit_mb = 1024;
-  auto const text = refusal(root(), options);
+  auto const text = refusal(root(), support::small([](auto& options) {
+                              options.spaces = options.volumes = 64;
+                              options.volume_mb = 1024 * 1024;
+                              options.unit_mb = 1024;
+                            }));
   EXPECT_NE(std::string::npos, text.find("too little disk: 42949")) << text;
   EXPECT_FALSE(fs::exists(root()));
 }
@@ -192,9 +188,9 @@ TEST_F(making, what_a_kill_midway_leaves_is_no_recorder) {
   EXPECT_EQ(copy.string() +
                 ": folder is not empty: it looks as a stopped make leaves it (share); remove that "
                 "first, unless it holds recordings",
-            refusal(copy, support::small()));
+            refusal(copy));
   support::write_file(copy / "note", "mine");
-  EXPECT_EQ(copy.string() + ": folder is not empty", refusal(copy, support::small()));
+  EXPECT_EQ(copy.string() + ": folder is not empty", refusal(copy));
 }
 
 }  // namespace

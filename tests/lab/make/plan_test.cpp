@@ -17,10 +17,6 @@ lab::make_options defaults() {
   return options;
 }
 
-std::string refusal(lab::make_options const& options) {
-  return support::failure_of([&] { lab::plan_recorder(options); });
-}
-
 TEST(make_plan, ids_differ_in_their_first_31_characters) {
   auto options = defaults();
   options.channels = 64;
@@ -108,27 +104,20 @@ TEST(make_plan, another_seed_makes_another_recorder) {
 }
 
 TEST(make_plan, options_out_of_range_are_named) {
-  auto options = defaults();
-  options.spaces = 0;
-  EXPECT_EQ("the number of spaces must be 1 to 64, not 0", refusal(options));
-  options = defaults();
-  options.volumes = -1;
-  EXPECT_EQ("the number of volumes a space must be 1 to 64, not -1", refusal(options));
-  options = defaults();
-  options.unit_mb = 0;
-  EXPECT_EQ("the unit size in MB must be 1 to 1024, not 0", refusal(options));
-  options = defaults();
-  options.unit_mb = 3;
-  EXPECT_EQ("the volume size must be a multiple of the unit size", refusal(options));
-  options = defaults();
-  options.volume_mb = 0;
-  EXPECT_EQ("the volume size in MB must be 1 to 1048576, not 0", refusal(options));
-  options = defaults();
-  options.channels = 0;
-  EXPECT_EQ("the number of channels must be 1 to 256, not 0", refusal(options));
-  options = defaults();
-  options.days = -1;
-  EXPECT_EQ("the number of days must be 0 to 3650, not -1", refusal(options));
+  auto const expect_refused = [](int lab::make_options::*option, int value,
+                                 std::string const& told) {
+    auto options = defaults();
+    options.*option = value;
+    EXPECT_EQ(told, support::failure_of([&] { lab::plan_recorder(options); }));
+  };
+  using options = lab::make_options;
+  expect_refused(&options::spaces, 0, "the number of spaces must be 1 to 64, not 0");
+  expect_refused(&options::volumes, -1, "the number of volumes a space must be 1 to 64, not -1");
+  expect_refused(&options::unit_mb, 0, "the unit size in MB must be 1 to 1024, not 0");
+  expect_refused(&options::unit_mb, 3, "the volume size must be a multiple of the unit size");
+  expect_refused(&options::volume_mb, 0, "the volume size in MB must be 1 to 1048576, not 0");
+  expect_refused(&options::channels, 0, "the number of channels must be 1 to 256, not 0");
+  expect_refused(&options::days, -1, "the number of days must be 0 to 3650, not -1");
 }
 
 TEST(make_plan, tiny_volumes_can_hold_nothing) {

@@ -7,10 +7,12 @@ namespace {
 using support::hour;
 using support::now;
 
-class changes : public support::engine_test {};
+class changes : public support::engine_test {
+ protected:
+  changes() { make(); }
+};
 
 TEST_F(changes, a_volume_keeps_everything_else_and_its_folder) {
-  make();
   open().change_volumes({{first_volume, "renamed", 1, 4}});
   auto const volumes = open(lab::access::read_only).volumes();
   EXPECT_EQ("renamed", volumes[0].name);
@@ -24,7 +26,6 @@ TEST_F(changes, a_volume_keeps_everything_else_and_its_folder) {
 }
 
 TEST_F(changes, volumes_change_all_or_none) {
-  make();
   auto recorder = open();
   EXPECT_EQ("there is no volume with id 7", support::failure_of([&] {
               recorder.change_volumes({{first_volume, "a", 1, 1}, {7, "b", 1, 1}});
@@ -36,18 +37,15 @@ TEST_F(changes, volumes_change_all_or_none) {
 }
 
 TEST_F(changes, a_writer_elsewhere_makes_a_change_busy) {
-  make();
   auto recorder = open();
   recorder.wait_at_most(std::chrono::milliseconds(20));
-  lab::database other(root() / "catalogue.db", lab::database::mode::read_write,
-                      std::chrono::milliseconds(0));
+  auto other = connect(lab::database::mode::read_write);
   lab::transaction const writing(other, lab::transaction_kind::writing);
   EXPECT_THROW(recorder.change_volumes({{first_volume, "a", 1, 1}}), lab::busy_error);
   EXPECT_EQ("vol1", recorder.volumes()[0].name);
 }
 
 TEST_F(changes, forgetting_is_a_leak) {
-  make();
   auto recorder = open();
   recorder.record(first_volume, main_stream, now, 3);
   recorder.record(first_volume, main_stream, now + hour, 2);
@@ -61,7 +59,6 @@ TEST_F(changes, forgetting_is_a_leak) {
 }
 
 TEST_F(changes, periods_are_forgotten_all_or_none) {
-  make();
   auto recorder = open();
   recorder.record(first_volume, main_stream, now, 1);
   auto const id = recorder.periods().front().id;
@@ -76,7 +73,6 @@ TEST_F(changes, periods_are_forgotten_all_or_none) {
 }
 
 TEST_F(changes, assigning_replaces_and_goes_to_the_end) {
-  make();
   auto recorder = open();
   recorder.assign(1, second_volume);
   EXPECT_TRUE(recorder.volume_channels(1).empty());

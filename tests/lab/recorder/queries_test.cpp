@@ -13,6 +13,13 @@ using strings = std::vector<std::string>;
 
 class queries : public support::engine_test {
  protected:
+  ~queries() override { set_time_zone("UTC"); }
+
+  static void set_time_zone(char const* name) {
+    setenv("TZ", name, 1);
+    tzset();
+  }
+
   static lab::make_options recorded() {
     lab::make_options options;
     options.volume_mb = 16;
@@ -23,8 +30,7 @@ class queries : public support::engine_test {
 };
 
 TEST_F(queries, spaces_are_the_sums_of_their_volumes) {
-  make(recorded());
-  auto const recorder = open(lab::access::read_only);
+  auto const recorder = made(recorded(), lab::access::read_only);
   auto const volumes = recorder.volumes();
   ASSERT_EQ(2U, recorder.spaces().size());
   for (auto const& space : recorder.spaces()) {
@@ -44,10 +50,10 @@ TEST_F(queries, spaces_are_the_sums_of_their_volumes) {
 }
 
 TEST_F(queries, sizes_are_units_times_their_size) {
-  auto options = support::small();
-  options.unit_mb = 4;
-  options.volume_mb = 16;
-  make(options);
+  make([](auto& options) {
+    options.unit_mb = 4;
+    options.volume_mb = 16;
+  });
   auto recorder = open();
   recorder.record(first_volume, main_stream, now, 3);
   auto const volume = recorder.volumes().front();
@@ -58,8 +64,7 @@ TEST_F(queries, sizes_are_units_times_their_size) {
 }
 
 TEST_F(queries, accounts_add_up) {
-  make(recorded());
-  auto recorder = open();
+  auto recorder = made(recorded());
   for (auto const& volume : recorder.volumes()) {
     auto const account = recorder.account(volume.id);
     EXPECT_EQ(16, account.total);
@@ -70,8 +75,7 @@ TEST_F(queries, accounts_add_up) {
 }
 
 TEST_F(queries, a_period_overlaps_a_span_that_touches_one_of_its_moments) {
-  make();
-  auto recorder = open();
+  auto recorder = made();
   recorder.record(first_volume, main_stream, now, 1);
   auto const found = [&](std::int64_t start, std::int64_t end) {
     return recorder.periods(main_stream, {start, end}).size();
@@ -85,8 +89,7 @@ TEST_F(queries, a_period_overlaps_a_span_that_touches_one_of_its_moments) {
 }
 
 TEST_F(queries, periods_are_those_of_one_stream_in_insertion_order) {
-  make();
-  auto recorder = open();
+  auto recorder = made();
   recorder.record(first_volume, main_stream, now + 3 * hour, 1);
   recorder.record(first_volume, main_stream, now, 1);
   recorder.record(first_volume, {1, 4, 1}, now, 1);
@@ -102,8 +105,7 @@ TEST_F(queries, periods_are_those_of_one_stream_in_insertion_order) {
 }
 
 TEST_F(queries, pairings_sizes_and_days_agree) {
-  make(recorded());
-  auto const recorder = open(lab::access::read_only);
+  auto const recorder = made(recorded(), lab::access::read_only);
   for (auto const& space : recorder.spaces()) {
     std::int64_t sum = 0;
     auto const pairings = recorder.pairings(space.id);
@@ -129,8 +131,7 @@ TEST_F(queries, pairings_sizes_and_days_agree) {
 }
 
 TEST_F(queries, pairings_of_a_channel_adjoin) {
-  make();
-  auto recorder = open();
+  auto recorder = made();
   recorder.record(first_volume, {2, 4, 0}, now, 1);
   recorder.record(first_volume, main_stream, now, 1);
   recorder.record(second_volume, {2, 4, 0}, now + hour, 1);
@@ -156,8 +157,7 @@ TEST_F(queries, what_leaked_last_is_known_by_stream) {
 }
 
 TEST_F(queries, periods_are_out_of_reach_where_their_volume_is_not_mounted) {
-  make();
-  auto recorder = open();
+  auto recorder = made();
   recorder.record(first_volume, main_stream, now, 2);
   recorder.record(first_volume, main_stream, now + hour, 1);
   recorder.record(second_volume, main_stream, now, 1);
@@ -184,8 +184,7 @@ TEST_F(queries, a_view_is_of_one_state) {
 }
 
 TEST_F(queries, what_has_no_storage_id_belongs_to_no_space) {
-  make();
-  auto recorder = open();
+  auto recorder = made();
   recorder.record(first_volume, main_stream, now, 2);
   recorder.record(first_volume, {2, 4, 0}, now, 1);
   recorder.lose_storage_id({recorder.periods().front().id});
@@ -200,8 +199,7 @@ TEST_F(queries, what_has_no_storage_id_belongs_to_no_space) {
 }
 
 TEST_F(queries, days_match_the_first_31_characters_of_storage_ids) {
-  make();
-  auto recorder = open();
+  auto recorder = made();
   recorder.record(first_volume, main_stream, now, 1);
   recorder.record(second_volume, main_stream, now - day, 1);
   auto const one = recorder.volumes()[0].sid_text;
@@ -216,40 +214,31 @@ TEST_F(queries, days_match_the_first_31_characters_of_storage_ids) {
 }
 
 TEST_F(queries, days_are_local_dates_and_every_touched_one_counts) {
-  make();
-  auto recorder = open();
+  auto recorder = made();
   recorder.record(first_volume, main_stream, now + 22 * hour, 1);
   auto const ids = strings{recorder.volumes()[0].sid_text};
   EXPECT_EQ(strings{"2026-11-21"}, recorder.days(1, 4, ids));
-  setenv("TZ", "EAST-2", 1);
-  tzset();
+  set_time_zone("EAST-2");
   EXPECT_EQ(strings{"2026-11-22"}, recorder.days(1, 4, ids));
-  setenv("TZ", "INDIA-1:30", 1);
-  tzset();
+  set_time_zone("INDIA-1:30");
   EXPECT_EQ((strings{"2026-11-21", "2026-11-22"}), recorder.days(1, 4, ids));
-  setenv("TZ", "UTC", 1);
-  tzset();
+  set_time_zone("UTC");
   tamper("UPDATE period SET end_ms = end_ms + 2 * 86400000");
   EXPECT_EQ((strings{"2026-11-21", "2026-11-22", "2026-11-23"}), recorder.days(1, 4, ids));
 }
 
 TEST_F(queries, a_day_that_the_time_zone_left_out_has_no_date) {
-  make();
-  auto recorder = open();
+  auto recorder = made();
   auto const samoa = std::int64_t{1'325'152'800'000};  // 2011-12-29 10:00 UTC
   recorder.record(first_volume, main_stream, samoa - 2 * hour, 1);
   tamper("UPDATE period SET end_ms = end_ms + 2 * 86400000");
-  setenv("TZ", "Pacific/Apia", 1);
-  tzset();
+  set_time_zone("Pacific/Apia");
   EXPECT_EQ((strings{"2011-12-28", "2011-12-29", "2011-12-31"}),
             recorder.days(1, 4, {recorder.volumes()[0].sid_text}));
-  setenv("TZ", "UTC", 1);
-  tzset();
 }
 
 TEST_F(queries, channels_of_a_volume_are_those_assigned_to_it) {
-  make();
-  auto recorder = open();
+  auto recorder = made();
   ASSERT_EQ(1U, recorder.volume_channels(1).size());
   EXPECT_EQ(0, recorder.volume_channels(1)[0].number);
   ASSERT_EQ(1U, recorder.volume_channels(2).size());

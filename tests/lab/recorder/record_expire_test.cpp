@@ -2,27 +2,23 @@
 
 #include "engine_test.h"
 #include "lab/check/check.h"
-#include "lab/volume/layout.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using support::hour;
 using support::now;
-using strings = std::vector<std::string>;
 
 class record_and_expire : public support::engine_test {
  protected:
-  fs::path hour_folder(std::int64_t volume_id, std::int64_t hour_ms) const {
-    return storage(volume_id) / lab::hour_folder_name(0, 4, 0, hour_ms);
-  }
+  record_and_expire() { make(); }
+
   std::string refusal(lab::stream const& of, std::int64_t hour_ms, int units) const {
     return support::failure_of([&] { open().record(first_volume, of, hour_ms, units); });
   }
 };
 
 TEST_F(record_and_expire, an_hour_is_one_period_and_its_units) {
-  make();
   open().record(first_volume, main_stream, now, 3);
   auto const recorded = names(hour_folder(first_volume, now));
   ASSERT_EQ(3U, recorded.size());
@@ -40,18 +36,18 @@ TEST_F(record_and_expire, an_hour_is_one_period_and_its_units) {
 }
 
 TEST_F(record_and_expire, a_full_volume_takes_nothing) {
-  make();
   open().record(first_volume, main_stream, now, 6);
-  auto const before = support::contents_of(root());
-  EXPECT_EQ("volume vol1 is full: 3 units wanted, 2 are free", refusal(main_stream, now + hour, 3));
-  EXPECT_EQ(strings(), support::differences(before, support::contents_of(root())));
+  {
+    support::unchanged const kept(root());
+    EXPECT_EQ("volume vol1 is full: 3 units wanted, 2 are free",
+              refusal(main_stream, now + hour, 3));
+  }
   open().record(first_volume, main_stream, now + hour, 2);
   EXPECT_EQ("volume vol1 is full: 1 units wanted, 0 are free",
             refusal(main_stream, now + 2 * hour, 1));
 }
 
 TEST_F(record_and_expire, only_whole_hours_of_real_streams_are_recorded) {
-  make();
   EXPECT_EQ(std::to_string(now + 1) + " ms is not the start of an hour",
             refusal(main_stream, now + 1, 1));
   EXPECT_EQ("there is no recording type 3", refusal({1, 3, 0}, now, 1));
@@ -63,7 +59,6 @@ TEST_F(record_and_expire, only_whole_hours_of_real_streams_are_recorded) {
 }
 
 TEST_F(record_and_expire, a_missing_unit_is_noted_and_another_one_taken) {
-  make();
   fs::remove(preallocate(first_volume) / names(preallocate(first_volume)).front());
   open().record(first_volume, main_stream, now, 7);
   EXPECT_EQ(7U, names(hour_folder(first_volume, now)).size());
@@ -72,7 +67,6 @@ TEST_F(record_and_expire, a_missing_unit_is_noted_and_another_one_taken) {
 }
 
 TEST_F(record_and_expire, a_period_that_cannot_be_completed_is_none) {
-  make();
   fs::remove(preallocate(first_volume) / names(preallocate(first_volume)).back());
   EXPECT_EQ("volume vol1 is full: 8 units wanted, 7 are free", refusal(main_stream, now, 8));
   EXPECT_TRUE(open().periods().empty());
@@ -82,7 +76,6 @@ TEST_F(record_and_expire, a_period_that_cannot_be_completed_is_none) {
 }
 
 TEST_F(record_and_expire, a_file_in_the_way_is_not_overwritten) {
-  make();
   auto const name = names(preallocate(first_volume)).front();
   fs::create_directory(hour_folder(first_volume, now));
   support::write_file(hour_folder(first_volume, now) / name, "mine");
@@ -94,7 +87,6 @@ TEST_F(record_and_expire, a_file_in_the_way_is_not_overwritten) {
 }
 
 TEST_F(record_and_expire, periods_that_ended_go_with_their_units) {
-  make();
   auto recorder = open();
   recorder.record(first_volume, main_stream, now, 2);
   recorder.record(second_volume, {2, 1, 3}, now, 3);
@@ -109,14 +101,12 @@ TEST_F(record_and_expire, periods_that_ended_go_with_their_units) {
 }
 
 TEST_F(record_and_expire, retention_does_not_heal_leaks) {
-  make();
   leak(first_volume, main_stream, now, 2);
   EXPECT_EQ(0, open().expire(now + 10 * hour));
   EXPECT_EQ(2, open().account(first_volume).lost);
 }
 
 TEST_F(record_and_expire, periods_without_a_storage_id_expire_too) {
-  make();
   auto recorder = open();
   recorder.record(first_volume, main_stream, now, 2);
   recorder.lose_storage_id(ids(recorder.periods()));
@@ -125,7 +115,6 @@ TEST_F(record_and_expire, periods_without_a_storage_id_expire_too) {
 }
 
 TEST_F(record_and_expire, what_is_not_mounted_does_not_expire) {
-  make();
   auto recorder = open();
   recorder.record(first_volume, main_stream, now, 2);
   recorder.record(second_volume, main_stream, now, 1);
@@ -136,10 +125,11 @@ TEST_F(record_and_expire, what_is_not_mounted_does_not_expire) {
 }
 
 TEST_F(record_and_expire, more_periods_than_a_batch_expire) {
-  auto options = support::small();
-  options.volumes = 1;
-  options.volume_mb = 600;
-  make(options);
+  fs::remove_all(root());
+  make([](auto& options) {
+    options.volumes = 1;
+    options.volume_mb = 600;
+  });
   auto recorder = open();
   recorder.record(first_volume, main_stream, now, 250);
   recorder.record(first_volume, main_stream, now + hour, 250);

@@ -1,12 +1,5 @@
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
 #include "engine_test.h"
 #include "lab/check/check.h"
-#include "lab/volume/layout.h"
-#include "lab/volume/lock.h"
-#include "lab/volume/place.h"
 
 namespace {
 
@@ -19,20 +12,14 @@ constexpr std::int64_t megabyte = std::int64_t{1024} * 1024;
 
 class recycle : public support::engine_test {
  protected:
+  recycle() { make(); }
+
   std::int64_t run(lab::span const& within, std::int64_t volume_id = 1) const {
     return open().recycle(volume_id, main_stream, within);
-  }
-  fs::path hour_folder(std::int64_t volume_id, std::int64_t hour_ms) const {
-    return storage(volume_id) / lab::hour_folder_name(0, 4, 0, hour_ms);
-  }
-  lab::volume_place place_of_first() const {
-    auto const volume = open(lab::access::read_only).volumes().front();
-    return {volume.id, "vol1", volume.sid_text, volume.path};
   }
 };
 
 TEST_F(recycle, leaked_units_come_back_with_their_blocks) {
-  make();
   leak(first_volume, main_stream, now, 3);
   auto const leaked = names(hour_folder(first_volume, now));
   ASSERT_EQ(3U, leaked.size());
@@ -48,7 +35,6 @@ TEST_F(recycle, leaked_units_come_back_with_their_blocks) {
 }
 
 TEST_F(recycle, everything_else_stays_byte_for_byte) {
-  make();
   leak(first_volume, main_stream, now, 2);
   leak(first_volume, {1, 4, 1}, now, 1);
   leak(first_volume, {1, 1, 0}, now, 1);
@@ -68,7 +54,6 @@ TEST_F(recycle, everything_else_stays_byte_for_byte) {
 }
 
 TEST_F(recycle, an_hour_must_lie_in_the_span_whole) {
-  make();
   leak(first_volume, main_stream, now, 1);
   EXPECT_EQ(0, run({now + 1, now + hour - 1}));
   EXPECT_EQ(0, run({now, now + hour - 2}));
@@ -78,7 +63,6 @@ TEST_F(recycle, an_hour_must_lie_in_the_span_whole) {
 }
 
 TEST_F(recycle, an_inverted_span_is_empty) {
-  make();
   leak(first_volume, main_stream, now, 1);
   EXPECT_EQ(0, run({now + 10 * hour, now}));
   EXPECT_EQ(0, run({now + 1, now}));
@@ -87,14 +71,12 @@ TEST_F(recycle, an_inverted_span_is_empty) {
 }
 
 TEST_F(recycle, a_period_keeps_the_units_it_holds) {
-  make();
   open().record(first_volume, main_stream, now, 2);
   EXPECT_EQ(0, run(always));
   EXPECT_EQ(2U, names(hour_folder(first_volume, now)).size());
 }
 
 TEST_F(recycle, a_period_keeps_every_hour_that_it_overlaps) {
-  make();
   leak(first_volume, main_stream, now, 1);
   open().record(first_volume, main_stream, now + hour, 1);
   EXPECT_EQ(1, run(always));
@@ -108,7 +90,6 @@ TEST_F(recycle, a_period_keeps_every_hour_that_it_overlaps) {
 }
 
 TEST_F(recycle, an_adjoining_period_keeps_nothing) {
-  make();
   leak(first_volume, main_stream, now, 1);
   auto recorder = open();
   recorder.record(first_volume, main_stream, now - hour, 1);
@@ -117,7 +98,6 @@ TEST_F(recycle, an_adjoining_period_keeps_nothing) {
 }
 
 TEST_F(recycle, a_period_keeps_its_units_even_under_the_wrong_storage_id) {
-  make();
   open().record(first_volume, main_stream, now, 2);
   tamper("UPDATE period SET storage_id = (SELECT sid_text FROM volume WHERE id = 2)");
   EXPECT_EQ(0, run(always));
@@ -125,7 +105,6 @@ TEST_F(recycle, a_period_keeps_its_units_even_under_the_wrong_storage_id) {
 }
 
 TEST_F(recycle, periods_of_other_streams_and_volumes_keep_nothing) {
-  make();
   leak(first_volume, main_stream, now, 1);
   auto recorder = open();
   recorder.record(first_volume, {1, 4, 1}, now, 1);
@@ -136,7 +115,6 @@ TEST_F(recycle, periods_of_other_streams_and_volumes_keep_nothing) {
 }
 
 TEST_F(recycle, another_volume_gives_back_nothing) {
-  make();
   leak(first_volume, main_stream, now, 2);
   EXPECT_EQ(0, run(always, second_volume));
   EXPECT_EQ("there is no volume with id 3", support::failure_of([&] { run(always, 3); }));
@@ -144,7 +122,6 @@ TEST_F(recycle, another_volume_gives_back_nothing) {
 }
 
 TEST_F(recycle, an_unknown_file_keeps_its_hour_folder) {
-  make();
   leak(first_volume, main_stream, now, 2);
   support::write_file(hour_folder(first_volume, now) / "unknown", "mine");
   EXPECT_EQ(2, run(always));
@@ -152,10 +129,11 @@ TEST_F(recycle, an_unknown_file_keeps_its_hour_folder) {
 }
 
 TEST_F(recycle, many_units_come_back_batch_by_batch) {
-  auto options = support::small();
-  options.volume_mb = 600;
-  options.volumes = 1;
-  make(options);
+  fs::remove_all(root());
+  make([](auto& options) {
+    options.volume_mb = 600;
+    options.volumes = 1;
+  });
   leak(first_volume, main_stream, now, 300);
   leak(first_volume, main_stream, now + hour, 280);
   EXPECT_EQ(580, run(always));
@@ -164,7 +142,6 @@ TEST_F(recycle, many_units_come_back_batch_by_batch) {
 }
 
 TEST_F(recycle, a_unit_that_is_nowhere_becomes_bad) {
-  make();
   leak(first_volume, main_stream, now, 2);
   fs::remove(hour_folder(first_volume, now) / names(hour_folder(first_volume, now)).front());
   EXPECT_EQ(1, run(always));
@@ -174,7 +151,6 @@ TEST_F(recycle, a_unit_that_is_nowhere_becomes_bad) {
 }
 
 TEST_F(recycle, a_volume_that_is_not_mounted_is_left_alone) {
-  make();
   leak(first_volume, main_stream, now, 2);
   auto const identity = root() / "share" / "vol1" / "identity";
   fs::rename(identity, root() / "kept");
@@ -189,13 +165,11 @@ TEST_F(recycle, a_volume_that_is_not_mounted_is_left_alone) {
 }
 
 TEST_F(recycle, a_second_writer_waits_and_then_is_busy) {
-  make();
   leak(first_volume, main_stream, now, 2);
   auto recorder = open();
   recorder.wait_at_most(std::chrono::milliseconds(30));
   {
-    lab::volume_lock const other(place_of_first(), lab::volume_lock::kind::exclusive,
-                                 std::chrono::milliseconds(0));
+    auto const other = hold(first_volume);
     EXPECT_THROW(recorder.recycle(first_volume, main_stream, always), lab::busy_error);
     EXPECT_THROW(recorder.record(first_volume, main_stream, now, 1), lab::busy_error);
     EXPECT_THROW(recorder.expire(now), lab::busy_error);
@@ -208,11 +182,9 @@ TEST_F(recycle, a_second_writer_waits_and_then_is_busy) {
 }
 
 TEST_F(recycle, checks_do_not_exclude_each_other) {
-  make();
   auto recorder = open();
   recorder.wait_at_most(std::chrono::milliseconds(30));
-  lab::volume_lock const other(place_of_first(), lab::volume_lock::kind::shared,
-                               std::chrono::milliseconds(0));
+  auto const other = hold(first_volume, lab::volume_lock::kind::shared);
   EXPECT_EQ(lab::findings(), lab::check(recorder));
   EXPECT_THROW(recorder.recycle(first_volume, main_stream, always), lab::busy_error);
 }

@@ -59,8 +59,7 @@ class locking : public support::engine_test {
  protected:
   locking() {
     make();
-    auto const volume = open(lab::access::read_only).volumes().front();
-    place_ = {volume.id, "vol1", volume.sid_text, volume.path};
+    place_ = place_of(first_volume);
   }
 
   lab::volume_place const& place() const { return place_; }
