@@ -10,6 +10,7 @@ namespace {
 
 using client::client_test;
 using client::hour_ms;
+using strings = std::vector<std::string>;
 
 constexpr std::int64_t base_ms = client::now_ms - client::now_ms % (24 * hour_ms);
 
@@ -17,13 +18,19 @@ class sessions : public client_test {
  protected:
   sessions() {
     make();
-    EXPECT_EQ(0, channels_.create_channel_session(client::channel_id(channel(0)), &session));
-    EXPECT_EQ(
-        0, storage_.create_channel_configuration(client::channel_id(channel(0)), &configuration_));
+    EXPECT_EQ(0, channels.create_channel_session(id_of_channel(), &session));
+    EXPECT_EQ(0, storage.create_channel_configuration(id_of_channel(), &configuration_));
   }
 
   void record(std::int64_t start_ms, std::int32_t type = client::normal, std::size_t on = 0) const {
     writer().record(volume(on).id, {channel(0).id, type, 1}, start_ms, 1);
+  }
+
+  // The only one.
+  time_period the_period() {
+    std::list<time_period> const found = periods(0, client::now_ms);
+    EXPECT_EQ(1U, found.size());
+    return found.empty() ? time_period() : found.front();
   }
 
   std::list<time_period> periods(std::int64_t start, std::int64_t end) {
@@ -45,6 +52,8 @@ class sessions : public client_test {
     return found;
   }
 
+  CKivChannel channels;
+  CKivStorage storage;
   IFrameChannelSession* session = nullptr;
 
  private:
@@ -58,21 +67,18 @@ class sessions : public client_test {
     return texts;
   }
 
-  CKivChannel channels_;
-  CKivStorage storage_;
   IChannelStorageConfiguration* configuration_ = nullptr;
 };
 
 TEST_F(sessions, the_list_is_replaced_by_the_periods_of_the_stream) {
   record(base_ms);
   record(base_ms, client::alarm);
-  std::list<time_period> const found = periods(0, client::now_ms);
-  ASSERT_EQ(1U, found.size());
-  EXPECT_EQ(1, found.front().stream);
-  EXPECT_EQ(base_ms, found.front().start_time);
-  EXPECT_EQ(base_ms + hour_ms, found.front().end_time);
-  EXPECT_EQ(volume(0).sid_number, found.front().storage_id.number);
-  EXPECT_EQ(volume(0).sid_text, std::string(found.front().storage_id.text, 32));
+  time_period const found = the_period();
+  EXPECT_EQ(1, found.stream);
+  EXPECT_EQ(base_ms, found.start_time);
+  EXPECT_EQ(base_ms + hour_ms, found.end_time);
+  EXPECT_EQ(volume(0).sid_number, found.storage_id.number);
+  EXPECT_EQ(volume(0).sid_text, std::string(found.storage_id.text, 32));
 }
 
 TEST_F(sessions, periods_that_overlap_the_span_count) {
@@ -87,18 +93,16 @@ TEST_F(sessions, periods_that_overlap_the_span_count) {
 TEST_F(sessions, a_period_without_storage_id_has_an_empty_text) {
   record(base_ms);
   writer().lose_storage_id({reader().periods().front().id});
-  std::list<time_period> const found = periods(0, client::now_ms);
-  ASSERT_EQ(1U, found.size());
-  EXPECT_EQ(std::string(32, '\0'), std::string(found.front().storage_id.text, 32));
-  EXPECT_EQ(0, found.front().storage_id.number);
+  time_period const found = the_period();
+  EXPECT_EQ(std::string(32, '\0'), std::string(found.storage_id.text, 32));
+  EXPECT_EQ(0, found.storage_id.number);
 }
 
 TEST_F(sessions, a_storage_id_that_no_volume_has_has_no_number) {
   record(base_ms);
   tamper("UPDATE period SET storage_id = 'gone5678901234567890123456789012'");
-  std::list<time_period> const found = periods(0, client::now_ms);
-  ASSERT_EQ(1U, found.size());
-  EXPECT_EQ(-1, found.front().storage_id.number);
+  time_period const found = the_period();
+  EXPECT_EQ(-1, found.storage_id.number);
 }
 
 // A volume cannot be looked at whose folder has such a name.
@@ -131,20 +135,17 @@ TEST_F(sessions, a_channel_that_went_away_gives_a_failure_and_an_empty_list) {
 }
 
 TEST_F(sessions, an_unknown_channel_gets_no_session_and_no_configuration) {
-  CKivChannel channels;
   IFrameChannelSession* opened = nullptr;
   EXPECT_NE(0, channels.create_channel_session(client::channel_id(std::string(32, '9')), &opened));
   EXPECT_EQ(nullptr, opened);
-  CKivStorage storage;
   IChannelStorageConfiguration* configuration = nullptr;
   EXPECT_NE(0, storage.create_channel_configuration(channel_sid(), &configuration));
   EXPECT_EQ(nullptr, configuration);
 }
 
 TEST_F(sessions, a_channel_is_told_by_its_id_and_not_by_its_number) {
-  channel_sid id = client::channel_id(channel(1));
+  channel_sid id = id_of_channel(1);
   id.number = 77;
-  CKivChannel channels;
   IFrameChannelSession* opened = nullptr;
   EXPECT_EQ(0, channels.create_channel_session(id, &opened));
   EXPECT_EQ(0, channels.destroy_channel_session(&opened));
@@ -156,16 +157,16 @@ TEST_F(sessions, days_are_the_dates_of_the_periods_of_one_type) {
   record(base_ms - 48 * hour_ms);
   record(base_ms - 24 * hour_ms, client::alarm);
   std::string const id = volume(0).sid_text;
-  EXPECT_EQ((std::vector<std::string>{"2026-11-19", "2026-11-21"}), days(client::normal, {id}));
-  EXPECT_EQ((std::vector<std::string>{"2026-11-20"}), days(client::alarm, {id}));
+  EXPECT_EQ((strings{"2026-11-19", "2026-11-21"}), days(client::normal, {id}));
+  EXPECT_EQ((strings{"2026-11-20"}), days(client::alarm, {id}));
   EXPECT_TRUE(days(client::manual, {id}).empty());
 }
 
 TEST_F(sessions, days_count_under_the_given_storage_ids_only) {
   record(base_ms);
   record(base_ms - 24 * hour_ms, client::normal, 1);
-  EXPECT_EQ((std::vector<std::string>{"2026-11-20"}), days(client::normal, {volume(1).sid_text}));
-  EXPECT_EQ((std::vector<std::string>{"2026-11-20", "2026-11-21"}),
+  EXPECT_EQ((strings{"2026-11-20"}), days(client::normal, {volume(1).sid_text}));
+  EXPECT_EQ((strings{"2026-11-20", "2026-11-21"}),
             days(client::normal, {volume(1).sid_text, volume(0).sid_text}));
   EXPECT_TRUE(days(client::normal, {std::string(31, 'x')}).empty());
 }
@@ -173,7 +174,7 @@ TEST_F(sessions, days_count_under_the_given_storage_ids_only) {
 TEST_F(sessions, without_any_storage_id_all_days_count) {
   record(base_ms);
   record(base_ms - 24 * hour_ms, client::normal, 3);
-  EXPECT_EQ((std::vector<std::string>{"2026-11-20", "2026-11-21"}), days(client::normal, {}));
+  EXPECT_EQ((strings{"2026-11-20", "2026-11-21"}), days(client::normal, {}));
 }
 
 TEST_F(sessions, no_day_is_no_array) {

@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "environment.h"
+#include "lab/check/check.h"
 
 namespace client {
 
@@ -45,6 +46,16 @@ client_test::~client_test() {
   std::error_code ignored;
   std::filesystem::current_path(start_, ignored);
 }
+
+kivsid client_test::space_sid(std::size_t index) const { return space_id(space(index).sid); }
+
+kivsid client_test::volume_sid(std::size_t index) const { return volume_id(volume(index)); }
+
+channel_sid client_test::id_of_channel(std::size_t index) const {
+  return channel_id(channel(index));
+}
+
+void client_test::expect_sound() const { EXPECT_EQ(lab::findings(), lab::check(reader())); }
 
 void client_test::as_ordinary_user(std::function<void()> const& body) const {
   if (::geteuid() != 0) return body();

@@ -31,12 +31,25 @@ class client_test : public support::engine_test {
 
   // Makes the recorder that the library then finds.
   void make(lab::make_options const& options = small()) const { engine_test::make(options); }
+  void make(std::function<void(lab::make_options&)> const& change) const {
+    lab::make_options options = small();
+    change(options);
+    make(options);
+  }
 
   lab::recorder reader() const { return open(lab::access::read_only); }
   lab::recorder writer() const { return open(lab::access::read_write); }
   lab::volume volume(std::size_t index) const { return reader().volumes().at(index); }
   lab::space space(std::size_t index) const { return reader().spaces().at(index); }
   lab::channel channel(std::size_t index) const { return reader().channels().at(index); }
+
+  // Their ids in the contract.
+  kivsid space_sid(std::size_t index = 0) const;
+  kivsid volume_sid(std::size_t index = 0) const;
+  channel_sid id_of_channel(std::size_t index = 0) const;
+
+  // Nothing is found wrong with the recorder.
+  void expect_sound() const;
 
   // Runs `body` as somebody who owns the folder but is not the superuser: here,
   // or in a child process when this one is the superuser's.

@@ -1,58 +1,26 @@
 // A writer is killed inside a change of the catalogue while the library has the
 // recorder open.
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdlib>
-
 #include "client_test.h"
-#include "lab/catalogue/sqlite.h"
-#include "lab/check/check.h"
-#include "lab/make/make.h"
 #include "storage/service.h"
 
 namespace {
 
 using client::client_test;
 
-lab::make_options large() {
-  lab::make_options options = client::small();
-  options.volume_mb = 64;
-  return options;
-}
-
 class a_change_cut_short : public client_test {
  protected:
   a_change_cut_short() {
-    make(large());
+    make([](auto& options) { options.volume_mb = 64; });
     EXPECT_EQ(0, storage.create_storage_setting(&setting));
     EXPECT_EQ(0, daemon.create_plug_play_service(&service));
-    EXPECT_EQ(0, channels.create_channel_session(client::channel_id(channel(0)), &session));
-    EXPECT_EQ(0, storage.create_channel_configuration(client::channel_id(channel(0)), &days));
+    EXPECT_EQ(0, channels.create_channel_session(id_of_channel(), &session));
+    EXPECT_EQ(0, storage.create_channel_configuration(id_of_channel(), &days));
   }
   ~a_change_cut_short() override {
     EXPECT_EQ(0, storage.destroy_channel_configuration(0, &days));
     EXPECT_EQ(0, channels.destroy_channel_session(&session));
     EXPECT_EQ(0, daemon.destroy_plug_play_service(&service));
     EXPECT_EQ(0, storage.destroy_storage_setting(&setting));
-  }
-
-  // A process of its own that has written a part of its change to the file.
-  void kill_a_writer() const {
-    pid_t const child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write,
-                              std::chrono::milliseconds(0));
-      catalogue.execute(
-          "PRAGMA cache_size = 1; BEGIN IMMEDIATE;"
-          "UPDATE volume SET type = 1; UPDATE unit SET name = name || 'x';");
-      ::kill(::getpid(), SIGKILL);
-    }
-    int status = 0;
-    ASSERT_EQ(child, ::waitpid(child, &status, 0));
-    ASSERT_TRUE(WIFSIGNALED(status));
   }
 
   CKivStorage storage;
@@ -65,20 +33,20 @@ class a_change_cut_short : public client_test {
 };
 
 TEST_F(a_change_cut_short, is_undone_by_the_next_query) {
-  kill_a_writer();
+  die_while_changing();
   std::list<volume_info> volumes;
   EXPECT_EQ(0, setting->get_volume_list(volumes));
   ASSERT_EQ(4U, volumes.size());
   EXPECT_EQ(0, volumes.front().body.type);
   EXPECT_TRUE(traced("log_Debug").empty());
-  EXPECT_EQ(lab::findings(), lab::check(reader()));
+  expect_sound();
 }
 
 TEST_F(a_change_cut_short, keeps_no_query_from_answering) {
-  kivsid const space_sid = client::space_id(space(0).sid);
+  kivsid const space_id = space_sid();
   std::string const uuid = space(0).uuid;
-  kivsid const volume_sid = client::volume_id(volume(0));
-  channel_sid const of = client::channel_id(channel(0));
+  kivsid const volume_id = volume_sid();
+  channel_sid const of = id_of_channel();
   std::list<space_info> spaces;
   std::list<channel_sid> space_channels;
   std::list<channel_storage_info> pairings;
@@ -95,27 +63,27 @@ TEST_F(a_change_cut_short, keeps_no_query_from_answering) {
   CFSUnit unit;
   std::vector<std::function<int()>> const queries{
       [&] { return setting->get_space_list(spaces); },
-      [&] { return setting->get_volume_info(volume_sid, body); },
-      [&] { return setting->set_volume_info(volume_sid, body); },
+      [&] { return setting->get_volume_info(volume_id, body); },
+      [&] { return setting->set_volume_info(volume_id, body); },
       [&] { return setting->apply_volume_setting(uuid.c_str()); },
-      [&] { return setting->get_space_channel_list(space_sid, space_channels); },
-      [&] { return setting->get_space_channel_storage_list(space_sid, pairings); },
-      [&] { return setting->get_channel_total_recording_size(space_sid, of, &size); },
-      [&] { return setting->get_channel_recording_size(space_sid, of, client::normal, &size); },
+      [&] { return setting->get_space_channel_list(space_id, space_channels); },
+      [&] { return setting->get_space_channel_storage_list(space_id, pairings); },
+      [&] { return setting->get_channel_total_recording_size(space_id, of, &size); },
+      [&] { return setting->get_channel_recording_size(space_id, of, client::normal, &size); },
       [&] { return setting->get_channel_list(settings, 1); },
       [&] { return service->get_volume_channels(query, "", "", indexes); },
       [&] { return session->get_time_period_list(client::normal, 0, 0, 1, periods, 0, 1, 1); },
       [&] { return session->get_recording_days(client::normal, 255, {}, &dates); },
       [&] { return days->get_recording_days(client::normal, 255, {}, &dates); },
-      [&] { return tier.init(space_sid); },
+      [&] { return tier.init(space_id); },
       [&] { return tier.recycle_stream_data(stream, 0, 1, 0); },
       [&] { return tier.uninit(); },
-      [&] { return unit.init(volume_sid); },
+      [&] { return unit.init(volume_id); },
       [&] { return unit.recycle_stream_data(stream, 0, 1, 0); },
       [&] { return unit.uninit(); },
   };
   for (std::size_t i = 0; i < queries.size(); ++i) {
-    kill_a_writer();
+    die_while_changing();
     EXPECT_EQ(0, queries[i]()) << "query " << i;
   }
   EXPECT_EQ(2U, spaces.size());
@@ -123,11 +91,11 @@ TEST_F(a_change_cut_short, keeps_no_query_from_answering) {
   EXPECT_EQ(0, body.type);
   EXPECT_EQ(0, size);
   EXPECT_TRUE(traced("log_Debug").empty());
-  EXPECT_EQ(lab::findings(), lab::check(reader()));
+  expect_sound();
 }
 
 TEST_F(a_change_cut_short, fails_a_query_where_nobody_may_undo_it) {
-  kill_a_writer();
+  die_while_changing();
   std::filesystem::permissions(recorder / "catalogue.db", std::filesystem::perms(0444));
   std::filesystem::permissions(recorder, std::filesystem::perms(0555));
   as_ordinary_user([this] {

@@ -82,67 +82,60 @@ class faults : public client_test {
   faults() {
     make();
     ::unsetenv("STLAB_SERVICE_FAULT");
+    if (storage.create_storage_setting(&setting_) != 0) throw std::runtime_error("no setting");
   }
   ~faults() override { ::unsetenv("STLAB_SERVICE_FAULT"); }
 
   static void ask(char const* text) { ::setenv("STLAB_SERVICE_FAULT", text, 1); }
 
-  IStorageSetting& setting() {
-    if (setting_ == nullptr) storage.create_storage_setting(&setting_);
-    if (setting_ == nullptr) throw std::runtime_error("no setting");
-    return *setting_;
-  }
+  IStorageSetting& setting() { return *setting_; }
 
   CKivStorage storage;
+  CKivChannel channels;
+  IFrameChannelSession* session = nullptr;
 
  private:
   IStorageSetting* setting_ = nullptr;
 };
 
 TEST_F(faults, a_failing_operation_changes_nothing_and_is_traced_and_logged) {
-  IStorageSetting& asked = setting();
   ask("IStorageSetting::get_space_list=fail@1");
   std::list<space_info> spaces;
-  EXPECT_NE(0, asked.get_space_list(spaces));
+  EXPECT_NE(0, setting().get_space_list(spaces));
   EXPECT_TRUE(spaces.empty());
   EXPECT_EQ(traced("log_Debug").back(),
             R"(["log_Debug",{"text":"IStorageSetting::get_space_list: fails by request"},null])");
   EXPECT_EQ(traced("IStorageSetting::get_space_list").back(),
             R"(["IStorageSetting::get_space_list",{},{"result":-1,"elements":0}])");
-  EXPECT_EQ(0, asked.get_space_list(spaces));
+  EXPECT_EQ(0, setting().get_space_list(spaces));
   EXPECT_EQ(spaces.size(), 2U);
 }
 
 TEST_F(faults, with_a_malformed_text_every_operation_fails) {
-  IStorageSetting& asked = setting();
-  auto const before = support::snapshot_of(recorder);
+  support::unchanged const kept(recorder);
   ask("CFSUnit::init=fails");
   std::list<space_info> spaces;
-  EXPECT_NE(0, asked.get_space_list(spaces));
+  EXPECT_NE(0, setting().get_space_list(spaces));
   CFSTier tier;
-  EXPECT_NE(0, tier.init(client::space_id(space(0).sid)));
+  EXPECT_NE(0, tier.init(space_sid()));
   EXPECT_EQ(nullptr, velt_popen("r", "/bin/true", static_cast<char const*>(nullptr)));
   EXPECT_NE(std::string::npos,
             traced("log_Debug")
                 .back()
                 .find(R"(velt_popen: STLAB_SERVICE_FAULT: \"CFSUnit::init=fails\")"))
       << traced("log_Debug").back();
-  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(faults, another_text_starts_anew) {
-  IStorageSetting& asked = setting();
   std::list<space_info> spaces;
   ask("IStorageSetting::get_space_list=fail@2");
-  EXPECT_EQ(0, asked.get_space_list(spaces));
+  EXPECT_EQ(0, setting().get_space_list(spaces));
   ask("IStorageSetting::get_space_list=fail@1");
-  EXPECT_NE(0, asked.get_space_list(spaces));
+  EXPECT_NE(0, setting().get_space_list(spaces));
 }
 
 TEST_F(faults, a_create_operation_fails_hands_out_null_or_does_both_and_neither) {
-  CKivChannel channels;
-  channel_sid const id = client::channel_id(channel(0));
-  IFrameChannelSession* session = nullptr;
+  channel_sid const id = id_of_channel();
   ask("CKivChannel::create_channel_session=fail");
   EXPECT_NE(0, channels.create_channel_session(id, &session));
   EXPECT_EQ(nullptr, session);
@@ -156,9 +149,7 @@ TEST_F(faults, a_create_operation_fails_hands_out_null_or_does_both_and_neither)
 }
 
 TEST_F(faults, a_destroy_operation_fails_and_takes_nothing) {
-  CKivChannel channels;
-  IFrameChannelSession* session = nullptr;
-  channels.create_channel_session(client::channel_id(channel(0)), &session);
+  channels.create_channel_session(id_of_channel(), &session);
   ask("CKivChannel::destroy_channel_session=fail@1");
   EXPECT_NE(0, channels.destroy_channel_session(&session));
   EXPECT_NE(nullptr, session);
@@ -166,12 +157,11 @@ TEST_F(faults, a_destroy_operation_fails_and_takes_nothing) {
 }
 
 TEST_F(faults, an_odd_list_has_odd_records_behind_the_sound_ones) {
-  IStorageSetting& asked = setting();
   std::list<volume_info> sound;
-  asked.get_volume_list(sound);
+  setting().get_volume_list(sound);
   ask("IStorageSetting::get_volume_list=odd");
   std::list<volume_info> odd;
-  EXPECT_EQ(0, asked.get_volume_list(odd));
+  EXPECT_EQ(0, setting().get_volume_list(odd));
   ASSERT_GT(odd.size(), sound.size());
   auto const first_odd = std::next(odd.begin(), static_cast<std::ptrdiff_t>(sound.size()));
   EXPECT_EQ(first_odd->body.share.path[sizeof first_odd->body.share.path - 1], 'x');
@@ -187,9 +177,7 @@ TEST_F(faults, an_odd_list_has_odd_records_behind_the_sound_ones) {
 
 TEST_F(faults, odd_periods_reach_to_both_ends_of_time) {
   ask("IFrameChannelSession::get_time_period_list=odd");
-  CKivChannel channels;
-  IFrameChannelSession* session = nullptr;
-  ASSERT_EQ(0, channels.create_channel_session(client::channel_id(channel(0)), &session));
+  ASSERT_EQ(0, channels.create_channel_session(id_of_channel(), &session));
   std::list<time_period> periods;
   EXPECT_EQ(0, session->get_time_period_list(4, 0, 0, 1, periods, 0, 1, 1));
   auto const any = [&](auto const& holds) {
@@ -202,17 +190,15 @@ TEST_F(faults, odd_periods_reach_to_both_ends_of_time) {
 }
 
 TEST_F(faults, odd_sizes_and_days_differ_from_call_to_call) {
-  IStorageSetting& asked = setting();
   ask("IStorageSetting::get_channel_recording_size=odd;"
       "IChannelStorageConfiguration::get_recording_days=odd");
   for (std::int64_t const expected : {least, std::int64_t{-1}, std::int64_t{0}, greatest, least}) {
     std::int64_t size = 7;
-    EXPECT_EQ(0, asked.get_channel_recording_size(client::space_id(space(0).sid),
-                                                  client::channel_id(channel(0)), 4, &size));
+    EXPECT_EQ(0, setting().get_channel_recording_size(space_sid(), id_of_channel(), 4, &size));
     EXPECT_EQ(size, expected);
   }
   IChannelStorageConfiguration* configuration = nullptr;
-  channel_sid const id = client::channel_id(channel(0));
+  channel_sid const id = id_of_channel();
   ASSERT_EQ(0, storage.create_channel_configuration(id, &configuration));
   for (std::int32_t const expected : {-1, 3, 3}) {
     day_list days;
@@ -227,17 +213,15 @@ TEST_F(faults, odd_sizes_and_days_differ_from_call_to_call) {
 }
 
 TEST_F(faults, an_odd_volume_cannot_be_written_back) {
-  IStorageSetting& asked = setting();
-  auto const before = support::snapshot_of(recorder);
+  support::unchanged const kept(recorder);
   ask("IStorageSetting::get_volume_info=odd");
-  kivsid const id = client::volume_id(volume(0));
+  kivsid const id = volume_sid();
   volume_body body;
-  EXPECT_EQ(0, asked.get_volume_info(id, body));
+  EXPECT_EQ(0, setting().get_volume_info(id, body));
   EXPECT_EQ(body.name[sizeof body.name - 1], 'x');
   body.type = body.state = 0;
-  EXPECT_NE(0, asked.set_volume_info(id, body));
-  EXPECT_NE(0, asked.apply_volume_setting(body.space_uuid));
-  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
+  EXPECT_NE(0, setting().set_volume_info(id, body));
+  EXPECT_NE(0, setting().apply_volume_setting(body.space_uuid));
 }
 
 TEST_F(faults, an_odd_program_prints_nothing) {
@@ -270,7 +254,7 @@ TEST_F(faults, a_lock_timeout_that_is_none_is_refused_and_told_on_standard_error
     testing::internal::CaptureStderr();
     for (int call = 0; call < 2; ++call) {
       CFSTier tier;
-      EXPECT_NE(0, tier.init(client::space_id(space(0).sid))) << text;
+      EXPECT_NE(0, tier.init(space_sid())) << text;
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "lab client library: STLAB_LOCK_TIMEOUT_MS: \"" + std::string(text) +

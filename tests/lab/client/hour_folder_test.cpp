@@ -12,6 +12,8 @@ namespace {
 
 using client::client_test;
 
+constexpr std::int64_t hour = client::now_ms - client::now_ms % client::hour_ms;
+
 class hour_folder : public client_test {
  protected:
   std::string path_of(std::string const& below, long long time) {
@@ -63,7 +65,6 @@ TEST_F(hour_folder, is_the_folder_that_the_recorder_lays_its_units_in) {
   make();
   lab::volume const volume = this->volume(1);
   lab::channel const channel = this->channel(1);
-  std::int64_t const hour = client::now_ms - client::now_ms % client::hour_ms;
   writer().record(volume.id, {channel.id, client::normal, 2}, hour, 3);
   std::string const storage = volume.path.string() + "/FSU_" + volume.sid_text;
   make_hour_folder_full_path(path.data(), storage.c_str(),
@@ -96,7 +97,6 @@ class hour_folder_volume : public hour_folder {
 
 TEST_F(hour_folder_volume, is_found_with_its_space_by_any_moment_of_the_hour) {
   lab::volume const holder = volume(3);
-  std::int64_t const hour = client::now_ms - client::now_ms % client::hour_ms;
   writer().record(holder.id, {channel(1).id, client::alarm, 3}, hour, 1);
   std::list<volume_info> volumes;
   setting->get_volume_list(volumes);
@@ -125,7 +125,6 @@ TEST_F(hour_folder_volume, is_found_with_its_space_by_any_moment_of_the_hour) {
 }
 
 TEST_F(hour_folder_volume, is_not_found_for_what_was_not_recorded) {
-  std::int64_t const hour = client::now_ms - client::now_ms % client::hour_ms;
   writer().record(volume(3).id, {channel(1).id, client::alarm, 3}, hour, 1);
   auto const found = [&](std::size_t index, std::int32_t type, std::int32_t number,
                          std::int64_t moment) {

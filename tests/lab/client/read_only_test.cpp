@@ -6,10 +6,6 @@
 
 #include "client_test.h"
 #include "lab/catalogue/sqlite.h"
-#include "lab/check/check.h"
-#include "lab/make/make.h"
-#include "lab/volume/lock.h"
-#include "lab/volume/place.h"
 #include "storage/service.h"
 
 namespace {
@@ -43,12 +39,11 @@ class reading : public client_test {
     EXPECT_EQ(0, storage.destroy_storage_setting(&setting));
   }
 
-  // To who is not the superuser.
-  void forbid_writing() const {
+  // Runs `body` as somebody who may not write.
+  void as_reader(std::function<void()> const& body) const {
     fs::permissions(recorder / "catalogue.db", writing, fs::perm_options::remove);
     fs::permissions(recorder, writing, fs::perm_options::remove);
-  }
-  void allow_writing() const {
+    as_ordinary_user(body);
     fs::permissions(recorder, fs::perms::owner_write, fs::perm_options::add);
   }
 
@@ -100,37 +95,33 @@ class reading : public client_test {
   }
 };
 
-lab::make_options recorded() {
-  lab::make_options options = client::small();
+void recorded(lab::make_options& options) {
   options.volume_mb = 32;
   options.days = 1;
-  return options;
 }
 
 TEST_F(reading, changes_nothing) {
-  make(recorded());
-  auto const before = support::snapshot_of(recorder);
+  make(recorded);
+  support::unchanged const kept(recorder);
   read_everything();
-  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(reading, and_getting_ready_to_recycle_change_nothing) {
-  make(recorded());
-  auto const before = support::snapshot_of(recorder);
+  make(recorded);
+  support::unchanged const kept(recorder);
   CFSTier tier;
-  EXPECT_EQ(0, tier.init(client::space_id(space(0).sid)));
+  EXPECT_EQ(0, tier.init(space_sid()));
   EXPECT_EQ(0, tier.uninit());
   CFSUnit unit;
-  EXPECT_EQ(0, unit.init(client::volume_id(volume(0))));
+  EXPECT_EQ(0, unit.init(volume_sid()));
   EXPECT_EQ(0, unit.uninit());
-  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 // One hour's units are on their way home, and whoever sent them is gone.
 class reading_after_a_stop : public reading {
  protected:
   reading_after_a_stop() {
-    make(recorded());
+    make(recorded);
     {
       lab::recorder stopped = writer();
       stopped.forget({stopped.periods().front().id});
@@ -147,33 +138,27 @@ class reading_after_a_stop : public reading {
     for (lab::volume const& each : opened.volumes()) sum += opened.account(each.id).moving;
     return sum;
   }
-
-  lab::volume_place place() const {
-    lab::volume const first = volume(0);
-    return {first.id, first.path.filename(), first.sid_text, first.path};
-  }
 };
 
 TEST_F(reading_after_a_stop, finishes_what_was_begun) {
   ASSERT_LT(0, moving());
   read_everything();
   EXPECT_EQ(0, moving());
-  EXPECT_EQ(lab::findings(), lab::check(reader()));
+  expect_sound();
   EXPECT_TRUE(traced("log_Debug").empty());
 }
 
 TEST_F(reading_after_a_stop, leaves_alone_what_moves_under_somebody_elses_lock) {
-  lab::volume_lock const other(place(), lab::volume_lock::kind::exclusive, no_wait);
-  auto const before = support::snapshot_of(recorder);
+  auto const other = hold(volume(0).id);
+  support::unchanged const kept(recorder);
   read_everything();
-  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 // Whoever waited here would do so for an hour.
 TEST_F(reading_after_a_stop, waits_for_nobody) {
   ::setenv("STLAB_LOCK_TIMEOUT_MS", "3600000", 1);
   {
-    lab::database other(recorder / "catalogue.db", lab::database::mode::read_write, no_wait);
+    auto other = connect(lab::database::mode::read_write);
     lab::transaction const open(other, lab::transaction_kind::writing);
     read_everything();
     EXPECT_LT(0, moving());
@@ -185,51 +170,43 @@ TEST_F(reading_after_a_stop, waits_for_nobody) {
 }
 
 TEST_F(reading_after_a_stop, changes_nothing_where_it_may_not_write) {
-  forbid_writing();
-  as_ordinary_user([this] {
-    auto const before = support::snapshot_of(recorder);
+  as_reader([this] {
+    support::unchanged const kept(recorder);
     read_everything();
-    EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
     EXPECT_EQ(1U, traced("log_Debug").size());
   });
-  allow_writing();
 }
 
 TEST_F(reading_after_a_stop, changes_nothing_when_the_setting_is_to_fail) {
-  auto const before = support::snapshot_of(recorder);
+  support::unchanged const kept(recorder);
   ::setenv("STLAB_SERVICE_FAULT", "CKivStorage::create_storage_setting=fail", 1);
   CKivStorage storage;
   IStorageSetting* setting = nullptr;
   EXPECT_NE(0, storage.create_storage_setting(&setting));
   EXPECT_EQ(nullptr, setting);
-  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(reading, works_for_somebody_who_may_not_write) {
-  make(recorded());
-  forbid_writing();
-  as_ordinary_user([this] {
+  make(recorded);
+  as_reader([this] {
     EXPECT_THROW(writer(), lab::error);
     read_everything();
   });
-  allow_writing();
 }
 
 // Getting ready to recycle is the only call whose failure a user is told.
 TEST_F(reading, alone_is_not_enough_to_get_ready_for_recycling) {
-  make(recorded());
-  forbid_writing();
-  as_ordinary_user([this] {
+  make(recorded);
+  as_reader([this] {
     CFSTier tier;
-    EXPECT_NE(0, tier.init(client::space_id(space(0).sid)));
+    EXPECT_NE(0, tier.init(space_sid()));
     CFSUnit unit;
-    EXPECT_NE(0, unit.init(client::volume_id(volume(0))));
+    EXPECT_NE(0, unit.init(volume_sid()));
   });
-  allow_writing();
 }
 
 TEST_F(reading, goes_on_while_a_writer_has_the_recorder_open) {
-  make(recorded());
+  make(recorded);
   lab::recorder const other = writer();
   read_everything();
 }

@@ -37,6 +37,16 @@ class settings : public client_test {
     return body;
   }
 
+  int set(lab::volume const& of, volume_body const& body) {
+    return setting().set_volume_info(client::volume_id(of), body);
+  }
+  int set_state(lab::volume const& of, std::int32_t state, std::int32_t type = 0) {
+    volume_body body = body_of(of);
+    body.type = type;
+    body.state = state;
+    return set(of, body);
+  }
+
   int apply(lab::volume const& of) {
     std::string const& uuid = of.space_uuid;
     std::vector<char> const unterminated(uuid.begin(), uuid.end());
@@ -104,7 +114,7 @@ TEST_F(settings, a_read_of_an_unknown_volume_fails_and_leaves_the_body) {
 }
 
 TEST_F(settings, a_volume_is_told_by_its_text_alone) {
-  kivsid id = client::volume_id(volume(0));
+  kivsid id = volume_sid();
   id.number += 1;
   volume_body body;
   EXPECT_EQ(0, setting().get_volume_info(id, body));
@@ -119,7 +129,7 @@ TEST_F(settings, a_written_change_takes_effect_when_it_is_applied) {
   body.state = 1;
   body.total_size = 4711;
   body.used_size = 4712;
-  EXPECT_EQ(0, setting().set_volume_info(client::volume_id(before), body));
+  EXPECT_EQ(0, set(before, body));
   EXPECT_EQ(0, volume(1).type);
   EXPECT_EQ(0, apply(before));
   lab::volume const after = volume(1);
@@ -136,9 +146,7 @@ TEST_F(settings, a_written_change_takes_effect_when_it_is_applied) {
 
 TEST_F(settings, all_changes_of_a_space_are_applied_and_no_other_ones) {
   for (std::size_t const index : {0U, 1U, 2U}) {
-    volume_body body = body_of(volume(index));
-    body.state = 1;
-    EXPECT_EQ(0, setting().set_volume_info(client::volume_id(volume(index)), body));
+    EXPECT_EQ(0, set_state(volume(index), 1));
   }
   EXPECT_EQ(0, apply(volume(0)));
   EXPECT_EQ(1, volume(0).state);
@@ -150,20 +158,15 @@ TEST_F(settings, all_changes_of_a_space_are_applied_and_no_other_ones) {
 
 TEST_F(settings, the_last_change_of_a_volume_counts) {
   lab::volume const of = volume(0);
-  volume_body body = body_of(of);
-  body.state = 7;
-  EXPECT_EQ(0, setting().set_volume_info(client::volume_id(of), body));
-  body.state = 5;
-  EXPECT_EQ(0, setting().set_volume_info(client::volume_id(of), body));
+  EXPECT_EQ(0, set_state(of, 7));
+  EXPECT_EQ(0, set_state(of, 5));
   EXPECT_EQ(0, apply(of));
   EXPECT_EQ(5, volume(0).state);
 }
 
 TEST_F(settings, what_was_applied_is_not_applied_again) {
   lab::volume const of = volume(0);
-  volume_body body = body_of(of);
-  body.state = 5;
-  EXPECT_EQ(0, setting().set_volume_info(client::volume_id(of), body));
+  EXPECT_EQ(0, set_state(of, 5));
   EXPECT_EQ(0, apply(of));
   writer().change_volumes({{of.id, of.name, 0, 1}});
   EXPECT_EQ(0, apply(of));
@@ -178,28 +181,24 @@ TEST_F(settings, defaults_are_never_written_over_a_volume) {
   volume_body defaults;
   defaults.type = 2;
   defaults.state = 1;
-  auto const before = support::snapshot_of(recorder);
-  EXPECT_NE(0, setting().set_volume_info(client::volume_id(volume(0)), defaults));
+  support::unchanged const kept(recorder);
+  EXPECT_NE(0, set(volume(0), defaults));
   EXPECT_NE(0, setting().apply_volume_setting(defaults.space_uuid));
   EXPECT_EQ(0, apply(volume(0)));
-  EXPECT_EQ("", support::changes(before, support::snapshot_of(recorder)));
 }
 
 TEST_F(settings, another_volumes_body_is_refused) {
   lab::volume const of = volume(0);
-  EXPECT_NE(0, setting().set_volume_info(client::volume_id(of), body_of(volume(1))));
+  EXPECT_NE(0, set(of, body_of(volume(1))));
   volume_body body = body_of(of);
   body.space_uuid[35] = '#';
-  EXPECT_NE(0, setting().set_volume_info(client::volume_id(of), body));
+  EXPECT_NE(0, set(of, body));
 }
 
 TEST_F(settings, codes_that_do_not_exist_are_refused) {
   lab::volume const of = volume(0);
   for (auto const& [type, state] : {std::pair(1, 0), {3, 0}, {-1, 0}, {0, -1}, {0, 9}}) {
-    volume_body body = body_of(of);
-    body.type = type;
-    body.state = state;
-    EXPECT_NE(0, setting().set_volume_info(client::volume_id(of), body)) << type << ' ' << state;
+    EXPECT_NE(0, set_state(of, state, type)) << type << ' ' << state;
   }
   EXPECT_EQ(0, apply(of));
   EXPECT_EQ(0, volume(0).state);
@@ -222,24 +221,22 @@ TEST_F(settings, sizes_are_sums_of_units_and_the_total_counts_every_type) {
     open.record(on.id, {of.id, client::alarm, 0}, 0, 2);
     open.record(on.id, {of.id, client::manual, 0}, 0, 1);
   }
-  kivsid const first = client::space_id(space(0).sid);
-  std::int64_t size = untouched;
-  EXPECT_EQ(0, setting().get_channel_recording_size(first, client::channel_id(of), client::normal,
-                                                    &size));
-  EXPECT_EQ(4, size);
-  EXPECT_EQ(
-      0, setting().get_channel_recording_size(first, client::channel_id(of), client::alarm, &size));
-  EXPECT_EQ(2, size);
-  EXPECT_EQ(0, setting().get_channel_total_recording_size(first, client::channel_id(of), &size));
-  EXPECT_EQ(7, size);
-  EXPECT_EQ(0, setting().get_channel_total_recording_size(client::space_id(space(1).sid),
-                                                          client::channel_id(of), &size));
-  EXPECT_EQ(0, size);
+  auto const size_in = [&](std::size_t index, std::optional<std::int32_t> type) {
+    std::int64_t size = untouched;
+    channel_sid const id = client::channel_id(of);
+    EXPECT_EQ(0, type ? setting().get_channel_recording_size(space_sid(index), id, *type, &size)
+                      : setting().get_channel_total_recording_size(space_sid(index), id, &size));
+    return size;
+  };
+  EXPECT_EQ(4, size_in(0, client::normal));
+  EXPECT_EQ(2, size_in(0, client::alarm));
+  EXPECT_EQ(7, size_in(0, std::nullopt));
+  EXPECT_EQ(0, size_in(1, std::nullopt));
 }
 
 TEST_F(settings, a_size_stays_as_it_was_on_failure) {
-  kivsid const known = client::space_id(space(0).sid);
-  channel_sid const of = client::channel_id(channel(0));
+  kivsid const known = space_sid();
+  channel_sid const of = id_of_channel();
   std::int64_t size = untouched;
   EXPECT_NE(0, setting().get_channel_total_recording_size(kivsid(), of, &size));
   EXPECT_NE(0, setting().get_channel_total_recording_size(known, channel_sid(), &size));
@@ -253,7 +250,7 @@ TEST_F(settings, a_size_stays_as_it_was_on_failure) {
 TEST_F(settings, channels_and_pairings_of_a_space) {
   lab::volume const on = volume(1);
   writer().record(on.id, {channel(1).id, client::alarm, 0}, 0, 1);
-  kivsid const first = client::space_id(space(0).sid);
+  kivsid const first = space_sid();
   std::list<channel_sid> channels;
   EXPECT_EQ(0, setting().get_space_channel_list(first, channels));
   ASSERT_EQ(1U, channels.size());
