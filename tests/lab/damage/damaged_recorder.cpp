@@ -13,13 +13,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-lab::make_options recorded() {
-  lab::make_options options = small();
-  options.volume_mb = 16;
-  options.days = 4;
-  return options;
-}
-
 std::string without_zeros_at_end(std::string text) {
   text.erase(text.find_last_not_of('\0') + 1);
   return text;
@@ -28,8 +21,16 @@ std::string without_zeros_at_end(std::string text) {
 }  // namespace
 
 damaged_recorder::damaged_recorder() {
-  make(recorded());
+  make_again();
   if (!found().empty()) throw std::runtime_error("the fresh recorder is not clean");
+}
+
+void damaged_recorder::make_again() const {
+  fs::remove_all(root());
+  make([](auto& options) {
+    options.volume_mb = 16;
+    options.days = 4;
+  });
 }
 
 std::string damaged_recorder::damage(lab::damage_options const& options) const {

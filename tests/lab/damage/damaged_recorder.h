@@ -17,6 +17,8 @@ using strings = std::vector<std::string>;
 class damaged_recorder : public engine_test {
  protected:
   damaged_recorder();
+  // The same recorder without what was done to it.
+  void make_again() const;
 
   std::string damage(lab::damage_options const& options) const;
   std::string damage(std::string const& kind, std::uint64_t seed = 1) const;

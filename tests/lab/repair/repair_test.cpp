@@ -13,7 +13,6 @@
 #include "lab/check/finding.h"
 #include "lab/repair/stages.h"
 #include "lab/volume/layout.h"
-#include "lab/volume/lock.h"
 
 namespace {
 
@@ -39,7 +38,7 @@ class repair_of : public support::damaged_recorder {
 
   // The first unit of the volume in the given state.
   known_unit unit_in(std::string const& state, std::int64_t volume_id = first_volume) const {
-    auto const catalogue = reader();
+    auto const catalogue = connect();
     lab::statement query(catalogue,
                          "SELECT u.name, c.number, u.recording_type, u.stream, u.hour_ms"
                          "  FROM unit u LEFT JOIN channel c ON c.id = u.channel_id"
@@ -53,11 +52,14 @@ class repair_of : public support::damaged_recorder {
     return {name, folder, storage(volume_id) / folder / name};
   }
 
-  lab::database reader() const {
-    return {root() / "catalogue.db", lab::database::mode::read_only, std::chrono::milliseconds(0)};
-  }
-
   support::contents shares() const { return support::contents_of(root() / "share"); }
+  support::contents set_aside() const {
+    return support::contents_of(volume_folder() / "lost+found");
+  }
+  void expect_repair_ends_clean(lost_recordings what = lost_recordings::keep) const {
+    repair(what);
+    EXPECT_EQ(lab::findings(), found());
+  }
   fs::path home() const { return preallocate(first_volume); }
   fs::path volume_folder() const { return root() / "share/vol1"; }
 
@@ -81,12 +83,15 @@ class repair_of : public support::damaged_recorder {
     expect_all_kept(before);
   }
 
+  void make_bad(known_unit const& unit) const {
+    tamper("UPDATE unit SET state = 'bad' WHERE volume_id = 1 AND name = '" + unit.name + "'");
+  }
+
   // Whether or not recordings are given up.
   void expect_left(classes_found const& left) const {
     EXPECT_EQ(left, classes());
-    auto const before = support::contents_of(root());
+    support::unchanged const kept(root());
     EXPECT_EQ(strings(), repair(lost_recordings::give_up).repaired);
-    EXPECT_EQ(strings(), support::differences(before, support::contents_of(root())));
     EXPECT_EQ(left, classes());
   }
 };
@@ -100,9 +105,8 @@ TEST_P(repair_of_kind, ends_clean_and_loses_nothing) {
     EXPECT_NE(strings(), repair(lost_recordings::give_up).repaired);
     EXPECT_EQ(lab::findings(), found());
     expect_all_kept(before);
-    auto const repaired = support::contents_of(root());
+    support::unchanged const kept(root());
     EXPECT_EQ(strings(), repair(lost_recordings::give_up).repaired);
-    EXPECT_EQ(strings(), support::differences(repaired, support::contents_of(root())));
   }
 }
 
@@ -151,13 +155,10 @@ TEST_F(repair_of, a_damaged_catalogue_moves_nothing) {
 }
 
 TEST_F(repair_of, a_volume_that_is_written_waits_and_says_busy) {
-  auto const volume = open().volumes()[0];
-  lab::volume_lock const other({1, "vol1", volume.sid_text, volume.path},
-                               lab::volume_lock::kind::shared, std::chrono::milliseconds(0));
+  auto const other = hold(first_volume, lab::volume_lock::kind::shared);
   fs::remove(unit_in("free", second_volume).file);
-  auto const before = support::contents_of(root());
+  support::unchanged const kept(root());
   EXPECT_THROW(repair(), lab::busy_error);
-  EXPECT_EQ(strings(), support::differences(before, support::contents_of(root())));
 }
 
 TEST_F(repair_of, misplaced_units_brings_them_back) {
@@ -241,7 +242,7 @@ TEST_F(repair_of, duplicates_and_unknown_files_sets_them_aside) {
   };
   expect_repaired({aside("preallocate/" + unit.name, "preallocate"), aside("top", "volume"),
                    aside("preallocate/note", "preallocate")});
-  EXPECT_EQ("content", support::contents_of(volume_folder() / "lost+found").at("volume/top"));
+  EXPECT_EQ("content", set_aside().at("volume/top"));
 }
 
 TEST_F(repair_of, unknown_files_of_one_name_keeps_both) {
@@ -250,7 +251,7 @@ TEST_F(repair_of, unknown_files_of_one_name_keeps_both) {
     repair();
   }
   EXPECT_EQ(lab::findings(), found());
-  auto const lost = support::contents_of(volume_folder() / "lost+found");
+  auto const lost = set_aside();
   EXPECT_EQ("content 0", lost.at("preallocate/note"));
   EXPECT_EQ("content 1", lost.at("preallocate.2/note"));
 }
@@ -284,7 +285,7 @@ TEST_F(repair_of, cross_linked_units_leaves_them) {
 
 TEST_F(repair_of, bad_units_sets_their_files_aside_and_frees_them) {
   auto const unit = unit_in("free");
-  tamper("UPDATE unit SET state = 'bad' WHERE volume_id = 1 AND name = '" + unit.name + "'");
+  make_bad(unit);
   auto const before = shares();
   expect_repaired(
       {"volume vol1: preallocate/" + unit.name + " is set aside in lost+found/preallocate",
@@ -315,7 +316,7 @@ class full_disk {
 
 TEST_F(repair_of, units_for_which_there_is_no_room_leaves_them) {
   auto const bad = unit_in("free");
-  tamper("UPDATE unit SET state = 'bad' WHERE volume_id = 1 AND name = '" + bad.name + "'");
+  make_bad(bad);
   fs::remove(bad.file);
   fs::remove(unit_in("free", second_volume).file);
   {
@@ -327,8 +328,7 @@ TEST_F(repair_of, units_for_which_there_is_no_room_leaves_them) {
   EXPECT_EQ((classes_found{finding_class::bad, finding_class::missing, finding_class::sums}),
             classes());
   EXPECT_FALSE(fs::exists(bad.file));
-  repair();
-  EXPECT_EQ(lab::findings(), found());
+  expect_repair_ends_clean();
 }
 
 TEST_F(repair_of, lost_free_units_preallocates_them_anew) {
@@ -340,8 +340,7 @@ TEST_F(repair_of, lost_free_units_preallocates_them_anew) {
 
 TEST_F(repair_of, a_volume_without_preallocate_makes_it) {
   fs::remove_all(home());
-  repair();
-  EXPECT_EQ(lab::findings(), found());
+  expect_repair_ends_clean();
 }
 
 TEST_F(repair_of, short_units_gives_them_their_blocks) {
@@ -383,15 +382,13 @@ TEST_F(repair_of, a_leak_leaves_it_while_a_file_of_its_volume_is_out_of_place) {
   damage("leak");
   link_at(home() / "link");
   damage("leak", 2);
-  auto const volume = found().back().place;
   for (auto const& each : {"vol1", "vol2"}) {
     link_at(root() / "share" / each / "link");
   }
   expect_left({finding_class::leak, finding_class::unknown});
   for (auto const& each : {"vol1", "vol2"}) fs::remove(root() / "share" / each / "link");
   fs::remove(home() / "link");
-  repair();
-  EXPECT_EQ(lab::findings(), found()) << volume;
+  expect_repair_ends_clean();
 }
 
 // What cannot be done on one volume is told, and the other is repaired.
@@ -419,7 +416,7 @@ class giving_up : public repair_of {
 
   strings units() const {
     strings found;
-    auto const catalogue = reader();
+    auto const catalogue = connect();
     lab::statement query(catalogue, "SELECT name FROM unit WHERE stream = 4 ORDER BY id");
     while (query.next()) found.push_back(query.text(0));
     return found;
@@ -427,11 +424,9 @@ class giving_up : public repair_of {
 
   std::int64_t periods() const { return ask("SELECT count(*) FROM period"); }
 
-  // With what `obstacle` brings about, which stays; not without.
-  template <typename Obstacle, typename Removal>
-  void expect_kept_with(Obstacle const& obstacle, Removal const& removal) const {
+  // With the obstacle, which stays; not without.
+  void expect_kept_until(std::function<void()> const& removal) const {
     auto const before = periods();
-    obstacle();
     repair(lost_recordings::give_up);
     EXPECT_EQ(before, periods());
     EXPECT_EQ(2, ask("SELECT count(*) FROM unit WHERE stream = 4 AND state = 'recorded'"));
@@ -442,7 +437,7 @@ class giving_up : public repair_of {
     EXPECT_EQ(lab::findings(), found());
   }
 
-  fs::path const hour = storage(first_volume) / lab::hour_folder_name(0, 4, 4, now);
+  fs::path const hour = storage(first_volume) / "ch01_NR_S04_2026112100";
 };
 
 TEST_F(giving_up, is_done_only_when_it_is_asked_for) {
@@ -462,8 +457,7 @@ TEST_F(giving_up, keeps_the_period_and_its_other_units) {
 TEST_F(giving_up, drops_a_period_with_its_last_unit) {
   auto const before = periods();
   fs::remove_all(hour);
-  repair(lost_recordings::give_up);
-  EXPECT_EQ(lab::findings(), found());
+  expect_repair_ends_clean(lost_recordings::give_up);
   EXPECT_EQ(before - 1, periods());
 }
 
@@ -474,8 +468,7 @@ TEST_F(giving_up, drops_a_period_that_never_had_units) {
   fs::remove_all(hour);
   repair();
   EXPECT_EQ(classes_found{finding_class::period}, classes());
-  repair(lost_recordings::give_up);
-  EXPECT_EQ(lab::findings(), found());
+  expect_repair_ends_clean(lost_recordings::give_up);
 }
 
 // The leak may be its own.
@@ -491,65 +484,58 @@ TEST_F(giving_up, keeps_a_period_without_units_where_a_leak_lies_in_its_hours) {
 TEST_F(giving_up, waits_for_a_volume_that_is_not_mounted) {
   auto const identity = root() / "share/vol2/identity";
   auto const away = root().parent_path() / "identity";
-  expect_kept_with([&] { fs::rename(identity, away); }, [&] { fs::rename(away, identity); });
+  fs::rename(identity, away);
+  expect_kept_until([&] { fs::rename(away, identity); });
 }
 
 TEST_F(giving_up, waits_for_a_volume_that_cannot_be_read) {
   auto const away = root().parent_path() / "away";
-  expect_kept_with([&] { fs::rename(storage(second_volume), away); },
-                   [&] { fs::rename(away, storage(second_volume)); });
+  fs::rename(storage(second_volume), away);
+  expect_kept_until([&] { fs::rename(away, storage(second_volume)); });
 }
 
 TEST_F(giving_up, waits_for_what_is_unknown) {
   for (auto const& link : {home() / "link", root() / "share" / "link", root() / "link"}) {
     link_at(link);
   }
-  expect_kept_with([&] { fs::remove(root() / "link"); },
-                   [&] {
-                     fs::remove(home() / "link");
-                     fs::remove(root() / "share" / "link");
-                   });
+  fs::remove(root() / "link");
+  expect_kept_until([&] {
+    fs::remove(home() / "link");
+    fs::remove(root() / "share" / "link");
+  });
 }
 
 TEST_F(giving_up, waits_for_what_is_misplaced) {
   auto const other = unit_in("recorded", second_volume);
-  auto const one = made_folder("one", second_volume) / other.name;
   auto const two = made_folder("two", second_volume) / other.name;
-  expect_kept_with(
-      [&] {
-        fs::copy_file(other.file, one);
-        fs::rename(other.file, two);
-      },
-      [&] { fs::remove(two); });
+  fs::copy_file(other.file, made_folder("one", second_volume) / other.name);
+  fs::rename(other.file, two);
+  expect_kept_until([&] { fs::remove(two); });
 }
 
 TEST_F(giving_up, waits_for_what_is_on_the_wrong_volume) {
   auto const file = made_folder(hour.filename(), second_volume) / units()[0];
-  expect_kept_with([&] { support::write_file(file, std::string(unit_bytes, 'x')); },
-                   [&] { fs::remove(file); });
+  support::write_file(file, std::string(unit_bytes, 'x'));
+  expect_kept_until([&] { fs::remove(file); });
 }
 
 TEST_F(giving_up, waits_for_duplicates_that_cannot_be_set_aside) {
   auto const other = unit_in("recorded", second_volume);
   auto const lost = root() / "share/vol2/lost+found";
-  expect_kept_with(
-      [&] {
-        support::write_file(lost, "a file");
-        fs::copy_file(other.file, preallocate(second_volume) / other.name);
-      },
-      [&] { fs::remove(lost); });
+  support::write_file(lost, "a file");
+  fs::copy_file(other.file, preallocate(second_volume) / other.name);
+  expect_kept_until([&] { fs::remove(lost); });
 }
 
 TEST_F(giving_up, waits_for_what_is_cross_linked) {
   auto const second_name = root().parent_path() / "second";
-  expect_kept_with([&] { fs::create_hard_link(unit_in("free").file, second_name); },
-                   [&] { fs::remove(second_name); });
+  fs::create_hard_link(unit_in("free").file, second_name);
+  expect_kept_until([&] { fs::remove(second_name); });
 }
 
 // As by a lazy unmount; the mount point stays behind.
 TEST_F(giving_up, is_not_done_on_a_volume_that_has_vanished_since_its_scan) {
-  lab::database catalogue(root() / "catalogue.db", lab::database::mode::read_write,
-                          std::chrono::milliseconds(0));
+  auto catalogue = connect(lab::database::mode::read_write);
   lab::repair_report report;
   std::vector<lab::scanned_volume> scanned;
   for (auto const& place : lab::places_of(catalogue, root())) {
