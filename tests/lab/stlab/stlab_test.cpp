@@ -7,10 +7,7 @@
 
 #include <array>
 #include <cerrno>
-#include <fstream>
 #include <system_error>
-
-#include "lab/catalogue/sqlite.h"
 
 namespace stlab_program {
 
@@ -23,26 +20,28 @@ outcome stlab_test::on_recorder(std::string const& command, std::string const& o
              ' ' + options);
 }
 
-void stlab_test::break_table(std::string const& name) const {
-  std::int64_t page = 0;
-  std::int64_t size = 0;
-  {
-    lab::database const catalogue(recorder / "catalogue.db", lab::database::mode::read_only,
-                                  std::chrono::milliseconds(0));
-    lab::statement query(catalogue,
-                         "SELECT rootpage, page_size FROM sqlite_master, pragma_page_size"
-                         "  WHERE name = ?");
-    ASSERT_TRUE(query.with(name).next());
-    page = query.integer(0);
-    size = query.integer(1);
-  }
-  std::fstream file(recorder / "catalogue.db", std::ios::in | std::ios::out | std::ios::binary);
-  file.seekp((page - 1) * size);
-  file << std::string(static_cast<std::size_t>(size), '\xff');
+std::string stlab_test::show(std::string const& options) const {
+  outcome const shown = run("show " + options + " " + recorder.string());
+  EXPECT_EQ(0, shown.status) << shown.errors;
+  return shown.output;
 }
 
-void stlab_test::expect_refused(outcome const& result, std::string const& message) {
-  EXPECT_EQ(4, result.status);
+void stlab_test::expect_done(outcome const& result, std::string const& output) {
+  expect_ended(result, 0, output);
+}
+
+void stlab_test::expect_ended(outcome const& result, int status, std::string const& output) {
+  EXPECT_EQ(status, result.status);
+  EXPECT_EQ("", result.errors);
+  EXPECT_EQ(output, result.output);
+}
+
+void stlab_test::expect_parts(std::string const& text, std::vector<std::string> const& parts) {
+  for (auto const& part : parts) EXPECT_TRUE(holds(text, part)) << part << "\nis not in\n" << text;
+}
+
+void stlab_test::expect_refused(outcome const& result, std::string const& message, int status) {
+  EXPECT_EQ(status, result.status);
   EXPECT_EQ("", result.output);
   EXPECT_EQ("stlab: " + message + "\n", result.errors);
 }

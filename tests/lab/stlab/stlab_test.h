@@ -23,15 +23,27 @@ class stlab_test : public client::client_test {
   outcome on_recorder(std::string const& command, std::string const& options = "") const;
 
   outcome check() const { return run("check " + recorder.string()); }
+  // What `stlab show OPTIONS recorder` prints.
+  std::string show(std::string const& options = "") const;
 
-  lab::stream stream(std::size_t channel_index, std::int32_t type, std::int32_t number) const {
+  lab::stream stream(std::size_t channel_index, std::int32_t type = client::normal,
+                     std::int32_t number = 0) const {
     return {channel(channel_index).id, type, number};
   }
+  void record(std::size_t volume_index, lab::stream const& of, std::int64_t start_ms,
+              int units) const {
+    writer().record(volume(volume_index).id, of, start_ms, units);
+  }
+  // The start of the hour that lies so far before the fixture's.
+  static constexpr std::int64_t hours_ago(std::int64_t hours) {
+    return client::now_ms / client::hour_ms * client::hour_ms - hours * client::hour_ms;
+  }
 
-  // Overwrites the first page of a table.
-  void break_table(std::string const& name) const;
-
-  static void expect_refused(outcome const& result, std::string const& message);
+  // Of a command that did what it was to do, and said nothing else.
+  static void expect_done(outcome const& result, std::string const& output);
+  static void expect_ended(outcome const& result, int status, std::string const& output);
+  static void expect_refused(outcome const& result, std::string const& message, int status = 4);
+  static void expect_parts(std::string const& text, std::vector<std::string> const& parts);
 };
 
 // A terminal that shows what a program prints; tests are skipped without one.
