@@ -12,7 +12,6 @@
 #include <iostream>
 #include <map>
 #include <memory>
-#include <numeric>
 #include <system_error>
 
 #include "long_checks.h"
@@ -31,20 +30,14 @@ struct report_of_child {
 };
 
 points::observer all_of(faults const& injected, int& counted) {
+  // Each counts for itself.
+  auto const counts = std::make_shared<std::vector<int>>(injected.size());
   std::vector<points::observer> all;
-  for (auto const& each : injected) {
-    // Each counts for itself; the first one's count is told.
-    auto const own = std::make_shared<int>(0);
-    auto const inject = points::injector(each, all.empty() ? counted : *own);
-    all.emplace_back([own, inject](points::point const& at) { return inject(at); });
+  for (std::size_t i = 0; i < injected.size(); ++i) {
+    all.push_back(points::injector(injected[i], (*counts)[i]));
   }
-  if (all.empty()) {
-    all.emplace_back([&counted](points::point const&) {
-      ++counted;
-      return 0;
-    });
-  }
-  return [all](points::point const& at) {
+  return [all, counts, &counted](points::point const& at) {
+    ++counted;
     int answer = 0;
     for (auto const& ask : all) {
       int const one = ask(at);
@@ -93,20 +86,6 @@ outcome read_outcome(int pipe_end, int status) {
   return {told.how, told.points, std::string(text.data(), static_cast<std::size_t>(size))};
 }
 
-char const* name_of(ending how) {
-  switch (how) {
-    case ending::done:
-      return "done";
-    case ending::failed:
-      return "failed";
-    case ending::killed:
-      return "killed";
-    case ending::broken:
-      break;
-  }
-  return "broken";
-}
-
 std::string text_of_one(fault const& each) {
   std::string const kind = each.what == fault::kind::kill       ? "kill"
                            : each.what == fault::kind::no_space ? "full"
@@ -117,6 +96,12 @@ std::string text_of_one(fault const& each) {
 }
 
 void open_to_write(path const& recorder) { lab::recorder::open(recorder, lab::access::read_write); }
+
+// What a stop left behind, and which fault stopped it.
+struct state_left {
+  faults injected;
+  path kept;
+};
 
 // One scenario on its way.
 class loop {
@@ -139,12 +124,10 @@ class loop {
       hit = false;
       for (auto const& each : kinds_at(n)) hit = one_fault({each}, n) || hit;
     }
-    for (auto const& [digest, injected] : left_) {
-      if (what_.with == scenario::journal::kept) {
-        recover_on_a_full_disk(digest, injected);
-      }
-      if (is_in_turn()) recover_with_faults(kept_.at(digest), injected);
-      fs::remove_all(kept_.at(digest));
+    for (auto const& [digest, state] : left_) {
+      if (what_.with == scenario::journal::kept) recover_on_a_full_disk(digest, state);
+      if (is_in_turn()) recover_with_faults(state);
+      fs::remove_all(state.kept);
     }
     result_.states = static_cast<int>(left_.size());
     return result_;
@@ -191,23 +174,20 @@ class loop {
     last_ = ran.how;
     if (ran.how == ending::broken) complain(injected, ran.text);
     auto const digest = fault_support::digest_of(scratch());
-    auto const verdict = std::string(name_of(ran.how));
-    bool const new_state = left_.emplace(digest, injected).second;
-    if (!new_state && seen_.count(verdict + digest) != 0) return;
-    seen_.insert(verdict + digest);
+    auto const verdict = std::to_string(static_cast<int>(ran.how));
+    if (!seen_.insert(verdict + digest).second) return;
     path const kept = temporary_.path() / ("state" + std::to_string(left_.size()));
-    if (new_state) {
+    if (left_.emplace(digest, state_left{injected, kept}).second) {
       fault_support::copy_tree(scratch(), kept);
-      kept_.emplace(digest, kept);
     }
-    check_and_mend(injected, ran.how);
+    check_and_repair(injected, ran.how);
   }
 
   // Of the scratch recorder.
-  void check_and_mend(faults const& injected, ending how) {
+  void check_and_repair(faults const& injected, ending how) {
     note(injected, "stopped", fault_support::problems_when_stopped(scratch(), *origin_));
     open_to_write(scratch());
-    note(injected, "mended", fault_support::problems_when_finished(scratch(), *origin_));
+    note(injected, "recovered", fault_support::problems_when_finished(scratch(), *origin_));
     auto const now = fault_support::summary_of(scratch());
     if (how == ending::done && now != after_) complain(injected, "is not done");
     if (!is_allowed(now)) complain(injected, "is done in part");
@@ -231,22 +211,22 @@ class loop {
     return true;
   }
 
-  void recover_on_a_full_disk(std::string const& digest, faults const& first) {
-    fresh_copy(kept_.at(digest));
-    faults both = first;
+  void recover_on_a_full_disk(std::string const& digest, state_left const& state) {
+    fresh_copy(state.kept);
+    faults both = state.injected;
     both.push_back({fault::kind::no_space, ENOSPC, 1, fault::span::from_there_on});
     auto const ran = run(open_to_write, scratch(), {both.back()});
     if (fault_support::digest_of(scratch()) != digest) ++result_.full_runs;
     if (ran.how != ending::done) complain(both, ran.text);
-    note(both, "mended", fault_support::problems_when_finished(scratch(), *origin_));
+    note(both, "recovered", fault_support::problems_when_finished(scratch(), *origin_));
     if (!is_allowed(fault_support::summary_of(scratch()))) complain(both, "is done in part");
   }
 
-  void recover_with_faults(path const& state, faults const& first) {
+  void recover_with_faults(state_left const& state) {
     bool hit = true;
     for (int m = 1; hit; ++m) {
       hit = false;
-      for (auto const& each : kinds_in_turn(m)) hit = fault_in_recovery(state, first, each) || hit;
+      for (auto const& each : kinds_in_turn(m)) hit = fault_in_recovery(state, each) || hit;
     }
   }
 
@@ -260,15 +240,15 @@ class loop {
     return {all[static_cast<std::size_t>(++turn_) % all.size()]};
   }
 
-  bool fault_in_recovery(path const& state, faults const& first, fault const& second) {
-    fresh_copy(state);
+  bool fault_in_recovery(state_left const& state, fault const& second) {
+    fresh_copy(state.kept);
     auto const ran = run(open_to_write, scratch(), {second});
     if (!count_if_hit(ran, second.at, result_.compound_runs)) return false;
-    faults both = first;
+    faults both = state.injected;
     both.push_back(second);
     if (ran.how == ending::broken) complain(both, ran.text);
     if (seen_.insert("recovered" + fault_support::digest_of(scratch())).second) {
-      check_and_mend(both, ending::killed);
+      check_and_repair(both, ending::killed);
     }
     return true;
   }
@@ -279,8 +259,7 @@ class loop {
   std::vector<std::string> after_;
   fault_support::origin const* origin_ = nullptr;
   tally result_;
-  std::map<std::string, faults> left_;  // the fault that left a state, by its digest
-  std::map<std::string, path> kept_;
+  std::map<std::string, state_left> left_;  // by digest
   std::set<std::string> seen_;
   ending last_ = ending::done;
   int turn_ = 0;
@@ -320,10 +299,9 @@ faults kinds_at(int n) {
 }
 
 std::string text_of(faults const& injected) {
-  return std::accumulate(injected.begin(), injected.end(), std::string(),
-                         [](std::string const& before, fault const& each) {
-                           return before + (before.empty() ? "" : ",") + text_of_one(each);
-                         });
+  std::string text;
+  for (auto const& each : injected) text += (text.empty() ? "" : ",") + text_of_one(each);
+  return text;
 }
 
 tally run_all(scenario const& what) { return loop(what).whole(); }

@@ -42,7 +42,7 @@ struct scenario {
   operation run;
   // Volumes are changed one after the other, so that some can be done already.
   enum class scope { whole, volume_by_volume } changes = scope::whole;
-  // What is left behind must be mended on a full disk too, unless the journal is
+  // What is left behind must be finished on a full disk too, unless the journal is
   // not kept.
   enum class journal { kept, lost } with = journal::kept;
 };

@@ -5,10 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <stdexcept>
 
+#include "client_test.h"
 #include "environment.h"
 #include "lab/catalogue/sqlite.h"
 #include "lab/check/check.h"
@@ -36,29 +36,9 @@ void through_client(path const& recorder) {
   setenv("STLAB_RECORDER", recorder.c_str(), 1);
 }
 
-kivsid id_of(lab::volume const& volume) {
-  kivsid id;
-  id.number = volume.sid_number;
-  volume.sid_text.copy(id.text, sizeof id.text);
-  return id;
-}
-
-kivsid id_of(lab::space const& space) {
-  kivsid id;
-  // The first four of its characters are the number's bytes.
-  std::memcpy(&id.number, space.sid.data(), sizeof id.number);
-  space.sid.copy(id.text, sizeof id.text, 4);
-  return id;
-}
-
 stream_info main_stream_of(lab::recorder const& in) {
-  stream_info of;
-  auto const channel = in.channels().front();
-  of.channel.number = channel.number;
-  channel.sid.copy(of.channel.id, sizeof of.channel.id);
-  of.stream = fault_support::main_stream.number;
-  of.recording_type = fault_support::main_stream.recording_type;
-  return of;
+  return client::stream_of(in.channels().front(), fault_support::main_stream.recording_type,
+                           fault_support::main_stream.number);
 }
 
 template <typename Storage>
@@ -75,14 +55,14 @@ void recycle_through_tier(path const& recorder) {
   through_client(recorder);
   auto const reader = lab::recorder::open(recorder, lab::access::read_only);
   CFSTier tier;
-  recycle_through(tier, id_of(reader.spaces().front()), main_stream_of(reader));
+  recycle_through(tier, client::space_id(reader.spaces().front().sid), main_stream_of(reader));
 }
 
 void recycle_through_unit(path const& recorder) {
   through_client(recorder);
   auto const reader = lab::recorder::open(recorder, lab::access::read_only);
   CFSUnit unit;
-  recycle_through(unit, id_of(reader.volumes().front()), main_stream_of(reader));
+  recycle_through(unit, client::volume_id(reader.volumes().front()), main_stream_of(reader));
 }
 
 void record(path const& recorder) {
@@ -113,11 +93,9 @@ void expect_sound(tally const& result, int least_points) {
   EXPECT_EQ(result.points * static_cast<int>(fault_loop::kinds_at(1).size()), result.runs);
   EXPECT_LT(result.full_runs, result.states);
   EXPECT_GT(result.states, 1);
-  EXPECT_EQ(strings(), strings(result.broken.begin(),
-                               result.broken.begin() + std::min<std::ptrdiff_t>(
-                                                           20, std::distance(result.broken.begin(),
-                                                                             result.broken.end()))))
-      << result.broken.size() << " in all";
+  auto first = result.broken;
+  first.resize(std::min<std::size_t>(20, first.size()));
+  EXPECT_EQ(strings(), first) << result.broken.size() << " in all";
 }
 
 void expect_sound(scenario const& what, int least_points) {

@@ -189,7 +189,7 @@ std::vector<std::string> misplaced(fs::path const& recorder, lab::volume const& 
     }
     places.erase(each.name);
   }
-  for (auto const& stranger : places) problems.push_back("unknown file " + stranger.first);
+  for (auto const& unknown : places) problems.push_back("unknown file " + unknown.first);
   return problems;
 }
 
@@ -200,7 +200,7 @@ std::vector<std::string> wrong_sums(lab::recorder const& in, lab::volume const& 
   std::int64_t const files = static_cast<std::int64_t>(
       std::distance(fs::directory_iterator(storage_of(of) / "preallocate"), {}));
   if (account.total != all) problems.push_back(of.name + ": units do not add up");
-  if (account.moving != 0) problems.push_back(of.name + ": units are still on their way");
+  if (account.moving != 0) problems.push_back(of.name + ": units are still in transit");
   if (of.used_mb != account.held) problems.push_back(of.name + ": used size is not what is held");
   if (files != account.preallocated) problems.push_back(of.name + ": preallocated units differ");
   if (missing_mb(of) != account.lost) problems.push_back(of.name + ": lost size differs");

@@ -52,7 +52,7 @@ struct origin {
 };
 
 // Every unit where its state allows it, and in no phantom leak. Looks as a
-// reader does, before anything is mended.
+// reader does, before anything is finished.
 std::vector<std::string> problems_when_stopped(fs::path const& recorder, origin const& before);
 
 // What a recorder must be like once its moves have been finished.

@@ -39,7 +39,7 @@ taken_steps steps_of(std::function<void(lab::recorder&)> const& operation) {
   return taken;
 }
 
-// Two units in two hour folders come home.
+// Two units in two hour folders come back.
 taken_steps recycling() {
   return steps_of([](lab::recorder& writer) {
     EXPECT_EQ(2, writer.recycle(1, fault_support::main_stream, fault_support::always));

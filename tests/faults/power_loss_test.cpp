@@ -187,8 +187,8 @@ class moving {
                       strings const& done) const {
     auto problems = fault_support::problems_when_stopped(scratch(), origin);
     lab::recorder::open(scratch(), lab::access::read_write);
-    auto const mended = fault_support::problems_when_finished(scratch(), origin);
-    problems.insert(problems.end(), mended.begin(), mended.end());
+    auto const finished = fault_support::problems_when_finished(scratch(), origin);
+    problems.insert(problems.end(), finished.begin(), finished.end());
     auto const now = fault_support::summary_of(scratch());
     bool const last = each.commits == commits();
     if (now != done && (last || now != before)) problems.emplace_back("is done in part");
@@ -218,7 +218,7 @@ class moving {
   power_loss::steps steps_;
 };
 
-// Two units in two hour folders come home.
+// Two units in two hour folders come back.
 moving const& recycling() {
   static moving const two("recycle", [](lab::recorder& writer) {
     EXPECT_EQ(2, writer.recycle(1, fault_support::main_stream, fault_support::always));
@@ -247,17 +247,16 @@ power_loss::steps without(power_loss::steps taken, Predicate const& picked) {
   return taken;
 }
 
-bool syncs_a_folder(step const& each) { return each.what == step::kind::sync_folder; }
-
-bool syncs_preallocate(step const& each) {
-  return syncs_a_folder(each) && each.folder == "preallocate";
+// The steps that sync a folder of that name, "" for the storage folder itself.
+power_loss::steps without_sync_of(power_loss::steps taken, std::string const& folder) {
+  return without(std::move(taken), [&folder](step const& each) {
+    return each.what == step::kind::sync_folder && each.folder == folder;
+  });
 }
 
-bool syncs_the_storage_folder(step const& each) {
-  return syncs_a_folder(each) && each.folder.empty();
+power_loss::steps without(power_loss::steps taken, step::kind what) {
+  return without(std::move(taken), [what](step const& each) { return each.what == what; });
 }
-
-bool syncs_a_unit(step const& each) { return each.what == step::kind::sync_unit; }
 
 // Names removed before any is made.
 power_loss::steps removing_first(power_loss::steps taken) {
@@ -274,35 +273,26 @@ power_loss::steps arriving_first(power_loss::steps taken) {
 }
 
 // A move that does any of these is broken, and the model has to see it.
-TEST(power_loss_model, catches_a_recycling_that_syncs_no_folder) {
-  EXPECT_FALSE(recycling().problems(without(recycling().steps(), syncs_a_folder)).empty());
+TEST(power_loss_model, catches_a_recycling_that_leaves_out_a_sync) {
+  auto const& moved = recycling();
+  EXPECT_FALSE(moved.problems(without(moved.steps(), step::kind::sync_folder)).empty());
+  for (auto const* const where_units_come_to_or_from : {"preallocate", ""}) {
+    auto const taken = without_sync_of(moved.steps(), where_units_come_to_or_from);
+    EXPECT_FALSE(moved.problems(taken).empty()) << where_units_come_to_or_from;
+  }
 }
 
-TEST(power_loss_model, catches_a_recycling_that_does_not_sync_where_units_come_to) {
-  EXPECT_FALSE(recycling().problems(without(recycling().steps(), syncs_preallocate)).empty());
+TEST(power_loss_model, catches_a_recycling_in_the_wrong_order) {
+  auto const& moved = recycling();
+  EXPECT_FALSE(moved.problems(removing_first(moved.steps())).empty());
+  EXPECT_FALSE(moved.problems(arriving_first(moved.steps())).empty());
 }
 
-TEST(power_loss_model, catches_a_recycling_that_does_not_sync_where_units_come_from) {
-  EXPECT_FALSE(
-      recycling().problems(without(recycling().steps(), syncs_the_storage_folder)).empty());
-}
-
-TEST(power_loss_model, catches_a_recycling_that_unlinks_first) {
-  EXPECT_FALSE(recycling().problems(removing_first(recycling().steps())).empty());
-}
-
-TEST(power_loss_model, catches_a_recycling_that_arrives_first) {
-  EXPECT_FALSE(recycling().problems(arriving_first(recycling().steps())).empty());
-}
-
-TEST(power_loss_model, catches_a_recording_that_syncs_no_folder) {
+TEST(power_loss_model, catches_a_recording_that_leaves_out_a_sync) {
   auto const& recorded = recording_units();
-  EXPECT_FALSE(recorded.problems(without(recorded.steps(), syncs_a_folder)).empty());
-}
-
-TEST(power_loss_model, catches_a_recording_that_does_not_sync_its_units) {
-  auto const& recorded = recording_units();
-  EXPECT_FALSE(recorded.problems(without(recorded.steps(), syncs_a_unit)).empty());
+  for (auto const missing : {step::kind::sync_folder, step::kind::sync_unit}) {
+    EXPECT_FALSE(recorded.problems(without(recorded.steps(), missing)).empty());
+  }
 }
 
 // How long a journal is that a power loss can leave; none when there is none.
@@ -330,8 +320,16 @@ class journal_put_back {
   std::uintmax_t whole() const { return whole_; }
 
   // After the last of the steps, and after any of them.
-  journal_lengths lengths_at_the_end(std::vector<points::call> const& steps) const {
-    return lengths_after(steps);
+  journal_lengths lengths_after(std::vector<points::call> const& steps) const {
+    bool nameless = !before_;
+    journal_lengths lengths{before_.value_or(0)};
+    for (auto const each : steps) {
+      if (each == points::call::allocate) lengths.insert({whole_ / 8192 * 4096, whole_});
+      if (each == points::call::sync_file) lengths = {whole_};
+      if (each == points::call::sync_folder) nameless = false;
+    }
+    if (nameless) lengths.insert(journal_length());
+    return lengths;
   }
   journal_lengths all_lengths() const {
     journal_lengths all;
@@ -351,8 +349,8 @@ class journal_put_back {
     auto const before = fault_support::summary_of(start());
     auto problems = fault_support::problems_when_stopped(start(), origin);
     lab::recorder::open(start(), lab::access::read_write);
-    auto const mended = fault_support::problems_when_finished(start(), origin);
-    problems.insert(problems.end(), mended.begin(), mended.end());
+    auto const finished = fault_support::problems_when_finished(start(), origin);
+    problems.insert(problems.end(), finished.begin(), finished.end());
     if (fault_support::summary_of(start()) != before)
       problems.emplace_back("the catalogue has changed");
     if (fs::file_size(journal()) != whole_) problems.emplace_back("the journal is not whole");
@@ -373,18 +371,6 @@ class journal_put_back {
     fs::resize_file(journal(), *wanted);
   }
 
-  journal_lengths lengths_after(std::vector<points::call> const& steps) const {
-    bool nameless = !before_;
-    journal_lengths lengths{before_.value_or(0)};
-    for (auto const each : steps) {
-      if (each == points::call::allocate) lengths.insert({whole_ / 8192 * 4096, whole_});
-      if (each == points::call::sync_file) lengths = {whole_};
-      if (each == points::call::sync_folder) nameless = false;
-    }
-    if (nameless) lengths.insert(journal_length());
-    return lengths;
-  }
-
   support::temporary_folder temporary_{support::medium::memory};
   journal_length before_;
   std::uintmax_t whole_ = 0;
@@ -402,7 +388,7 @@ TEST(power_loss, in_putting_back_the_journal) {
     std::cout << "journal: " << putting.steps().size() << " steps, " << lengths.size()
               << " states, " << problems.size() << " problems\n";
     EXPECT_EQ(strings(), problems);
-    EXPECT_EQ(journal_lengths{putting.whole()}, putting.lengths_at_the_end(putting.steps()));
+    EXPECT_EQ(journal_lengths{putting.whole()}, putting.lengths_after(putting.steps()));
   }
 }
 
@@ -412,7 +398,7 @@ TEST(power_loss_model, catches_a_journal_that_is_not_synced) {
   for (auto const each : {points::call::sync_file, points::call::sync_folder}) {
     auto steps = putting.steps();
     steps.erase(std::remove(steps.begin(), steps.end(), each), steps.end());
-    EXPECT_LT(1U, putting.lengths_at_the_end(steps).size());
+    EXPECT_LT(1U, putting.lengths_after(steps).size());
   }
 }
 
