@@ -34,10 +34,10 @@ sqlite3_int64 size_of(sqlite3_file* file) {
   return size;
 }
 
-int close_file(sqlite3_file* file) { return own(file)->pMethods->xClose(own(file)); }
-
-int read_file(sqlite3_file* file, void* into, int bytes, sqlite3_int64 from) {
-  return own(file)->pMethods->xRead(own(file), into, bytes, from);
+// What changes nothing is done by the file's own method.
+template <auto Method, typename... Arguments>
+int pass_on(sqlite3_file* file, Arguments... arguments) {
+  return (own(file)->pMethods->*Method)(own(file), arguments...);
 }
 
 int write_file(sqlite3_file* file, void const* from, int bytes, sqlite3_int64 at) {
@@ -58,22 +58,6 @@ int sync_file(sqlite3_file* file, int flags) {
   return own(file)->pMethods->xSync(own(file), flags);
 }
 
-int file_size(sqlite3_file* file, sqlite3_int64* size) {
-  return own(file)->pMethods->xFileSize(own(file), size);
-}
-
-int lock_file(sqlite3_file* file, int level) {
-  return own(file)->pMethods->xLock(own(file), level);
-}
-
-int unlock_file(sqlite3_file* file, int level) {
-  return own(file)->pMethods->xUnlock(own(file), level);
-}
-
-int check_reserved_lock(sqlite3_file* file, int* held) {
-  return own(file)->pMethods->xCheckReservedLock(own(file), held);
-}
-
 int control_file(sqlite3_file* file, int operation, void* argument) {
   if (operation == SQLITE_FCNTL_SIZE_HINT) {
     bool const grows = *static_cast<sqlite3_int64*>(argument) > size_of(file);
@@ -84,27 +68,21 @@ int control_file(sqlite3_file* file, int operation, void* argument) {
   return own(file)->pMethods->xFileControl(own(file), operation, argument);
 }
 
-int sector_size(sqlite3_file* file) { return own(file)->pMethods->xSectorSize(own(file)); }
-
-int characteristics(sqlite3_file* file) {
-  return own(file)->pMethods->xDeviceCharacteristics(own(file));
-}
-
 sqlite3_io_methods watched_methods() {
   sqlite3_io_methods methods{};
   methods.iVersion = 1;
-  methods.xClose = close_file;
-  methods.xRead = read_file;
+  methods.xClose = pass_on<&sqlite3_io_methods::xClose>;
+  methods.xRead = pass_on<&sqlite3_io_methods::xRead>;
   methods.xWrite = write_file;
   methods.xTruncate = truncate_file;
   methods.xSync = sync_file;
-  methods.xFileSize = file_size;
-  methods.xLock = lock_file;
-  methods.xUnlock = unlock_file;
-  methods.xCheckReservedLock = check_reserved_lock;
+  methods.xFileSize = pass_on<&sqlite3_io_methods::xFileSize>;
+  methods.xLock = pass_on<&sqlite3_io_methods::xLock>;
+  methods.xUnlock = pass_on<&sqlite3_io_methods::xUnlock>;
+  methods.xCheckReservedLock = pass_on<&sqlite3_io_methods::xCheckReservedLock>;
   methods.xFileControl = control_file;
-  methods.xSectorSize = sector_size;
-  methods.xDeviceCharacteristics = characteristics;
+  methods.xSectorSize = pass_on<&sqlite3_io_methods::xSectorSize>;
+  methods.xDeviceCharacteristics = pass_on<&sqlite3_io_methods::xDeviceCharacteristics>;
   return methods;
 }
 

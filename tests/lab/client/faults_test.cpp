@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "client_test.h"
+#include "program.h"
 #include "storage/service.h"
 #include "storage/system_utility.h"
 #include "storage/text.h"
@@ -52,27 +53,14 @@ TEST(fault_plan, of_two_faults_for_a_call_the_first_holds) {
 }
 
 TEST(fault_plan, refuses_a_text_that_is_none) {
-  for (char const* const text : {";",
-                                 "CFSTier::init",
-                                 "CFSTier::init=",
-                                 "=fail",
-                                 "CFSTier::init=fails",
-                                 "CFSTier::init=fail;",
-                                 "CFSTier::init=fail;;velt_popen=fail",
-                                 " CFSTier::init=fail",
-                                 "CFSTier::init=null",
-                                 "CFSTier::init=odd",
-                                 "velt_popen=null",
-                                 "IStorageSetting::get_space_list=null",
-                                 "nstrcpy=fail",
-                                 "cfstier::init=fail",
-                                 "CFSTier::init=fail@",
-                                 "CFSTier::init=fail@0",
-                                 "CFSTier::init=fail@-1",
-                                 "CFSTier::init=fail@1x",
-                                 "CFSTier::init=fail@+",
-                                 "CFSTier::init=fail@1++",
-                                 "CFSTier::init=fail@18446744073709551616"}) {
+  support::words texts(
+      "; CFSTier::init CFSTier::init= =fail CFSTier::init=fails CFSTier::init=fail; "
+      "CFSTier::init=fail;;velt_popen=fail CFSTier::init=null CFSTier::init=odd "
+      "velt_popen=null IStorageSetting::get_space_list=null nstrcpy=fail cfstier::init=fail "
+      "CFSTier::init=fail@ CFSTier::init=fail@0 CFSTier::init=fail@-1 CFSTier::init=fail@1x "
+      "CFSTier::init=fail@+ CFSTier::init=fail@1++ CFSTier::init=fail@18446744073709551616");
+  texts.emplace_back(" CFSTier::init=fail");
+  for (auto const& text : texts) {
     EXPECT_THROW(fault_plan{text}, lab::error) << text;
   }
 }

@@ -26,32 +26,35 @@ std::string rest_of(std::FILE* stream) {
   return text;
 }
 
+// The output of a program and how it ended.
+using ran = std::pair<std::string, int>;
+
+template <typename... Words>
+ran run(Words... words) {
+  std::FILE* const stream = velt_popen("r", words..., end);
+  if (stream == nullptr) return {"no stream", -1};
+  std::string const text = rest_of(stream);
+  return {text, velt_pclose(stream)};
+}
+
 std::size_t open_descriptors() { return client::files_in("/proc/self/fd"); }
 
 TEST_F(programs, the_output_is_read_and_the_status_handed_back) {
-  std::FILE* const stream = velt_popen("r", "/bin/sh", "-c", "echo one; exit 3", end);
-  ASSERT_NE(nullptr, stream);
-  EXPECT_EQ("one\n", rest_of(stream));
-  int const status = velt_pclose(stream);
+  auto const [output, status] = run("/bin/sh", "-c", "echo one; exit 3");
+  EXPECT_EQ("one\n", output);
   ASSERT_TRUE(WIFEXITED(status));
   EXPECT_EQ(3, WEXITSTATUS(status));
 }
 
 TEST_F(programs, arguments_reach_the_program_as_they_are) {
-  std::FILE* const stream =
-      velt_popen("r", "/usr/bin/printf", "%s|", "$HOME", "a b", "*", ";id", "`id`", "", "'", end);
-  ASSERT_NE(nullptr, stream);
-  EXPECT_EQ("$HOME|a b|*|;id|`id`||'|", rest_of(stream));
-  EXPECT_EQ(0, velt_pclose(stream));
+  EXPECT_EQ(ran("$HOME|a b|*|;id|`id`||'|", 0),
+            run("/usr/bin/printf", "%s|", "$HOME", "a b", "*", ";id", "`id`", "", "'"));
 }
 
 TEST_F(programs, the_environment_is_passed_on) {
   ::setenv("BENCH_WORD", "seen", 1);
-  std::FILE* const stream = velt_popen("r", "/bin/sh", "-c", "echo $BENCH_WORD", end);
+  EXPECT_EQ(ran("seen\n", 0), run("/bin/sh", "-c", "echo $BENCH_WORD"));
   ::unsetenv("BENCH_WORD");
-  ASSERT_NE(nullptr, stream);
-  EXPECT_EQ("seen\n", rest_of(stream));
-  EXPECT_EQ(0, velt_pclose(stream));
 }
 
 TEST_F(programs, several_are_open_at_once_and_each_close_waits_for_its_own) {
@@ -69,13 +72,8 @@ TEST_F(programs, several_are_open_at_once_and_each_close_waits_for_its_own) {
 }
 
 TEST_F(programs, a_program_does_not_hold_another_ones_pipe) {
-  auto const inherited = [] {
-    std::FILE* const stream = velt_popen("r", "/bin/ls", "/proc/self/fd", end);
-    std::string text = rest_of(stream);
-    velt_pclose(stream);
-    return text;
-  };
-  std::string const alone = inherited();
+  auto const inherited = [] { return run("/bin/ls", "/proc/self/fd"); };
+  ran const alone = inherited();
   std::FILE* const other = velt_popen("r", "/bin/cat", "/dev/null", end);
   EXPECT_EQ(alone, inherited());
   EXPECT_EQ(0, velt_pclose(other));
@@ -126,13 +124,10 @@ TEST_F(programs, standard_output_may_be_closed) {
   std::fflush(stdout);
   int const kept = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 10);
   ::close(STDOUT_FILENO);
-  std::FILE* const stream = velt_popen("r", "/bin/echo", "heard", end);
-  std::string const heard = stream == nullptr ? "no stream" : rest_of(stream);
-  int const status = velt_pclose(stream);
+  ran const heard = run("/bin/echo", "heard");
   ::dup2(kept, STDOUT_FILENO);
   ::close(kept);
-  EXPECT_EQ("heard\n", heard);
-  EXPECT_EQ(0, status);
+  EXPECT_EQ(ran("heard\n", 0), heard);
 }
 
 class copying : public client_test {
