@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <regex>
 #include <set>
+#include <tuple>
 
 #include "commands/commands.h"
 #include "lab/recorder/recorder.h"
@@ -56,79 +57,63 @@ void PrintTo(failure const& which, std::ostream* out) {
   *out << which.command.front() << " with " << which.faults;
 }
 
-// A failure line as the source has it, without its line end, and as it comes out
-// of each of these commands with these faults of the service (see
-// lab/client/faults.h).
+// A failure line as it comes out of each of these commands with these faults of
+// the service (see lab/client/faults.h).
 struct failing_print {
-  std::string format;
   std::string line;
   std::vector<std::pair<words, std::string>> brought_about_by;
+  std::string format = line;  // as the source has it, without its line end
 };
 
 std::vector<failing_print> const& failing_prints() {
   static std::vector<failing_print> const all{
       {"Query storage settings faiure.",
-       "Query storage settings faiure.",
        {{"spacelist", "CKivStorage::create_storage_setting=fail"},
         {"autoclean", "CKivStorage::create_storage_setting=null"}}},
-      {"no space [%s] info",
-       "no space [Storage1] info",
+      {"no space [Storage1] info",
        {{"vollist Storage1", "IStorageSetting::get_space_list=fail"},
-        {"spaceinfo Storage1", "IStorageSetting::get_space_list=fail"}}},
-      {"no find volume at space [%s]",
-       "no find volume at space [Storage1]",
-       {{"vollist Storage1", "IStorageSetting::get_volume_list=fail"}}},
-      {"Cannot fine volume [%s]",
-       "Cannot fine volume [vol1]",
+        {"spaceinfo Storage1", "IStorageSetting::get_space_list=fail"}},
+       "no space [%s] info"},
+      {"no find volume at space [Storage1]",
+       {{"vollist Storage1", "IStorageSetting::get_volume_list=fail"}},
+       "no find volume at space [%s]"},
+      {"Cannot fine volume [vol1]",
        {{"volset vol1 0 1", "IStorageSetting::get_volume_list=fail"},
-        {"volchn vol1", "IStorageSetting::get_volume_list=fail"}}},
-      {"NO channel using volume [%s]",
-       "NO channel using volume [vol1]",
+        {"volchn vol1", "IStorageSetting::get_volume_list=fail"}},
+       "Cannot fine volume [%s]"},
+      {"NO channel using volume [vol1]",
        {{"volchn vol1", "CKivStorageDaemon::create_plug_play_service=fail"},
         {"volchn vol1", "CKivStorageDaemon::create_plug_play_service=null"},
-        {"volchn vol1", "IPlugPlayService::get_volume_channels=fail"}}},
+        {"volchn vol1", "IPlugPlayService::get_volume_channels=fail"}},
+       "NO channel using volume [%s]"},
       {"No space or channel found.",
-       "No space or channel found.",
        {{"volclean -1", "IStorageSetting::get_space_list=fail"},
         {"volclean -1", "IStorageSetting::get_channel_list=fail"}}},
-      {"\\t[%s S%02d] %s",
-       "\t[NR S00] Can not find time period.",
-       {{"volclean 0", "IFrameChannelSession::get_time_period_list=fail"}}},
-      {"Initial Tier to process failure.",
-       "Initial Tier to process failure.",
-       {{"volclean 0", "CFSTier::init=fail"}}},
-      {"no volume found",
-       "no volume found",
-       {{"autoclean", "IStorageSetting::get_volume_list=fail"}}},
-      {"Volume [%s] path does not exist",
-       "Volume [/mnt/volume] path does not exist",
-       {{"autoclean", "IStorageSetting::get_volume_list=odd;CFSUnit::init=fail"}}},
-      {"Can not get preallocate remain size info.",
-       "Can not get preallocate remain size info.",
-       {{"autoclean", "velt_popen=fail"}}},
-      {"No channel settings found.",
-       "No channel settings found.",
-       {{"autoclean", "IStorageSetting::get_channel_list=fail"}}},
-      {"Initial Unit to process failure.",
-       "Initial Unit to process failure.",
-       {{"autoclean", "CFSUnit::init=fail"}}},
-      {"No channel found.",
-       "No channel found.",
-       {{"nullid -1", "IStorageSetting::get_channel_list=fail"}}},
-      {"ch%.2d [%s S%.2d] retrieve time period fail",
-       "ch01 [NR S01] retrieve time period fail",
+      {"\t[NR S00] Can not find time period.",
+       {{"volclean 0", "IFrameChannelSession::get_time_period_list=fail"}},
+       "\\t[%s S%02d] %s"},
+      {"Initial Tier to process failure.", {{"volclean 0", "CFSTier::init=fail"}}},
+      {"no volume found", {{"autoclean", "IStorageSetting::get_volume_list=fail"}}},
+      {"Volume [/mnt/volume] path does not exist",
+       {{"autoclean", "IStorageSetting::get_volume_list=odd;CFSUnit::init=fail"}},
+       "Volume [%s] path does not exist"},
+      {"Can not get preallocate remain size info.", {{"autoclean", "velt_popen=fail"}}},
+      {"No channel settings found.", {{"autoclean", "IStorageSetting::get_channel_list=fail"}}},
+      {"Initial Unit to process failure.", {{"autoclean", "CFSUnit::init=fail"}}},
+      {"No channel found.", {{"nullid -1", "IStorageSetting::get_channel_list=fail"}}},
+      {"ch01 [NR S01] retrieve time period fail",
        {{"nullid 0", "IFrameChannelSession::get_time_period_list=fail"},
         {"nullid 0", "CKivChannel::create_channel_session=fail"},
-        {"nullid -1", "CKivChannel::create_channel_session=null"}}},
-      {"ch%.2d [%s S%.2d] retrieve time period fail",
-       "ch01 [AR S04] retrieve time period fail",
-       {{"nullid 0", "IFrameChannelSession::get_time_period_list=fail@8"}}},
-      {"Error TTimeLineInfo call create_channel_configuration ret=%d",
-       "Error TTimeLineInfo call create_channel_configuration ret=-1",
+        {"nullid -1", "CKivChannel::create_channel_session=null"}},
+       "ch%.2d [%s S%.2d] retrieve time period fail"},
+      {"ch01 [AR S04] retrieve time period fail",
+       {{"nullid 0", "IFrameChannelSession::get_time_period_list=fail@8"}},
+       "ch%.2d [%s S%.2d] retrieve time period fail"},
+      {"Error TTimeLineInfo call create_channel_configuration ret=-1",
        {{"spaceinfo Storage1", "CKivStorage::create_channel_configuration=fail"},
-        {"spaceinfo Storage1", "CKivStorage::create_channel_configuration=odd"}}},
+        {"spaceinfo Storage1", "CKivStorage::create_channel_configuration=odd"}},
+       "Error TTimeLineInfo call create_channel_configuration ret=%d"},
       {"storage_channel.create_channel_session fail!!",
-       "storage_channel.create_channel_session fail!!",
        {{"spaceinfo Storage1", "CKivStorage::create_channel_configuration=null"}}},
   };
   return all;
@@ -163,25 +148,19 @@ TEST_F(failing, an_absent_recorder) {
             "Query storage settings faiure.\n");
 }
 
-TEST_F(failing, a_fault_that_does_not_exist_keeps_st_from_doing_anything) {
-  auto const result = run_st("volclean -1", {{"STLAB_SERVICE_FAULT", "CFSTier::init=fails"}});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, "Query storage settings faiure.\n");
-  EXPECT_EQ(result.errors,
-            "lab client library: STLAB_SERVICE_FAULT: \"CFSTier::init=fails\": there is no such "
-            "fault of this operation\n");
-  EXPECT_EQ(account().lost, 2);
-}
-
-TEST_F(failing, a_lock_timeout_that_is_none_keeps_st_from_doing_anything) {
-  auto const result = run_st("volclean -1", {{"STLAB_LOCK_TIMEOUT_MS", "5s"}});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, "Query storage settings faiure.\n");
-  EXPECT_EQ(
-      result.errors,
-      "lab client library: STLAB_LOCK_TIMEOUT_MS: \"5s\": not a whole number of milliseconds from "
-      "0 to 3600000\n");
-  EXPECT_EQ(account().lost, 2);
+TEST_F(failing, a_variable_that_cannot_be_read_keeps_st_from_doing_anything) {
+  for (auto const& [name, value, complaint] :
+       {std::tuple("STLAB_SERVICE_FAULT", "CFSTier::init=fails",
+                   "there is no such fault of this operation"),
+        std::tuple("STLAB_LOCK_TIMEOUT_MS", "5s",
+                   "not a whole number of milliseconds from 0 to 3600000")}) {
+    auto const result = run_st("volclean -1", {{name, value}});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "Query storage settings faiure.\n");
+    EXPECT_EQ(result.errors, std::string("lab client library: ") + name + ": \"" + value +
+                                 "\": " + complaint + "\n");
+    EXPECT_EQ(account().lost, 2);
+  }
 }
 
 TEST_F(failing, names_that_nobody_has) {
@@ -231,12 +210,12 @@ TEST_F(failing, a_configuration_that_comes_with_a_failure_is_not_destroyed) {
   std::string const output =
       st("spaceinfo Storage1", "CKivStorage::create_channel_configuration=odd",
          {{"STLAB_TRACE", folder / "trace"}});
-  std::string const last = "Error TTimeLineInfo call create_channel_configuration ret=-1\n";
-  ASSERT_GT(output.size(), last.size());
-  EXPECT_EQ(output.substr(output.size() - last.size()), last);
+  EXPECT_TRUE(
+      support::ends_with(output, "Error TTimeLineInfo call create_channel_configuration ret=-1\n"))
+      << output;
   std::string const trace = support::content_of(folder / "trace");
-  EXPECT_NE(trace.find(R"({"result":-1,"obtained":true})"), std::string::npos) << trace;
-  EXPECT_EQ(trace.find("destroy_channel_configuration"), std::string::npos) << trace;
+  EXPECT_TRUE(support::holds(trace, R"({"result":-1,"obtained":true})")) << trace;
+  EXPECT_FALSE(support::holds(trace, "destroy_channel_configuration")) << trace;
 }
 
 TEST_F(failing, a_routine_that_no_command_reaches) {
@@ -254,9 +233,9 @@ TEST_F(failing, a_routine_that_no_command_reaches) {
   std::string const output = testing::internal::GetCapturedStdout();
   ::unsetenv("STLAB_SERVICE_FAULT");
   ::unsetenv("STLAB_RECORDER");
-  std::string const last = "storage.cgi storage_channel.create_channel_session fail!!";
-  ASSERT_GT(output.size(), last.size());
-  EXPECT_EQ(output.substr(output.size() - last.size()), last);
+  EXPECT_TRUE(
+      support::ends_with(output, "storage.cgi storage_channel.create_channel_session fail!!"))
+      << output;
 }
 
 // Results that depend on what the service answers, and no failure: nothing is
@@ -305,9 +284,7 @@ TEST(failure_lines, none_in_the_sources_is_left_out) {
       std::string format = (*match)[1];
       ++found;
       if (results.count(format) != 0) continue;
-      if (format.size() > 2 && format.substr(format.size() - 2) == "\\n") {
-        format.resize(format.size() - 2);
-      }
+      if (support::ends_with(format, "\\n")) format.resize(format.size() - 2);
       EXPECT_EQ(tested.count(format), 1U) << entry.path() << " prints " << format;
     }
   }
