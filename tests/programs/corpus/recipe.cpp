@@ -6,17 +6,14 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "program.h"
-
 namespace corpus {
 
 namespace {
 
 void read_line(recipe& into, std::string const& line) {
-  std::istringstream stream(line);
-  std::string keyword;
-  stream >> keyword;
-  words const rest{std::istream_iterator<std::string>(stream), {}};
+  std::size_t const end = std::min(line.find(' '), line.size());
+  std::string const keyword = line.substr(0, end);
+  words const rest(line.substr(end));
   if (keyword == "class") {
     into.classes.insert(rest.begin(), rest.end());
   } else if (keyword == "make") {

@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "program.h"
+
 namespace corpus {
 
-using words = std::vector<std::string>;
+using support::words;
 
 struct recipe {
   std::filesystem::path file;

@@ -28,20 +28,12 @@ std::set<std::string> classes_in(std::string const& check) {
   return found;
 }
 
-std::string joined(words const& all) {
-  std::string text;
-  for (std::string const& word : all) text += " " + word;
-  return text;
-}
-
 class corpus_recipe : public support::program_test, public testing::WithParamInterface<recipe> {
  protected:
   corpus_recipe() { hold_clock("2026-11-21 07:30:00"); }
 
   outcome on_recorder(std::string const& command, words const& options) const {
-    words all{STLAB_PROGRAM, command, "recorder"};
-    all.insert(all.end(), options.begin(), options.end());
-    return run_here(all);
+    return run_here(words{STLAB_PROGRAM, command, "recorder"} + options);
   }
 
   // What the catalogue's journal was used for is never twice the same, only that
@@ -71,13 +63,14 @@ class corpus_recipe : public support::program_test, public testing::WithParamInt
 
   outcome tell_stlab(std::string const& command, words const& options = {}) {
     outcome result = on_recorder(command, options);
-    tell("stlab " + command + " recorder" + joined(options), result);
+    tell(text_of(words{"stlab", command, "recorder"} + options), result);
     return result;
   }
 
   void tell_damage() {
     for (std::size_t each = 0; each < damage_.size(); ++each) {
-      tell("stlab damage recorder" + joined(GetParam().damages[each]), {0, damage_[each], ""});
+      tell(text_of(words{"stlab damage recorder"} + GetParam().damages[each]),
+           {0, damage_[each], ""});
     }
   }
 
@@ -90,9 +83,7 @@ class corpus_recipe : public support::program_test, public testing::WithParamInt
 
   void tell_st() {
     for (words const& each : GetParam().commands) {
-      words all{ST_PROGRAM};
-      all.insert(all.end(), each.begin(), each.end());
-      tell("st" + joined(each), run_here(all));
+      tell(text_of(words{"st"} + each), run_here(words{ST_PROGRAM} + each));
     }
   }
 
@@ -141,9 +132,7 @@ TEST_P(corpus_recipe, is_found_told_and_repaired) {
   make_and_damage();
   ASSERT_EQ(but_for_what_is_journaled(picture_now()), damage) << "damage is the same every time";
   bool const lasts = !GetParam().lasting().empty();
-  words repair{"--repair"};
-  repair.insert(repair.end(), GetParam().repair.begin(), GetParam().repair.end());
-  EXPECT_EQ(tell_stlab("check", repair).status, lasts ? 1 : 0);
+  EXPECT_EQ(tell_stlab("check", words{"--repair"} + GetParam().repair).status, lasts ? 1 : 0);
   outcome const second = tell_stlab("check");
   EXPECT_EQ(second.status, lasts ? 1 : 0);
   EXPECT_EQ(classes_in(second.output), GetParam().lasting());
