@@ -10,6 +10,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char journal_magic[] = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+constexpr std::uint32_t sector = 512;
+constexpr std::uint32_t nonce = 7;
 
 std::vector<std::string> const files{"catalogue.db", "catalogue.db", "catalogue.db-journal"};
 
@@ -71,19 +73,13 @@ std::string other_file(lying_recorder& in, chooser& choose) {
 // A journal that undoes what never was, which names another file as the one
 // that it belongs to: who undoes it would remove that file.
 std::string hot_journal(lying_recorder& in, chooser& choose) {
-  constexpr std::uint32_t page_size = 4096;
-  constexpr std::uint32_t sector = 512;
-  constexpr std::uint32_t lock_page = 0x40000000U / page_size + 1;
   auto const catalogue = bytes_of(in.recorder() / "catalogue.db");
   auto const pages = static_cast<std::uint32_t>(catalogue.size() / page_size);
   std::vector<std::uint32_t> const counts{0, 1, 2, 0xffffffffU, 0x7fffffffU};
   std::vector<std::uint32_t> const sizes{pages, pages, 0, 1, 0x7fffffffU};
-  std::uint32_t const nonce = 7;
   auto const count = choose.of(counts);
   auto const size = choose.of(sizes);
-  std::string journal = std::string(journal_magic, 8) + big_endian(count) + big_endian(nonce) +
-                        big_endian(size) + big_endian(sector) + big_endian(page_size);
-  journal.resize(sector, '\0');
+  std::string journal = journal_head(count, size);
   for (std::uint32_t each = 0; each < std::min<std::uint32_t>(count, 2) && pages > 0; ++each) {
     auto const number = static_cast<std::uint32_t>(choose.below(pages)) + 1;
     auto page = catalogue.substr((number - 1) * std::size_t{page_size}, page_size);
@@ -96,13 +92,7 @@ std::string hot_journal(lying_recorder& in, chooser& choose) {
   }
   auto const owner = choose.of({"", (in.victim() / "passwd").string(),
                                 (in.victim() / "recorder/catalogue.db").string(), "victim/passwd"});
-  if (!owner.empty()) {
-    std::uint32_t sum = 0;
-    for (char const each : owner) sum += static_cast<unsigned char>(each);
-    journal += big_endian(lock_page) + owner +
-               big_endian(static_cast<std::uint32_t>(owner.size())) + big_endian(sum) +
-               std::string(journal_magic, 8);
-  }
+  if (!owner.empty()) journal += journal_owner(owner);
   support::write_file(in.recorder() / "catalogue.db-journal", journal);
   return "bytes: a journal of " + std::to_string(count) + " pages, size " + std::to_string(size) +
          ", which belongs to " + shown(owner);
@@ -125,6 +115,21 @@ std::string log_beside(lying_recorder& in, chooser& choose) {
 }
 
 }  // namespace
+
+std::string journal_head(std::uint32_t count, std::uint32_t pages) {
+  std::string head = std::string(journal_magic, 8) + big_endian(count) + big_endian(nonce) +
+                     big_endian(pages) + big_endian(sector) + big_endian(page_size);
+  head.resize(sector, '\0');
+  return head;
+}
+
+std::string journal_owner(std::string const& owner) {
+  std::uint32_t sum = 0;
+  for (char const each : owner) sum += static_cast<unsigned char>(each);
+  return big_endian(0x40000000U / page_size + 1) + owner +
+         big_endian(static_cast<std::uint32_t>(owner.size())) + big_endian(sum) +
+         std::string(journal_magic, 8);
+}
 
 std::vector<edit> const& byte_edits() {
   static std::vector<edit> const all{flips,      flips,       truncation,  appendix,

@@ -63,8 +63,9 @@ std::string rows(std::string const& table, chooser& choose) {
   return choose.one_in(3) ? "" : one_row(table, choose);
 }
 
-std::string perform(lying_recorder const& in, std::string const& sql, std::string const& what) {
+std::string perform(lying_recorder const& in, std::string const& sql, std::string what = {}) {
   auto const failure = in.tamper(sql);
+  if (what.empty()) what = sql;
   return "catalogue: " + what + (failure.empty() ? "" : " (refused: " + failure + ")");
 }
 
@@ -75,8 +76,7 @@ std::string one_absurd_number(chooser& choose) {
 }
 
 std::string absurd_number(lying_recorder& in, chooser& choose) {
-  auto const sql = one_absurd_number(choose);
-  return perform(in, sql, sql);
+  return perform(in, one_absurd_number(choose));
 }
 
 // Several at once: products and sums of them.
@@ -85,7 +85,7 @@ std::string absurd_numbers_everywhere(lying_recorder& in, chooser& choose) {
   for (std::size_t count = 2 + choose.below(6); count > 0; --count) {
     sql += one_absurd_number(choose) + ";";
   }
-  return perform(in, sql, sql);
+  return perform(in, sql);
 }
 
 std::string text_in_place(lying_recorder& in, chooser& choose) {
@@ -131,25 +131,19 @@ std::string unit_on_its_way(lying_recorder& in, chooser& choose) {
 
 // Free units, leaking ones and held ones.
 std::string units_by_path(lying_recorder& in, chooser& choose) {
-  std::vector<std::string> const conditions{"state = 'free'", "state = 'recorded'",
-                                            "period_id IS NULL AND state = 'recorded'", "1"};
-  std::vector<std::string> const prefixes{"../../../../../victim/tree/",
-                                          in.victim().string() + "/tree/",
-                                          "../../../../../victim/tree/new-",
-                                          "../",
-                                          "./",
-                                          "x/"};
-  auto const where = choose.of(conditions);
-  auto const prefix = choose.of(prefixes);
+  auto const where = choose.of(
+      {"state = 'free'", "state = 'recorded'", "period_id IS NULL AND state = 'recorded'", "1"});
+  auto const prefix = choose.of({"../../../../../victim/tree/", in.victim().string() + "/tree/",
+                                 "../../../../../victim/tree/new-", "../", "./", "x/"});
   auto const sql = "UPDATE OR IGNORE unit SET name = " + quoted(prefix) + " || name WHERE " + where;
   return perform(in, sql, "units by path: " + prefix + " where " + where);
 }
 
 std::string state_anywhere(lying_recorder& in, chooser& choose) {
-  std::vector<std::string> const states{"free", "recording", "recorded", "recycling",
-                                        "bad",  "",          "Free",     "nothing"};
-  auto const sql = "UPDATE unit SET state = '" + choose.of(states) + "'" + rows("unit", choose);
-  return perform(in, sql, sql);
+  auto const which = rows("unit", choose);
+  auto const state =
+      choose.of({"free", "recording", "recorded", "recycling", "bad", "", "Free", "nothing"});
+  return perform(in, "UPDATE unit SET state = '" + state + "'" + which);
 }
 
 std::string endless_period(lying_recorder& in, chooser& choose) {
@@ -176,10 +170,9 @@ std::string endless_period(lying_recorder& in, chooser& choose) {
 }
 
 std::string all_periods_endless(lying_recorder& in, chooser& choose) {
-  std::string const sql = choose.one_in(2)
-                              ? "UPDATE period SET start_ms = 0, end_ms = 9223372036854775807"
-                              : "UPDATE period SET start_ms = -9223372036854775807 - 1";
-  return perform(in, sql, sql);
+  return perform(in, choose.one_in(2)
+                         ? "UPDATE period SET start_ms = 0, end_ms = 9223372036854775807"
+                         : "UPDATE period SET start_ms = -9223372036854775807 - 1");
 }
 
 std::string trigger(lying_recorder& in, chooser& choose) {
@@ -199,9 +192,8 @@ std::string trigger(lying_recorder& in, chooser& choose) {
       "SELECT load_extension('/nonexistent');",
       "SELECT zeroblob(1000000000);",
   });
-  auto const sql = "CREATE TRIGGER hostile" + std::to_string(choose.below(1000)) + " BEFORE " +
-                   event + " ON " + table + " BEGIN " + body + " END";
-  return perform(in, sql, sql);
+  return perform(in, "CREATE TRIGGER hostile" + std::to_string(choose.below(1000)) + " BEFORE " +
+                         event + " ON " + table + " BEGIN " + body + " END");
 }
 
 std::string view_for_table(lying_recorder& in, chooser& choose) {
@@ -254,7 +246,7 @@ std::string schema_text(lying_recorder& in, chooser& choose) {
       "INSERT INTO recorder VALUES (2, 1, 1, 1)",
       "UPDATE recorder SET id = 7",
   });
-  return perform(in, sql, sql);
+  return perform(in, sql);
 }
 
 // The type of a column is held by the table's text only: without STRICT,
@@ -298,7 +290,7 @@ std::string many_rows(lying_recorder& in, chooser& choose) {
   std::string const last = body.find("INTO unit") == std::string::npos ? "110" : "400";
   auto const sql = "WITH RECURSIVE n(i) AS (SELECT 100 UNION ALL SELECT i + 1 FROM n WHERE i < " +
                    last + ") " + body;
-  return perform(in, sql, sql);
+  return perform(in, sql);
 }
 
 }  // namespace

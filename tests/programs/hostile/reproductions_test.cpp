@@ -3,9 +3,11 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <memory>
 
+#include "edit_kinds.h"
 #include "lying_recorder.h"
 
 namespace {
@@ -54,6 +56,20 @@ class reproduction : public testing::Test {
     return result;
   }
 
+  // Gives a unit of the first volume another name.
+  void name_unit(std::string const& name, std::string const& condition,
+                 std::string const& also = {}) const {
+    tamper("UPDATE unit SET name = '" + name + "'" + also +
+           " WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND " + condition + " LIMIT 1)");
+  }
+
+  // Puts a second name of somebody else's file in the place of the recorder's.
+  void put_second_name(fs::path const& path, char const* of) {
+    fs::remove(path);
+    fs::create_hard_link(place.victim() / of, path);
+    place.remember();
+  }
+
   // Up to the first that fails: what it did would be told of all others.
   void run_everything() const {
     for (words const& each : most_st_words) {
@@ -74,6 +90,17 @@ class reproduction : public testing::Test {
   hostile::lying_recorder place{*base()};
 };
 
+class by_words : public reproduction, public testing::WithParamInterface<words> {};
+
+// The words as a name.
+std::string name_of(testing::TestParamInfo<words> const& info) {
+  std::string name = text_of(info.param);
+  for (char& each : name) {
+    if (std::isalnum(static_cast<unsigned char>(each)) == 0) each = '_';
+  }
+  return name;
+}
+
 // What the others rest on: a copy of the recorder is as sound as it was.
 TEST_F(reproduction, is_made_of_a_sound_recorder) {
   auto const listed = st("vollist Storage1").output;
@@ -87,56 +114,47 @@ TEST_F(reproduction, is_made_of_a_sound_recorder) {
 
 std::string const outside = "../../../../../victim/";
 
-class name_of_a_unit_on_its_way : public reproduction, public testing::WithParamInterface<words> {};
+using name_of_a_unit_on_its_way = by_words;
+char const held[] = "channel_id IS NOT NULL";
+char const free_one[] = "state = 'free'";
+char const on_its_way[] = ", state = 'recycling', period_id = NULL";
 
 TEST_P(name_of_a_unit_on_its_way, takes_no_file_outside) {
-  tamper("UPDATE unit SET state = 'recycling', period_id = NULL, name = '" + outside +
-         "passwd' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND channel_id IS NOT NULL "
-         "LIMIT 1)");
+  name_unit(outside + "passwd", held, on_its_way);
   st(GetParam());
 }
 
 TEST_P(name_of_a_unit_on_its_way, takes_no_file_by_its_whole_path) {
-  tamper("UPDATE unit SET state = 'recycling', period_id = NULL, name = '" +
-         (place.victim() / "passwd").string() +
-         "' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND channel_id IS NOT NULL LIMIT "
-         "1)");
+  name_unit(place.victim() / "passwd", held, on_its_way);
   st(GetParam());
 }
 
-std::string first_word(testing::TestParamInfo<words> const& info) { return info.param.front(); }
-
 INSTANTIATE_TEST_SUITE_P(by_word, name_of_a_unit_on_its_way, testing::ValuesIn(every_st_word),
-                         first_word);
+                         name_of);
 
 TEST_F(reproduction, a_free_unit_outside_is_not_recorded_into) {
-  tamper("UPDATE unit SET name = '" + outside +
-         "big' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND state = 'free' LIMIT 1)");
+  name_unit(outside + "big", free_one);
   stlab("record --channel 0 --stream 2 --units 4");
   // What was begun is brought home, or so the catalogue says.
   st("spacelist");
 }
 
 TEST_F(reproduction, a_free_unit_of_a_whole_path_is_not_recorded_into) {
-  tamper("UPDATE unit SET name = '" + (place.victim() / "big").string() +
-         "' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND state = 'free' LIMIT 1)");
+  name_unit(place.victim() / "big", free_one);
   stlab("record --channel 0 --stream 2 --units 4");
   // What was begun is brought home, or so the catalogue says.
   st("spacelist");
 }
 
 TEST_F(reproduction, repair_makes_no_file_outside) {
-  tamper("UPDATE unit SET name = '" + outside +
-         "new' WHERE id = (SELECT id FROM unit WHERE volume_id = 1 AND state = 'free' LIMIT 1)");
+  name_unit(outside + "new", free_one);
   stlab("check --repair");
   tamper("UPDATE unit SET state = 'bad' WHERE name LIKE '%new'");
   stlab("check --repair");
 }
 
 TEST_F(reproduction, retention_takes_no_file_outside) {
-  tamper("UPDATE unit SET name = '" + outside +
-         "passwd' WHERE id = (SELECT id FROM unit WHERE period_id IS NOT NULL AND volume_id = 1 "
-         "ORDER BY hour_ms LIMIT 1)");
+  name_unit(outside + "passwd", "period_id IS NOT NULL ORDER BY hour_ms");
   stlab("expire --days 0");
   st("volclean -1");
 }
@@ -161,22 +179,14 @@ TEST_F(reproduction, a_storage_id_is_no_path) {
 
 // Links in the place of folders.
 
-enum class linked { share_entry, storage, preallocate };
-
-// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest looks for this name.
-void PrintTo(linked which, std::ostream* out) {
-  constexpr char const* names[] = {"share_entry", "storage", "preallocate"};
-  *out << names[static_cast<int>(which)];
-}
-
-class volume_by_link : public reproduction, public testing::WithParamInterface<linked> {
+class volume_by_link : public by_words {
  protected:
   // To the same folder of the recorder beside, which agrees in all.
   void SetUp() override {
     auto const storage = place.storage("vol1");
-    std::map<linked, fs::path> const paths{{linked::share_entry, place.recorder() / "share/vol1"},
-                                           {linked::storage, storage},
-                                           {linked::preallocate, storage / "preallocate"}};
+    std::map<words, fs::path> const paths{{"share entry", place.recorder() / "share/vol1"},
+                                          {"storage", storage},
+                                          {"preallocate", storage / "preallocate"}};
     auto const& path = paths.at(GetParam());
     fs::remove_all(path);
     fs::create_directory_symlink(
@@ -213,8 +223,7 @@ TEST_P(volume_by_link, takes_no_recording) {
 TEST_P(volume_by_link, is_left_alone_by_everything) { run_everything(); }
 
 INSTANTIATE_TEST_SUITE_P(by_folder, volume_by_link,
-                         testing::Values(linked::share_entry, linked::storage, linked::preallocate),
-                         testing::PrintToStringParamName());
+                         testing::Values("share entry", "storage", "preallocate"), name_of);
 
 // Absurd numbers.
 
@@ -228,11 +237,11 @@ TEST_F(reproduction, a_period_of_all_time_is_no_work_without_end) {
   run_everything();
 }
 
-class absurd_number : public reproduction, public testing::WithParamInterface<char const*> {};
+using absurd_number = by_words;
 
 // Under the sanitizers, a sum or product beyond 64 bits ends a program.
 TEST_P(absurd_number, overflows_nothing) {
-  std::string const number = GetParam();
+  std::string const number = GetParam().front();
   for (std::string const column :
        {"recorder SET unit_mb", "period SET start_ms", "period SET end_ms", "unit SET hour_ms",
         "channel SET number", "unit SET recording_type", "period SET recording_type",
@@ -254,77 +263,44 @@ TEST_P(absurd_number, overflows_nothing) {
   }
 }
 
-std::string number_name(testing::TestParamInfo<char const*> const& info) {
-  std::string name = info.param;
-  for (char& each : name) {
-    if (each == '-') each = 'm';
-  }
-  return name;
-}
-
 INSTANTIATE_TEST_SUITE_P(by_number, absurd_number,
                          testing::Values("9007199254740992", "4611686018427387904",
                                          "9223372036854775807", "-9223372036854775807"),
-                         number_name);
+                         name_of);
 
 // What is no file in the place of one.
 
-enum class kind { pipe, folder, device, link };
-
-struct odd_file {
-  char const* name;
-  kind is;
-};
-
-// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest looks for this name.
-void PrintTo(odd_file const& which, std::ostream* out) {
-  constexpr char const* kinds[] = {"pipe", "folder", "device", "link"};
-  std::string name = which.name;
-  std::replace_if(
-      name.begin(), name.end(), [](char each) { return each == '.' || each == '-' || each == '/'; },
-      '_');
-  *out << name << '_' << kinds[static_cast<int>(which.is)];
-}
-
-class file_of_another_kind : public reproduction, public testing::WithParamInterface<odd_file> {
+class file_of_another_kind : public by_words {
  protected:
+  // In the place of the first word what the second one says.
   void put(fs::path const& path) const {
     fs::remove_all(path);
-    switch (GetParam().is) {
-      case kind::pipe:
-        ASSERT_EQ(::mkfifo(path.c_str(), 0666), 0);
-        break;
-      case kind::folder:
-        fs::create_directory(path);
-        break;
-      case kind::device:
-        fs::create_symlink("/dev/zero", path);
-        break;
-      case kind::link:
-        fs::create_symlink(place.victim() / "database", path);
-        break;
+    std::string const& kind = GetParam().back();
+    if (kind == "pipe") {
+      ASSERT_EQ(::mkfifo(path.c_str(), 0666), 0);
+    } else if (kind == "folder") {
+      fs::create_directory(path);
+    } else {
+      fs::create_symlink(kind == "device" ? fs::path("/dev/zero") : place.victim() / "database",
+                         path);
     }
   }
 };
 
 TEST_P(file_of_another_kind, makes_nobody_wait) {
-  auto const path = place.recorder() / GetParam().name;
+  auto const path = place.recorder() / GetParam().front();
   put(path);
-  if (std::string(GetParam().name) == "trace") place.extra["STLAB_TRACE"] = path;
+  if (GetParam().front() == "trace") place.extra["STLAB_TRACE"] = path;
   run_everything();
 }
 
 INSTANTIATE_TEST_SUITE_P(by_name, file_of_another_kind,
-                         testing::Values(odd_file{"catalogue.db", kind::pipe},
-                                         odd_file{"catalogue.db", kind::link},
-                                         odd_file{"catalogue.db-journal", kind::pipe},
-                                         odd_file{"catalogue.db-journal", kind::folder},
-                                         odd_file{"catalogue.db-journal", kind::device},
-                                         odd_file{"catalogue.db-journal", kind::link},
-                                         odd_file{"catalogue.db-wal", kind::pipe},
-                                         odd_file{"trace", kind::pipe},
-                                         odd_file{"share/vol1/identity", kind::pipe}),
-                         testing::PrintToStringParamName());
+                         testing::Values("catalogue.db pipe", "catalogue.db link",
+                                         "catalogue.db-journal pipe", "catalogue.db-journal folder",
+                                         "catalogue.db-journal device", "catalogue.db-journal link",
+                                         "catalogue.db-wal pipe", "trace pipe",
+                                         "share/vol1/identity pipe"),
+                         name_of);
 
 // A catalogue that says it keeps a log: its files are opened too then.
 TEST_F(reproduction, a_pipe_for_the_log_of_a_catalogue_makes_nobody_wait) {
@@ -337,50 +313,26 @@ TEST_F(reproduction, a_pipe_for_the_log_of_a_catalogue_makes_nobody_wait) {
 
 // A second name of somebody else's file would change with it.
 TEST_F(reproduction, a_journal_that_is_another_file_too_is_not_written) {
-  auto const journal = place.recorder() / "catalogue.db-journal";
-  fs::remove(journal);
-  fs::create_hard_link(place.victim() / "database", journal);
-  place.remember();
+  put_second_name(place.recorder() / "catalogue.db-journal", "database");
   run_everything();
 }
 
 TEST_F(reproduction, a_catalogue_that_is_another_file_too_is_not_written) {
-  auto const catalogue = place.recorder() / "catalogue.db";
-  fs::remove(catalogue);
-  fs::create_hard_link(place.victim() / "database", catalogue);
-  place.remember();
+  put_second_name(place.recorder() / "catalogue.db", "database");
   run_everything();
 }
 
 TEST_F(reproduction, a_unit_that_is_another_file_too_is_not_recorded_into) {
-  for (auto const& entry : fs::directory_iterator(place.preallocate("vol1"))) {
-    auto const& unit = entry.path();
-    fs::remove(unit);
-    fs::create_hard_link(place.victim() / "big", unit);
-    break;
-  }
-  place.remember();
+  put_second_name(fs::directory_iterator(place.preallocate("vol1"))->path(), "big");
   stlab("record --channel 0 --stream 2 --units 4");
 }
 
 // A journal can name another one, which is removed with it.
 TEST_F(reproduction, a_journal_takes_no_file_outside_with_it) {
-  constexpr std::size_t page_size = 4096;
-  std::string const magic = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
-  auto const big_endian = [](std::size_t number) {
-    std::string bytes;
-    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(number >> shift);
-    return bytes;
-  };
-  auto const pages = fs::file_size(place.recorder() / "catalogue.db") / page_size;
-  std::string journal = magic + big_endian(0) + big_endian(7) + big_endian(pages) +
-                        big_endian(512) + big_endian(page_size);
-  journal.resize(512, '\0');
-  std::string const owner = place.victim() / "passwd";
-  std::size_t sum = 0;
-  for (char const each : owner) sum += static_cast<unsigned char>(each);
-  journal += big_endian(0x40000000U / page_size + 1) + owner + big_endian(owner.size()) +
-             big_endian(sum) + magic;
+  auto const catalogue = fs::file_size(place.recorder() / "catalogue.db");
+  auto const pages = static_cast<std::uint32_t>(catalogue / hostile::page_size);
+  auto const journal =
+      hostile::journal_head(0, pages) + hostile::journal_owner(place.victim() / "passwd");
   for (words const& each : most_st_words) {
     support::write_file(place.recorder() / "catalogue.db-journal", journal);
     st(each);
@@ -476,42 +428,45 @@ TEST_F(volume_away, takes_a_setting) {
 
 // What a stopped make can leave, whichever part of it.
 
-class left_by_a_make : public testing::TestWithParam<words> {};
-
-TEST_P(left_by_a_make, is_told_from_a_strangers_folder) {
-  hostile::recorder_template const base;
-  hostile::lying_recorder const place(base);
-  auto const folder = place.folder() / "rec";
-  fs::create_directory(folder);
-  for (std::string const& name : GetParam()) {
-    if (name == "share") {
-      fs::create_directory(folder / name);
-    } else {
-      support::write_file(folder / name, "");
+class left_by_a_make : public by_words {
+ protected:
+  // Of a make into a folder with these, of which share is a folder.
+  std::string errors_of_make(words const& names) const {
+    auto const folder = place.folder() / "rec";
+    fs::create_directory(folder);
+    for (std::string const& name : names) {
+      if (name == "share") {
+        fs::create_directory(folder / name);
+      } else {
+        support::write_file(folder / name, "");
+      }
     }
+    auto const result = support::run({STLAB_PROGRAM, "make", folder}, {}, place.folder());
+    EXPECT_NE(result.status, 0);
+    for (std::string const& name : names) EXPECT_TRUE(fs::exists(folder / name)) << name;
+    return result.errors;
   }
-  auto const result = support::run({STLAB_PROGRAM, "make", folder}, {}, place.folder());
-  EXPECT_NE(result.status, 0);
-  EXPECT_TRUE(holds(result.errors, "it looks as a stopped make leaves it")) << result.errors;
-  for (std::string const& name : GetParam()) EXPECT_TRUE(fs::exists(folder / name)) << name;
+};
+
+TEST_P(left_by_a_make, is_told_from_a_folder_of_somebody_else) {
+  auto const errors = errors_of_make(GetParam());
+  EXPECT_TRUE(holds(errors, "it looks as a stopped make leaves it")) << errors;
 }
 
 INSTANTIATE_TEST_SUITE_P(by_remains, left_by_a_make,
-                         testing::Values(words("catalogue.new-journal"), words("catalogue.new"),
-                                         words("share"),
-                                         words("catalogue.new catalogue.new-journal"),
-                                         words("catalogue.new catalogue.db-journal share")));
+                         testing::Values("catalogue.new-journal", "catalogue.new", "share",
+                                         "catalogue.new catalogue.new-journal",
+                                         "catalogue.new catalogue.db-journal share"),
+                         name_of);
 
-TEST(left_by_nobody, is_a_strangers_folder) {
-  hostile::recorder_template const base;
-  hostile::lying_recorder const place(base);
-  auto const folder = place.folder() / "rec";
-  fs::create_directory(folder);
-  support::write_file(folder / "letter", "");
-  support::write_file(folder / "catalogue.new", "");
-  auto const result = support::run({STLAB_PROGRAM, "make", folder}, {}, place.folder());
-  EXPECT_NE(result.status, 0);
-  EXPECT_FALSE(holds(result.errors, "stopped make")) << result.errors;
+using not_left_by_a_make = left_by_a_make;
+
+TEST_P(not_left_by_a_make, is_a_folder_of_somebody_else) {
+  auto const errors = errors_of_make(GetParam());
+  EXPECT_FALSE(holds(errors, "stopped make")) << errors;
 }
+
+INSTANTIATE_TEST_SUITE_P(by_remains, not_left_by_a_make, testing::Values("letter catalogue.new"),
+                         name_of);
 
 }  // namespace
