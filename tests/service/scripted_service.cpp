@@ -11,6 +11,9 @@ namespace scripted {
 
 namespace {
 
+std::string shown(std::int64_t number) { return std::to_string(number); }
+std::string shown(std::string const& as_it_is) { return as_it_is; }
+
 std::string text(std::string_view field) {
   std::string shown(field.substr(0, field.find('\0')));
   for (char& character : shown) {
@@ -70,6 +73,14 @@ std::string shown(volume_share_info const& query) {
   return numbers + texts;
 }
 
+// The arguments of a call, as its line has them.
+template <typename... Argument>
+std::string joined(Argument const&... each) {
+  std::string all;
+  ((all += (all.empty() ? "" : ", ") + shown(each)), ...);
+  return all;
+}
+
 template <typename Record>
 std::string fresh(std::list<Record> const& list) {
   return list.empty() ? "" : " already filled";
@@ -110,9 +121,19 @@ int answer_list(std::string const& operation, std::string const& arguments,
   return result_of(found);
 }
 
+template <typename Record, typename Hook, typename... Asked>
+int replace_list(std::string const& object, std::string const& operation,
+                 std::string const& arguments, std::list<Record>& list, Hook const& hook,
+                 Asked const&... asked) {
+  tell_list(list);
+  fault const* const found = enter(object, operation, arguments);
+  if (answers(found)) list = hook ? hook(asked...) : std::list<Record>{};
+  return result_of(found);
+}
+
 int answer_size(std::string const& operation, std::string const& arguments,
                 channel_sid const& channel, int recording_type, std::int64_t* size) {
-  fault const* const found = enter("setting", operation, arguments + ", " + std::to_string(*size));
+  fault const* const found = enter("setting", operation, joined(arguments, *size));
   if (answers(found) && lines().recording_size) {
     *size = lines().recording_size(channel, recording_type);
   }
@@ -121,22 +142,19 @@ int answer_size(std::string const& operation, std::string const& arguments,
 
 struct storage_setting final : IStorageSetting {
   int set_volume_info(kivsid const& volume, volume_body const& body) override {
-    fault const* const found =
-        enter("setting", "set_volume_info", shown(volume) + ", " + shown(body));
+    fault const* const found = enter("setting", "set_volume_info", joined(volume, body));
     if (answers(found) && lines().write_volume) lines().write_volume(volume, body);
     return result_of(found);
   }
 
   int get_volume_info(kivsid const& volume, volume_body& body) override {
-    fault const* const found =
-        enter("setting", "get_volume_info", shown(volume) + ", " + shown(body));
-    if (!answers(found)) return result_of(found);
-    if (lines().read_volume) {
+    fault const* const found = enter("setting", "get_volume_info", joined(volume, body));
+    if (answers(found) && lines().read_volume) {
       lines().read_volume(volume, body);
-      return result_of(found);
-    }
-    for (volume_info const& each : lines().volumes) {
-      if (shown(each.sid) == shown(volume)) body = each.body;
+    } else if (answers(found)) {
+      for (volume_info const& each : lines().volumes) {
+        if (shown(each.sid) == shown(volume)) body = each.body;
+      }
     }
     return result_of(found);
   }
@@ -151,14 +169,13 @@ struct storage_setting final : IStorageSetting {
 
   int get_channel_total_recording_size(kivsid const& space, channel_sid const& channel,
                                        std::int64_t* size) override {
-    return answer_size("get_channel_total_recording_size", shown(space) + ", " + shown(channel),
-                       channel, 0, size);
+    return answer_size("get_channel_total_recording_size", joined(space, channel), channel, 0,
+                       size);
   }
 
   int get_channel_recording_size(kivsid const& space, channel_sid const& channel,
                                  int recording_type, std::int64_t* size) override {
-    return answer_size("get_channel_recording_size",
-                       shown(space) + ", " + shown(channel) + ", " + std::to_string(recording_type),
+    return answer_size("get_channel_recording_size", joined(space, channel, recording_type),
                        channel, recording_type, size);
   }
 
@@ -183,52 +200,31 @@ struct storage_setting final : IStorageSetting {
 struct plug_play final : IPlugPlayService {
   int get_volume_channels(volume_share_info const& query, char const* first_id,
                           char const* second_id, std::list<std::uint32_t>& channels) override {
-    tell_list(channels);
-    fault const* const found = enter("plug_play_service", "get_volume_channels",
-                                     shown(query) + ", " + first_id + ", " + second_id);
-    if (answers(found)) {
-      channels =
-          lines().volume_channels ? lines().volume_channels(query) : std::list<std::uint32_t>{};
-    }
-    return result_of(found);
+    return replace_list("plug_play_service", "get_volume_channels",
+                        joined(query, first_id, second_id), channels, lines().volume_channels,
+                        query);
   }
 };
 
 int answer_days(std::string const& object, channel_sid const& channel, int recording_type,
                 int selector, std::list<storage_id_text> const& storage_ids, day_list* days) {
-  std::string ids;
-  for (storage_id_text const& id : storage_ids) ids += text({id.text, sizeof id.text}) + ", ";
+  std::string arguments = joined(recording_type, selector);
+  for (storage_id_text const& id : storage_ids) arguments += ", " + text({id.text, sizeof id.text});
   bool const empty = days->count == 0 && days->days == nullptr;
   fault const* const found =
-      enter(object, "get_recording_days",
-            std::to_string(recording_type) + ", " + std::to_string(selector) + ", " + ids +
-                (empty ? "no days" : "days"));
+      enter(object, "get_recording_days", arguments + (empty ? ", no days" : ", days"));
   if (answers(found) && lines().days) lines().days(channel, recording_type, days);
   return result_of(found);
 }
 
-struct session final : IFrameChannelSession {
-  explicit session(channel_sid const& of)
-      : channel(of), name("session#" + std::to_string(log().number("session"))) {}
-
-  int get_time_period_list(int recording_type, int stream, std::int64_t start, std::int64_t end,
-                           std::list<time_period>& periods, int first, int second,
-                           int third) override {
-    std::string const arguments = std::to_string(recording_type) + ", " + std::to_string(stream) +
-                                  ", " + std::to_string(start) + ", " + std::to_string(end) + ", " +
-                                  std::to_string(first) + ", " + std::to_string(second) + ", " +
-                                  std::to_string(third);
-    tell_list(periods);
-    fault const* const found = enter(name, "get_time_period_list", arguments);
-    if (answers(found)) {
-      periods = lines().periods ? lines().periods(channel, recording_type, stream)
-                                : std::list<time_period>{};
-    }
-    return result_of(found);
-  }
+// What is handed out for one channel.
+template <typename Interface>
+struct of_channel : Interface {
+  of_channel(std::string const& kind, channel_sid const& of)
+      : channel(of), name(kind + "#" + std::to_string(log().number(kind))) {}
 
   int get_recording_days(int recording_type, int selector, std::list<storage_id_text> storage_ids,
-                         day_list* days) override {
+                         day_list* days) final {
     return answer_days(name, channel, recording_type, selector, storage_ids, days);
   }
 
@@ -236,17 +232,20 @@ struct session final : IFrameChannelSession {
   std::string name;
 };
 
-struct configuration final : IChannelStorageConfiguration {
-  explicit configuration(channel_sid const& of)
-      : channel(of), name("configuration#" + std::to_string(log().number("configuration"))) {}
+struct session final : of_channel<IFrameChannelSession> {
+  explicit session(channel_sid const& of) : of_channel("session", of) {}
 
-  int get_recording_days(int recording_type, int selector, std::list<storage_id_text> storage_ids,
-                         day_list* days) override {
-    return answer_days(name, channel, recording_type, selector, storage_ids, days);
+  int get_time_period_list(int recording_type, int stream, std::int64_t start, std::int64_t end,
+                           std::list<time_period>& periods, int first, int second,
+                           int third) override {
+    return replace_list(name, "get_time_period_list",
+                        joined(recording_type, stream, start, end, first, second, third), periods,
+                        lines().periods, channel, recording_type, stream);
   }
+};
 
-  channel_sid channel;
-  std::string name;
+struct configuration final : of_channel<IChannelStorageConfiguration> {
+  explicit configuration(channel_sid const& of) : of_channel("configuration", of) {}
 };
 
 std::string shown(void const* pointer, std::string const& name) {
@@ -293,7 +292,7 @@ int hand_out_own(std::string const& object, std::string const& what, channel_sid
                  Interface** taker) {
   auto own = std::make_unique<Object>(channel);
   fault const* const found =
-      enter(object, "create_" + what, shown(channel) + ", " + shown(*taker, "filled"), own->name);
+      enter(object, "create_" + what, joined(channel, shown(*taker, "filled")), own->name);
   if (answers(found)) *taker = own.release();
   return result_of(found);
 }
@@ -307,12 +306,15 @@ int take_back_own(std::string const& object, std::string const& what, std::strin
   return result_of(enter(object, "destroy_" + what, argument + (own ? own->name : "null")));
 }
 
+// The operations of a space's or volume's file storage.
+int prepare(std::string const& object, kivsid const& id) {
+  return result_of(enter(object, "init", shown(id)));
+}
 int recycle(std::string const& object, stream_info const& stream, std::int64_t start,
             std::int64_t end, int option) {
-  return result_of(enter(object, "recycle_stream_data",
-                         shown(stream) + ", " + std::to_string(start) + ", " + std::to_string(end) +
-                             ", " + std::to_string(option)));
+  return result_of(enter(object, "recycle_stream_data", joined(stream, start, end, option)));
 }
+int leave(std::string const& object) { return result_of(enter(object, "uninit", "")); }
 
 }  // namespace
 
@@ -388,38 +390,29 @@ int CKivChannel::destroy_channel_session(IFrameChannelSession** session) {
 CFSTier::CFSTier() { construct("CFSTier", room_); }
 CFSTier::~CFSTier() { destruct("CFSTier", room_); }
 
-int CFSTier::init(kivsid const& space) {
-  return scripted::result_of(
-      scripted::enter(named("CFSTier", room_), "init", scripted::shown(space)));
-}
+int CFSTier::init(kivsid const& space) { return scripted::prepare(named("CFSTier", room_), space); }
 int CFSTier::recycle_stream_data(stream_info const& stream, std::int64_t start, std::int64_t end,
                                  int option) {
   return scripted::recycle(named("CFSTier", room_), stream, start, end, option);
 }
-int CFSTier::uninit() {
-  return scripted::result_of(scripted::enter(named("CFSTier", room_), "uninit", ""));
-}
+int CFSTier::uninit() { return scripted::leave(named("CFSTier", room_)); }
 
 CFSUnit::CFSUnit() { construct("CFSUnit", room_); }
 CFSUnit::~CFSUnit() { destruct("CFSUnit", room_); }
 
 int CFSUnit::init(kivsid const& volume) {
-  return scripted::result_of(
-      scripted::enter(named("CFSUnit", room_), "init", scripted::shown(volume)));
+  return scripted::prepare(named("CFSUnit", room_), volume);
 }
 int CFSUnit::recycle_stream_data(stream_info const& stream, std::int64_t start, std::int64_t end,
                                  int option) {
   return scripted::recycle(named("CFSUnit", room_), stream, start, end, option);
 }
-int CFSUnit::uninit() {
-  return scripted::result_of(scripted::enter(named("CFSUnit", room_), "uninit", ""));
-}
+int CFSUnit::uninit() { return scripted::leave(named("CFSUnit", room_)); }
 
 void make_hour_folder_full_path(char* path, char const* storage_folder, stream_info stream,
                                 long long time) {
-  log().enter("make_hour_folder_full_path", std::string("make_hour_folder_full_path(") +
-                                                storage_folder + ", " + scripted::shown(stream) +
-                                                ", " + std::to_string(time) + ")");
+  log().enter("make_hour_folder_full_path",
+              "make_hour_folder_full_path(" + scripted::joined(storage_folder, stream, time) + ")");
   auto const& hook = log().script().hour_folder;
   std::string const folder =
       hook ? hook(storage_folder, stream, time) : std::string(storage_folder) + "/hour";
