@@ -164,28 +164,23 @@ TEST_F(autoclean, makes_its_calls_in_order) {
   stlab("leak --hours 2");
   st("autoclean", {{"STLAB_TRACE", folder / "trace"}});
 
-  std::vector<std::string> expected{"CKivStorage::CKivStorage",
-                                    "CKivStorageDaemon::CKivStorageDaemon",
-                                    "nstrcpy",
-                                    "CKivStorage::create_storage_setting",
-                                    "IStorageSetting::get_volume_list",
-                                    "velt_popen",
-                                    "velt_pclose",
-                                    "IStorageSetting::get_channel_list"};
-  std::vector<std::string> const lookup{
-      "CKivChannel::CKivChannel", "CKivChannel::create_channel_session",
-      "IFrameChannelSession::get_time_period_list", "CKivChannel::destroy_channel_session",
-      "CKivChannel::~CKivChannel"};
-  std::vector<std::string> const recycling{"CFSUnit::CFSUnit", "CFSUnit::init",
-                                           "CFSUnit::recycle_stream_data", "CFSUnit::uninit",
-                                           "CFSUnit::~CFSUnit"};
+  words expected(
+      "CKivStorage::CKivStorage CKivStorageDaemon::CKivStorageDaemon nstrcpy "
+      "CKivStorage::create_storage_setting IStorageSetting::get_volume_list velt_popen velt_pclose "
+      "IStorageSetting::get_channel_list");
   for (int stream = 0; stream < 10; ++stream) {
-    expected.insert(expected.end(), lookup.begin(), lookup.end());
-    if (stream == 0) expected.insert(expected.end(), recycling.begin(), recycling.end());
+    expected +=
+        "CKivChannel::CKivChannel CKivChannel::create_channel_session "
+        "IFrameChannelSession::get_time_period_list CKivChannel::destroy_channel_session "
+        "CKivChannel::~CKivChannel";
+    if (stream != 0) continue;
+    expected +=
+        "CFSUnit::CFSUnit CFSUnit::init CFSUnit::recycle_stream_data CFSUnit::uninit "
+        "CFSUnit::~CFSUnit";
   }
-  expected.insert(expected.end(),
-                  {"CKivStorage::destroy_storage_setting", "CKivStorageDaemon::~CKivStorageDaemon",
-                   "CKivStorage::~CKivStorage"});
+  expected +=
+      "CKivStorage::destroy_storage_setting CKivStorageDaemon::~CKivStorageDaemon "
+      "CKivStorage::~CKivStorage";
   EXPECT_EQ(operations(content_of(folder / "trace")), expected);
 }
 

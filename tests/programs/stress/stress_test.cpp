@@ -21,8 +21,8 @@ constexpr int killed_status = 128 + 9;
 constexpr int too_late_status = 124;
 
 bool is_guarded(fs::path const& unit) {
-  return unit.parent_path().filename().string().find("_NR_S02_") != std::string::npos &&
-         std::regex_search(unit.parent_path().filename().string(), std::regex("^ch0[34]"));
+  static std::regex const guarded("ch0[34]_NR_S02_.*");
+  return std::regex_match(unit.parent_path().filename().string(), guarded);
 }
 
 // The findings that a check may have.
@@ -176,15 +176,9 @@ std::vector<lab::volume_account> stress_test::accounts() const {
   return result;
 }
 
-std::int64_t stress_test::lost() const {
+std::int64_t stress_test::sum_of(std::int64_t lab::volume_account::*part) const {
   std::int64_t sum = 0;
-  for (auto const& account : accounts()) sum += account.lost;
-  return sum;
-}
-
-std::int64_t stress_test::moving() const {
-  std::int64_t sum = 0;
-  for (auto const& account : accounts()) sum += account.moving;
+  for (auto const& account : accounts()) sum += account.*part;
   return sum;
 }
 
