@@ -83,6 +83,16 @@ void check_integrity(database const& catalogue, findings& found) {
   }
 }
 
+bool is_sound(database const& catalogue) {
+  findings damage;
+  try {
+    check_integrity(catalogue, damage);
+  } catch (database_error const&) {
+    return false;
+  }
+  return damage.empty();
+}
+
 void check_periods(database const& catalogue, findings& found) {
   check_periods_without_units(catalogue, found);
   check_periods_of_other_storages(catalogue, found);

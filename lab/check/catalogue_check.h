@@ -11,6 +11,9 @@ namespace lab {
 // Adds a finding for everything that makes the file no sound database.
 void check_integrity(database const& catalogue, findings& found);
 
+// Whether there is nothing of that kind, and it can be read to its end.
+bool is_sound(database const& catalogue);
+
 // Adds a finding for every period that contradicts its units or lacks its storage
 // id.
 void check_periods(database const& catalogue, findings& found);

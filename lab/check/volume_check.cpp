@@ -31,7 +31,8 @@ class volume_check {
 
   void run() {
     if (!volume_.is_read()) {
-      add(is_away(volume_.how) ? finding_class::not_mounted : finding_class::unreadable, volume_.problem);
+      add(is_away(volume_.how) ? finding_class::not_mounted : finding_class::unreadable,
+          volume_.problem);
       return;
     }
     if (!scan_.has_preallocate) add(finding_class::missing, "preallocate is missing");

@@ -24,7 +24,7 @@ std::vector<named_period> periods_of(database const& catalogue, std::string cons
   return found;
 }
 
-// Where a leak of the stream lies in its hours, that may be its own.
+// Where a recorded unit of the stream lies in its hours, that may be its own.
 std::vector<named_period> periods_without_units(database const& catalogue) {
   return periods_of(catalogue,
                     "WHERE NOT EXISTS (SELECT 1 FROM unit u WHERE u.period_id = p.id)"
@@ -32,7 +32,7 @@ std::vector<named_period> periods_without_units(database const& catalogue) {
                     "    SELECT 1 FROM unit u"
                     "      WHERE u.channel_id = p.channel_id"
                     "        AND u.recording_type = p.recording_type AND u.stream = p.stream"
-                    "        AND u.state = 'recorded' AND u.period_id IS NULL"
+                    "        AND u.state = 'recorded'"
                     "        AND u.hour_ms < p.end_ms AND u.hour_ms + 3600000 > p.start_ms)");
 }
 
@@ -60,6 +60,7 @@ void give_ids(repair_work const& work) {
 
 bool give_up(repair_work const& work, std::vector<scanned_volume> const& volumes,
              findings const& found) {
+  if (work.report.sets_aside) return false;
   if (std::any_of(found.begin(), found.end(), may_hide_a_recording)) return false;
   transaction all(work.catalogue, transaction_kind::writing);
   std::vector<std::string> given_up;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <limits>
-#include <optional>
+#include <set>
 
 #include "lab/catalogue/journal.h"
 #include "lab/check/catalogue_check.h"
@@ -18,40 +18,37 @@ namespace {
 // that contradicts itself has no end of them.
 constexpr int most_rounds = 20;
 
-struct held_volume {
-  volume_place place;
-  std::optional<volume_lock> lock;  // none when nothing is done on it
-};
-
-std::vector<held_volume> hold_all(recorder::state const& state, repair_work const& work) {
-  std::vector<held_volume> held;
+// The ids of the volumes on which something can be done. Their locks are held until
+// the recorder is closed.
+std::set<std::int64_t> hold_all(recorder& which, repair_work const& work) {
+  auto const& state = which.inside();
+  std::set<std::int64_t> usable;
   for (auto const& place : places_of(state.catalogue, state.folder)) {
-    held.push_back({place, std::nullopt});
     if (mount_of(place) != mount::present) continue;
-    held.back().lock.emplace(place, volume_lock::kind::exclusive, state.lock_timeout);
+    which.hold(place.id, state.lock_timeout);
+    if (finish_moves(work, place)) usable.insert(place.id);
   }
-  for (auto& each : held) {
-    if (each.lock && !finish_moves(work, each.place)) each.lock.reset();
-  }
-  return held;
+  return usable;
 }
 
-std::vector<scanned_volume> scan_all(database const& catalogue,
-                                     std::vector<held_volume> const& held) {
+std::vector<scanned_volume> scan_all(recorder::state const& state,
+                                     std::set<std::int64_t> const& usable) {
   std::vector<scanned_volume> scanned;
-  for (auto const& [place, lock] : held) {
-    scanned.push_back(lock ? scan_volume(catalogue, place, std::nullopt)
-                           : scanned_volume{place, mount_of(place), "nothing is done on it", {}});
+  for (auto const& place : places_of(state.catalogue, state.folder)) {
+    scanned.push_back(usable.count(place.id) > 0
+                          ? scan_volume(state.catalogue, place, std::nullopt)
+                          : scanned_volume{place, mount_of(place), "nothing is done on it", {}});
   }
   return scanned;
 }
 
 // One scan for each stage that changed something, and one that finds no more to do,
 // whose findings these are.
-findings repair_in_rounds(recorder::state& state, repair_work const& work, lost_recordings what) {
-  auto const held = hold_all(state, work);
+findings repair_in_rounds(recorder& which, repair_work const& work, lost_recordings what) {
+  auto const& state = which.inside();
+  auto const usable = hold_all(which, work);
   for (int round = 1;; ++round) {
-    auto const volumes = scan_all(state.catalogue, held);
+    auto const volumes = scan_all(state, usable);
     auto found = findings_in(state, volumes);
     bool const changed = put_in_place(work, volumes) || fill_up(work, volumes) ||
                          (what == lost_recordings::give_up && give_up(work, volumes, found));
@@ -62,15 +59,23 @@ findings repair_in_rounds(recorder::state& state, repair_work const& work, lost_
 bool is_in_order(volume_place const& place, findings const& found) {
   return std::none_of(found.begin(), found.end(), [&](finding const& each) {
     return each.place == "volume " + place.folder_name &&
-           (each.what == finding_class::missing || may_hide_a_recording(each));
+           (each.what == finding_class::missing || each.what == finding_class::too_long ||
+            may_hide_a_recording(each));
   });
 }
 
+// Streams with leaks on the volume. Where a period is known in the hour of one, that
+// may be its own, whatever storage id it has.
 std::vector<stream> leaked_streams(database const& catalogue, std::int64_t volume_id) {
   statement query(catalogue,
-                  "SELECT channel_id, recording_type, stream FROM unit"
-                  "  WHERE volume_id = ? AND state = 'recorded' AND period_id IS NULL"
-                  "  GROUP BY channel_id, recording_type, stream ORDER BY min(id)");
+                  "SELECT u.channel_id, u.recording_type, u.stream FROM unit u"
+                  "  WHERE u.volume_id = ? AND u.state = 'recorded' AND u.period_id IS NULL"
+                  "  GROUP BY u.channel_id, u.recording_type, u.stream"
+                  "  HAVING NOT max(EXISTS ("
+                  "    SELECT 1 FROM period p WHERE p.channel_id = u.channel_id"
+                  "        AND p.recording_type = u.recording_type AND p.stream = u.stream"
+                  "        AND p.start_ms < u.hour_ms + 3600000 AND p.end_ms > u.hour_ms))"
+                  "  ORDER BY min(u.id)");
   query.with(volume_id);
   std::vector<stream> found;
   while (query.next()) found.push_back({query.integer(0), query.integer32(1), query.integer32(2)});
@@ -96,20 +101,9 @@ void recycle_leaks(recorder& which, repair_work const& work, findings const& fou
   }
 }
 
-bool is_sound(database const& catalogue) {
-  findings damage;
-  try {
-    check_integrity(catalogue, damage);
-  } catch (database_error const&) {
-    return false;
-  }
-  return damage.empty();
-}
-
 }  // namespace
 
-// The catalogue is opened for writing without finishing moves first, so that
-// this, too, is told.
+// No move is finished when the catalogue is opened, so that this, too, is told.
 repair_report repair(std::filesystem::path const& folder, lost_recordings what) {
   auto opened = recorder::open(folder, access::read_only);
   auto& state = opened.inside();
@@ -124,7 +118,7 @@ repair_report repair(std::filesystem::path const& folder, lost_recordings what) 
   if (!is_sound(state.catalogue)) return report;
   repair_work const work{state.catalogue, state.unit_mb * megabyte, report};
   try {
-    auto const found = repair_in_rounds(state, work, what);
+    auto const found = repair_in_rounds(opened, work, what);
     give_ids(work);
     recycle_leaks(opened, work, found);
   } catch (error const& problem) {

@@ -2,10 +2,10 @@
 // lab/check/check.md. What no rule settles is left.
 //
 // No file's content is removed and nothing is done on a volume that is not mounted.
-// All mounted volumes are locked exclusively until nothing but leaks is left to do.
-// Repair can be stopped at any point and repeated. To give up is to say that what is
-// missing is lost for good: it is done only when no file is out of place or unknown
-// any more, and every volume is mounted and read.
+// All mounted volumes are locked exclusively throughout. Repair can be stopped at any
+// point and repeated. To give up is to say that what is missing is lost for good: it is
+// done only when nothing was set aside, no file is out of place or unknown any more, and
+// every volume is mounted and read.
 #pragma once
 
 #include <filesystem>
@@ -20,6 +20,7 @@ enum class lost_recordings { keep, give_up };
 struct repair_report {
   std::vector<std::string> repaired;  // "volume vol1: unit unit000001 is back in preallocate"
   std::set<std::string> failed;       // what was tried in vain, and why
+  bool sets_aside = false;            // something into lost+found
 };
 
 // Repairs what check() finds. What fails on one volume does not keep the others from

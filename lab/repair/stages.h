@@ -21,8 +21,12 @@ struct repair_work {
   std::int64_t unit_bytes;
   repair_report& report;
 
-  void repaired(volume_place const& where, std::string const& text) const;
-  void failed(volume_place const& where, std::string const& text) const;
+  void repaired(volume_place const& where, std::string const& text) const {
+    report.repaired.push_back("volume " + where.folder_name + ": " + text);
+  }
+  void failed(volume_place const& where, std::string const& text) const {
+    report.failed.insert("volume " + where.folder_name + ": " + text);
+  }
 };
 
 // Runs an operation on one volume, which gives whether it changed something. What
@@ -40,12 +44,13 @@ bool attempt(repair_work const& work, volume_place const& where, Operation const
 bool finish_moves(repair_work const& work, volume_place const& place);
 
 // Moves what is out of its place to where it belongs or into lost+found, and removes
-// empty folders of no hour. True when something was changed, so that scans are out of
+// empty folders of no hour. What bears a unit's name stays while a volume is not read:
+// it may be of that one. True when something was changed, so that scans are out of
 // date.
 bool put_in_place(repair_work const& work, std::vector<scanned_volume> const& volumes);
 
 // Gives free and bad units without a file a new one, and short files their blocks.
-// True when something was changed.
+// True when files came or went.
 bool fill_up(repair_work const& work, std::vector<scanned_volume> const& volumes);
 
 // Gives each period without a storage id the one of the volume that holds all its

@@ -29,6 +29,7 @@ bool move_durably(folder const& from, folder const& to, std::string const& name)
 
 bool set_aside(repair_work const& work, volume_place const& place, std::string const& folder_path,
                std::string const& name) {
+  work.report.sets_aside = true;
   folder const volume = open_volume(place);
   folder const from = volume.below(folder_path);
   folder const lost = made_folder(volume, lost_folder);
@@ -47,9 +48,11 @@ std::string path_of(volume_place const& place, std::string const& folder_name) {
   return storage_name(place) + "/" + folder_name;
 }
 
-bool begins_as_recording(folder const& in, std::string const& name, std::string const& hour) {
-  auto const head = recording_head(hour, name);
-  return beginning_of(in, name, head.size()) == head;
+// Of a free unit's file only one in which nothing was ever recorded is one.
+bool is_file_of(unit_row const& unit, folder const& in) {
+  bool const is_free = unit.state == unit_state::free;
+  auto const head = is_free ? std::string(1, '\0') : recording_head(unit.folder_name, unit.name);
+  return beginning_of(in, unit.name, head.size()) == head;
 }
 
 bool move_to_place(repair_work const& work, displaced_file const& file) {
@@ -57,9 +60,7 @@ bool move_to_place(repair_work const& work, displaced_file const& file) {
   auto const& owner = file.owner->place;
   if (!file.is_only_one) return false;
   folder const from(open_storage(file.in->place), file.folder_name);
-  bool const is_recorded = unit.state == unit_state::recorded;
-  auto const& hour = is_recorded ? unit.folder_name : file.folder_name;
-  if (begins_as_recording(from, unit.name, hour) != is_recorded) return false;
+  if (!is_file_of(unit, from)) return false;
   folder const to = made_folder(open_storage(owner), unit.folder_name);
   if (!move_durably(from, to, unit.name)) throw error("unit " + unit.name + ": its place is taken");
   auto const origin =
@@ -116,7 +117,7 @@ bool fit(repair_work const& work, volume_place const& place, unit_row const& uni
   work.repaired(place, "unit " + unit.name + " in " + file.folder_name +
                            " has all its blocks again, it was " + std::to_string(file.size) +
                            " bytes long");
-  return true;
+  return false;
 }
 
 bool fill_up(repair_work const& work, scanned_volume const& volume, unit_row const& unit) {
@@ -132,14 +133,6 @@ bool fill_up(repair_work const& work, scanned_volume const& volume, unit_row con
 }
 
 }  // namespace
-
-void repair_work::repaired(volume_place const& where, std::string const& text) const {
-  report.repaired.push_back("volume " + where.folder_name + ": " + text);
-}
-
-void repair_work::failed(volume_place const& where, std::string const& text) const {
-  report.failed.insert("volume " + where.folder_name + ": " + text);
-}
 
 bool finish_moves(repair_work const& work, volume_place const& place) {
   return attempt(work, place, [&] {
@@ -159,14 +152,18 @@ bool finish_moves(repair_work const& work, volume_place const& place) {
 
 bool put_in_place(repair_work const& work, std::vector<scanned_volume> const& volumes) {
   bool changed = false;
+  bool const all_read = std::all_of(volumes.begin(), volumes.end(),
+                                    [](scanned_volume const& each) { return each.is_read(); });
   std::set<std::pair<scanned_volume const*, std::string>> units;
   for (auto const& file : displaced_files(volumes)) {
     units.emplace(file.in, file.folder_name + "/" + file.name);
+    if (!all_read) continue;
     changed |= attempt(work, file.in->place, [&] { return put_in_place(work, file); });
   }
   for (auto const& volume : volumes) {
     for (auto const& each : volume.found.unknown_entries) {
       if (units.count({&volume, each.shown}) > 0) continue;
+      if (!all_read && is_unit_name(each.name)) continue;
       changed |= attempt(work, volume.place, [&] { return put_away(work, volume.place, each); });
     }
   }

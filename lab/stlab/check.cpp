@@ -34,7 +34,7 @@ std::string reason_left(lab::finding_class what) {
       return "; nothing on it is touched";
     case finding_class::wrong_volume:
     case finding_class::misplaced:
-      return "; its place is taken, or it may be another recording";
+      return "; another of its name is out of place, a volume is not read, or it is another recording";
     case finding_class::cross_linked:
       return "; which name is right cannot be told";
     case finding_class::missing:
@@ -45,7 +45,7 @@ std::string reason_left(lab::finding_class what) {
     case finding_class::unknown:
       return "; it may be somebody's";
     case finding_class::leak:
-      return "; a file of its volume is out of place, or a period is known in its hour";
+      return "; a file of its volume is not in its place, or a period is known in its hour";
     case finding_class::null_id:
       return "; its units are not on one volume";
     default:

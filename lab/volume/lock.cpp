@@ -1,14 +1,10 @@
 #include "lab/volume/lock.h"
 
-#include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <ctime>
-#include <string_view>
 
 #include "lab/util/error.h"
 #include "lab/volume/layout.h"

@@ -1,10 +1,8 @@
 #include "lab/volume/moves.h"
 
-#include <algorithm>
 #include <limits>
 #include <map>
 #include <optional>
-#include <set>
 #include <utility>
 
 #include "lab/disk/file_steps.h"

@@ -1,7 +1,6 @@
 #include "lab/volume/unit_state.h"
 
 #include <array>
-#include <string>
 
 #include "lab/util/error.h"
 

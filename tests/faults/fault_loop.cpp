@@ -103,7 +103,7 @@ struct state_left {
   path kept;
 };
 
-// One scenario on its way.
+// One run of a scenario.
 class loop {
  public:
   explicit loop(scenario const& what) : what_(what) {

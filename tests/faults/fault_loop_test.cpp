@@ -205,11 +205,11 @@ void recycle_without_a_marker(path const& recorder, first order) {
   };
   if (order == first::rows) free_rows();
   lab::folder const storage(lab::storage_folder(volume.path.string(), volume.sid_text));
-  lab::folder const home(storage.path() / "preallocate");
+  lab::folder const free_units(storage.path() / "preallocate");
   for (auto const& [name, hour] : units) {
     if (!lab::folder::find(storage, hour)) continue;
     lab::folder const away(storage.path() / hour);
-    lab::steps::link_file(away, home, name);
+    lab::steps::link_file(away, free_units, name);
     lab::steps::remove_file(away, name);
     lab::steps::remove_empty_folder(storage, hour);
   }

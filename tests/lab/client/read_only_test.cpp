@@ -117,7 +117,7 @@ TEST_F(reading, and_getting_ready_to_recycle_change_nothing) {
   EXPECT_EQ(0, unit.uninit());
 }
 
-// One hour's units are on their way home, and whoever sent them is gone.
+// One hour's units are in transit, and their writer is gone.
 class reading_after_a_stop : public reading {
  protected:
   reading_after_a_stop() {

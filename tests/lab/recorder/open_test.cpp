@@ -123,14 +123,14 @@ TEST_F(open_recorder, reading_and_finding_nothing_to_recycle_change_no_byte) {
 
 TEST_F(open_recorder, a_relative_folder_is_resolved_at_open) {
   make();
-  auto const home = fs::current_path();
+  auto const before = fs::current_path();
   fs::current_path(root().parent_path());
   auto recorder = lab::recorder::open("./recorder/", lab::access::read_write);
   fs::current_path("/");
   EXPECT_EQ(root(), recorder.folder());
   EXPECT_EQ(root() / "share" / "vol1", recorder.volumes().front().path);
   recorder.record(first_volume, main_stream, support::now, 1);
-  fs::current_path(home);
+  fs::current_path(before);
   EXPECT_EQ(lab::findings(), lab::check(recorder));
 }
 

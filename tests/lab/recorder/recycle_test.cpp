@@ -44,10 +44,10 @@ TEST_F(recycle, everything_else_stays_byte_for_byte) {
   auto const before = support::contents_of(root());
   auto const leaked = names(hour_folder(first_volume, now));
   EXPECT_EQ(2, run(always));
-  auto const home = preallocate(first_volume).lexically_relative(root()).string();
+  auto const free_units = preallocate(first_volume).lexically_relative(root()).string();
   auto const folder = hour_folder(first_volume, now).lexically_relative(root()).string();
   strings expected{"catalogue.db", "catalogue.db-journal", folder + "/"};
-  for (auto const* const place : {&folder, &home}) {
+  for (auto const* const place : {&folder, &free_units}) {
     for (auto const& name : leaked) expected.push_back((fs::path(*place) / name).string());
   }
   EXPECT_EQ(expected, support::differences(before, support::contents_of(root())));

@@ -60,7 +60,7 @@ class repair_of : public support::damaged_recorder {
     repair(what);
     EXPECT_EQ(lab::findings(), found());
   }
-  fs::path home() const { return preallocate(first_volume); }
+  fs::path free_units() const { return preallocate(first_volume); }
   fs::path volume_folder() const { return root() / "share/vol1"; }
 
   fs::path made_folder(std::string const& name, std::int64_t volume_id = first_volume) const {
@@ -144,7 +144,7 @@ TEST_F(repair_of, a_clean_recorder_changes_nothing) { expect_left({}); }
 TEST_F(repair_of, what_is_not_mounted_touches_nothing) {
   fs::remove(volume_folder() / "identity");
   fs::remove(unit_in("free").file);
-  support::write_file(home() / "unknown", "content");
+  support::write_file(free_units() / "unknown", "content");
   expect_left({finding_class::not_mounted});
 }
 
@@ -165,7 +165,7 @@ TEST_F(repair_of, misplaced_units_brings_them_back) {
   auto const recorded = unit_in("recorded");
   auto const free = unit_in("free");
   auto const elsewhere = made_folder("elsewhere");
-  fs::rename(recorded.file, home() / recorded.name);
+  fs::rename(recorded.file, free_units() / recorded.name);
   fs::rename(free.file, elsewhere / free.name);
   expect_repaired({"volume vol1: unit " + recorded.name + " is back in " + recorded.folder +
                        " from preallocate",
@@ -175,7 +175,7 @@ TEST_F(repair_of, misplaced_units_brings_them_back) {
 
 TEST_F(repair_of, a_misplaced_unit_with_two_files_leaves_both) {
   auto const unit = unit_in("recorded");
-  fs::copy_file(unit.file, home() / unit.name);
+  fs::copy_file(unit.file, free_units() / unit.name);
   fs::rename(unit.file, made_folder("elsewhere") / unit.name);
   expect_left({finding_class::misplaced, finding_class::sums});
 }
@@ -234,8 +234,8 @@ TEST_F(repair_of_the_wrong_volume, leaves_what_may_be_of_two_volumes) {
 
 TEST_F(repair_of, duplicates_and_unknown_files_sets_them_aside) {
   auto const unit = unit_in("recorded");
-  fs::copy_file(unit.file, home() / unit.name);
-  support::write_file(home() / "note", "content");
+  fs::copy_file(unit.file, free_units() / unit.name);
+  support::write_file(free_units() / "note", "content");
   support::write_file(volume_folder() / "top", "content");
   auto const aside = [](std::string const& what, std::string const& where) {
     return "volume vol1: " + what + " is set aside in lost+found/" + where;
@@ -247,7 +247,7 @@ TEST_F(repair_of, duplicates_and_unknown_files_sets_them_aside) {
 
 TEST_F(repair_of, unknown_files_of_one_name_keeps_both) {
   for (int round = 0; round < 2; ++round) {
-    support::write_file(home() / "note", "content " + std::to_string(round));
+    support::write_file(free_units() / "note", "content " + std::to_string(round));
     repair();
   }
   EXPECT_EQ(lab::findings(), found());
@@ -257,13 +257,13 @@ TEST_F(repair_of, unknown_files_of_one_name_keeps_both) {
 }
 
 TEST_F(repair_of, links_and_folders_leaves_them) {
-  link_at(home() / "link");
-  fs::create_directories(home() / "folder" / "deep");
+  link_at(free_units() / "link");
+  fs::create_directories(free_units() / "folder" / "deep");
   expect_left({finding_class::unknown});
 }
 
 TEST_F(repair_of, a_pipe_leaves_it) {
-  ASSERT_EQ(0, mkfifo((home() / "pipe").c_str(), 0644));
+  ASSERT_EQ(0, mkfifo((free_units() / "pipe").c_str(), 0644));
   EXPECT_EQ(strings(), repair().repaired);
   EXPECT_EQ(classes_found{finding_class::unknown}, classes());
 }
@@ -277,7 +277,7 @@ TEST_F(repair_of, what_lies_beside_the_volumes_leaves_it) {
 TEST_F(repair_of, cross_linked_units_leaves_them) {
   auto const recorded = unit_in("recorded");
   auto const free = unit_in("free");
-  fs::create_hard_link(recorded.file, home() / recorded.name);
+  fs::create_hard_link(recorded.file, free_units() / recorded.name);
   fs::remove(free.file);
   fs::create_hard_link(recorded.file, free.file);
   expect_left({finding_class::cross_linked, finding_class::duplicate, finding_class::sums});
@@ -339,7 +339,7 @@ TEST_F(repair_of, lost_free_units_preallocates_them_anew) {
 }
 
 TEST_F(repair_of, a_volume_without_preallocate_makes_it) {
-  fs::remove_all(home());
+  fs::remove_all(free_units());
   expect_repair_ends_clean();
 }
 
@@ -380,21 +380,21 @@ TEST_F(repair_of, periods_without_ids_leaves_those_of_two_volumes) {
 
 TEST_F(repair_of, a_leak_leaves_it_while_a_file_of_its_volume_is_out_of_place) {
   damage("leak");
-  link_at(home() / "link");
+  link_at(free_units() / "link");
   damage("leak", 2);
   for (auto const& each : {"vol1", "vol2"}) {
     link_at(root() / "share" / each / "link");
   }
   expect_left({finding_class::leak, finding_class::unknown});
   for (auto const& each : {"vol1", "vol2"}) fs::remove(root() / "share" / each / "link");
-  fs::remove(home() / "link");
+  fs::remove(free_units() / "link");
   expect_repair_ends_clean();
 }
 
 // What cannot be done on one volume is told, and the other is repaired.
 TEST_F(repair_of, a_volume_that_fails_does_not_keep_the_others_from_it) {
   fs::create_directory_symlink(root().parent_path(), volume_folder() / "lost+found");
-  support::write_file(home() / "note", "content");
+  support::write_file(free_units() / "note", "content");
   auto const lost = unit_in("free", second_volume);
   fs::remove(lost.file);
   auto const report = repair();
@@ -404,6 +404,50 @@ TEST_F(repair_of, a_volume_that_fails_does_not_keep_the_others_from_it) {
   EXPECT_EQ(strings{"volume vol2: unit " + lost.name + " is preallocated anew and free"},
             report.repaired);
   EXPECT_FALSE(fs::exists(root().parent_path() / "preallocate"));
+}
+
+// As with an older catalogue.
+TEST_F(repair_of, a_file_in_which_something_was_recorded_never_becomes_free_space) {
+  fs::copy_file(root() / "catalogue.db", root().parent_path() / "older");
+  open().record(first_volume, {1, 4, 4}, now, 1);
+  auto const hour = storage(first_volume) / "ch01_NR_S04_2026112100";
+  auto const name = names(hour).at(0);
+  auto const recording = support::content_of(hour / name);
+  fs::copy_file(root().parent_path() / "older", root() / "catalogue.db",
+                fs::copy_options::overwrite_existing);
+  EXPECT_EQ(1U, classes().count(finding_class::misplaced));
+  expect_repair_ends_clean();
+  EXPECT_EQ(recording,
+            support::content_of(volume_folder() / "lost+found" / hour.filename() / name));
+  EXPECT_NE(recording, support::content_of(free_units() / name));
+}
+
+TEST_F(repair_of, what_may_be_of_a_volume_that_is_not_mounted_stays) {
+  auto const away = unit_in("recorded", second_volume);
+  auto const here = made_folder(away.folder) / away.name;
+  auto const named = made_folder(away.folder) / "unit000099";
+  fs::rename(away.file, here);
+  support::write_file(named, "content");
+  auto const identity = root() / "share/vol2/identity";
+  fs::rename(identity, root().parent_path() / "identity");
+  repair(lost_recordings::give_up);
+  EXPECT_TRUE(fs::exists(here));
+  EXPECT_TRUE(fs::exists(named));
+  fs::rename(root().parent_path() / "identity", identity);
+  expect_repair_ends_clean();
+  EXPECT_TRUE(fs::exists(away.file));
+}
+
+TEST_F(repair_of, a_leak_stays_while_a_period_is_known_in_its_hour) {
+  auto const id = open().volumes().at(1).sid_text;
+  auto const kept = unit_in("recorded");
+  tamper("UPDATE period SET storage_id = '" + id +
+         "' WHERE id = (SELECT period_id FROM unit WHERE volume_id = 1 AND name = '" + kept.name +
+         "'); UPDATE unit SET period_id = NULL WHERE volume_id = 1 AND name = '" + kept.name + "'");
+  auto const left = classes();
+  EXPECT_EQ(1U, left.count(finding_class::leak));
+  expect_left(left);
+  EXPECT_TRUE(fs::exists(kept.file));
 }
 
 // One recording of two units on the first volume, of which the first is lost.
@@ -432,6 +476,7 @@ class giving_up : public repair_of {
     EXPECT_EQ(2, ask("SELECT count(*) FROM unit WHERE stream = 4 AND state = 'recorded'"));
     EXPECT_EQ(1U, classes().count(finding_class::missing));
     removal();
+    repair();
     repair(lost_recordings::give_up);
     EXPECT_EQ(1, ask("SELECT count(*) FROM unit WHERE stream = 4"));
     EXPECT_EQ(lab::findings(), found());
@@ -495,12 +540,12 @@ TEST_F(giving_up, waits_for_a_volume_that_cannot_be_read) {
 }
 
 TEST_F(giving_up, waits_for_what_is_unknown) {
-  for (auto const& link : {home() / "link", root() / "share" / "link", root() / "link"}) {
+  for (auto const& link : {free_units() / "link", root() / "share" / "link", root() / "link"}) {
     link_at(link);
   }
   fs::remove(root() / "link");
   expect_kept_until([&] {
-    fs::remove(home() / "link");
+    fs::remove(free_units() / "link");
     fs::remove(root() / "share" / "link");
   });
 }
@@ -525,6 +570,23 @@ TEST_F(giving_up, waits_for_duplicates_that_cannot_be_set_aside) {
   support::write_file(lost, "a file");
   fs::copy_file(other.file, preallocate(second_volume) / other.name);
   expect_kept_until([&] { fs::remove(lost); });
+}
+
+TEST_F(giving_up, waits_for_a_run_that_sets_nothing_aside) {
+  auto const before = periods();
+  support::write_file(volume_folder() / units()[1], "a file");
+  repair(lost_recordings::give_up);
+  EXPECT_EQ(classes_found{finding_class::missing}, classes());
+  EXPECT_EQ(before, periods());
+  expect_repair_ends_clean(lost_recordings::give_up);
+}
+
+TEST_F(giving_up, keeps_a_period_whose_unit_another_one_holds) {
+  open().record(first_volume, {1, 4, 3}, now, 1);
+  auto const before = periods();
+  tamper("UPDATE unit SET period_id = (SELECT id FROM period WHERE stream = 4) WHERE stream = 3");
+  repair(lost_recordings::give_up);
+  EXPECT_EQ(before, periods());
 }
 
 TEST_F(giving_up, waits_for_what_is_cross_linked) {

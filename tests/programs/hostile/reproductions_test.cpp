@@ -20,7 +20,7 @@ std::vector<words> const every_st_word{
     "spacelist",   "vollist Storage1", "volset vol1 0 1", "volchn vol1",  "voluse -1",
     "volclean -1", "autoclean",        "nullid -1",       "recoverid -1", "spaceinfo Storage1"};
 
-// What opens, reads, writes and mends a recorder in every way that there is.
+// What opens, reads, writes and repairs a recorder in every way that there is.
 std::vector<words> const most_st_words{"spacelist", "volset vol1 0 1", "volclean -1",
                                        "autoclean", "nullid -1",       "spaceinfo Storage1"};
 
@@ -135,14 +135,14 @@ INSTANTIATE_TEST_SUITE_P(by_word, name_of_a_unit_on_its_way, testing::ValuesIn(e
 TEST_F(reproduction, a_free_unit_outside_is_not_recorded_into) {
   name_unit(outside + "big", free_one);
   stlab("record --channel 0 --stream 2 --units 4");
-  // What was begun is brought home, or so the catalogue says.
+  // What was begun is given back, or so the catalogue says.
   st("spacelist");
 }
 
 TEST_F(reproduction, a_free_unit_of_a_whole_path_is_not_recorded_into) {
   name_unit(place.victim() / "big", free_one);
   stlab("record --channel 0 --stream 2 --units 4");
-  // What was begun is brought home, or so the catalogue says.
+  // What was begun is given back, or so the catalogue says.
   st("spacelist");
 }
 

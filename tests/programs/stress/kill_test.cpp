@@ -55,7 +55,7 @@ TEST_F(killing, autoclean_loses_nothing_and_a_later_run_finishes) {
   }
   std::cout << "a run takes " << moments.seconds_of_a_run() << " s; of " << rounds() << " runs "
             << killed << " were killed, " << midway << " of them midway, " << on_their_way
-            << " with units on their way; autoclean alone finished " << by_autoclean << '\n';
+            << " with units in transit; autoclean alone finished " << by_autoclean << '\n';
   EXPECT_GT(killed, 0);
   if (rounds() >= 200) {
     EXPECT_GT(midway, 0);

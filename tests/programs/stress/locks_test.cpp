@@ -16,7 +16,7 @@ namespace stress {
 namespace {
 
 constexpr std::chrono::milliseconds no_wait{0};
-environment const impatient{{"STLAB_LOCK_TIMEOUT_MS", "0"}};
+environment const without_wait{{"STLAB_LOCK_TIMEOUT_MS", "0"}};
 
 class locks : public stress_test {
  protected:
@@ -57,7 +57,7 @@ class locks : public stress_test {
 
   std::vector<std::string> lists() const {
     std::vector<std::string> outputs;
-    for (words const& command : list_commands()) outputs.push_back(list(command, impatient));
+    for (words const& command : list_commands()) outputs.push_back(list(command, without_wait));
     return outputs;
   }
 };
@@ -129,7 +129,7 @@ TEST_F(locks, a_volclean_that_never_gets_its_turn_reports_a_service_failure) {
   leak(0);
   {
     lab::volume_lock const lock = hold(0);
-    auto environment = impatient;
+    auto environment = without_wait;
     environment.insert({"STLAB_TRACE", trace()});
     auto const result = run_st("volclean 0", environment);
     EXPECT_EQ(result.status, 0);
@@ -199,16 +199,16 @@ TEST_F(locks, a_list_waits_for_a_commit_only_as_long_as_its_lock_timeout) {
     SCOPED_TRACE(command.front());
     std::optional<commit_that_lasts> commit(std::in_place, recorder / "catalogue.db");
     std::filesystem::remove(trace());
-    auto patient = std::async(std::launch::async, [&] {
+    auto waiting = std::async(std::launch::async, [&] {
       return list(command, {{"STLAB_TRACE", trace()}});
     });
-    wait_for_call("CKivStorage::CKivStorage", patient);
-    auto const hasty = run_st(command, impatient);
+    wait_for_call("CKivStorage::CKivStorage", waiting);
+    auto const hasty = run_st(command, without_wait);
     EXPECT_EQ(hasty.status, 0);
     EXPECT_EQ(hasty.output + hasty.errors, "Query storage settings faiure.\n");
-    EXPECT_EQ(patient.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    EXPECT_EQ(waiting.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     commit.reset();
-    EXPECT_EQ(patient.get(), before[index]);
+    EXPECT_EQ(waiting.get(), before[index]);
   }
 }
 
@@ -231,7 +231,7 @@ TEST_F(locks, a_volset_that_never_gets_its_turn_changes_nothing) {
   {
     lab::database catalogue(recorder / "catalogue.db", lab::database::mode::read_write, no_wait);
     lab::transaction const open(catalogue, lab::transaction_kind::writing);
-    auto environment = impatient;
+    auto environment = without_wait;
     environment.insert({"STLAB_TRACE", trace()});
     auto const result = run_st("volset vol1 1 0", environment);
     EXPECT_EQ(result.status, 0);

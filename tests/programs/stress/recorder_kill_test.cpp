@@ -68,7 +68,7 @@ TEST_F(recorder_killing, loses_nothing_beside_a_run_and_later_ones_finish) {
     std::cout << each.command.front() << " takes " << each.moments.seconds_of_a_run() << " s; ";
   }
   std::cout << "of " << rounds() << " recorders " << killed << " were killed, " << on_their_way
-            << " left units on their way\n";
+            << " left units in transit\n";
   EXPECT_GT(killed, 0);
   if (rounds() >= 200) {
     EXPECT_GT(on_their_way, 0);

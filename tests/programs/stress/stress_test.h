@@ -106,7 +106,7 @@ class stress_test : public support::program_test {
 
   // Catalogue intact, sums exact, the guarded units as they were, and nothing
   // else to be found by a check than leaks of the leaking streams and, unless
-  // all moves are done, units on their way.
+  // all moves are done, units in transit.
   void expect_sound(moves state) const;
 
   // And nothing at all to be found, neither by a check nor, twice, by autoclean.
