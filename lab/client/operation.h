@@ -24,7 +24,7 @@ inline constexpr int failed = -1;
 // `body` runs once more when a reader met a change that a crash cut short and that has been undone
 // since: it must have all that it asks for before it fills what the caller gets.
 template <typename Answer, typename Body>
-int attempt(char const* name, Answer* answer, Body const& body) noexcept {
+int attempt(char const* name, Answer* answer, Body const& body) {
   auto const run = [&] {
     if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
       body();

@@ -8,18 +8,20 @@
 #include <string>
 #include <vector>
 
+#include "lab/catalogue/catalogue.h"
+
 namespace lab {
 
 struct damage_options {
   std::string kind;
   std::uint64_t seed = 1;
-  std::string volume;                            // its name; empty: the seed chooses
-  std::optional<std::string> unit;               // which unit: "recorded" or "free"
-  std::optional<int> count;                      // of units, or of periods
-  std::optional<std::string> mount;              // "missing", "foreign" or "absent"
-  std::optional<std::string> move;               // "recycling" or "recording"
-  std::optional<int> step;                       // of the stopped move, from 1
-  std::chrono::milliseconds lock_timeout{5000};  // for whoever else holds a volume
+  std::string volume;                // its name; empty: the seed chooses
+  std::optional<std::string> unit;   // which unit: "recorded" or "free"
+  std::optional<int> count;          // of units, or of periods
+  std::optional<std::string> mount;  // "missing", "foreign" or "absent"
+  std::optional<std::string> move;   // "recycling" or "recording"
+  std::optional<int> step;           // of the stopped move, from 1
+  std::chrono::milliseconds lock_timeout = default_lock_timeout;  // for whoever else holds a volume
 };
 
 struct damaged_volume;

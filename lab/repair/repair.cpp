@@ -110,7 +110,7 @@ repair_report repair(std::filesystem::path const& folder, lost_recordings what) 
   bool const lacked_journal = journal_problem(state.catalogue).has_value();
   state.catalogue = open_catalogue(opened.folder(), access::read_write);
   // Nothing is begun while somebody else changes the catalogue.
-  transaction(state.catalogue, transaction_kind::writing);
+  static_cast<void>(transaction(state.catalogue, transaction_kind::writing));
   repair_report report;
   if (lacked_journal && !journal_problem(state.catalogue)) {
     report.repaired.emplace_back("catalogue: its journal was put back");

@@ -37,8 +37,9 @@ std::string reason_left(lab::finding_class what) {
       return "; another of its name is out of place, a volume is not read, or it is another recording";
     case finding_class::cross_linked:
       return "; which name is right cannot be told";
-    case finding_class::missing:
     case finding_class::period:
+      return "; --give-up drops one without units, once all else is in its place";
+    case finding_class::missing:
       return "; --give-up drops what is lost, once all else is in its place";
     case finding_class::too_long:
       return "; what it holds is not cut";

@@ -22,6 +22,7 @@ std::vector<lab::period> periods_from(lab::recorder const& in, lab::stream const
 
 std::vector<std::int64_t> ids_of(std::vector<lab::period> const& periods) {
   std::vector<std::int64_t> ids;
+  ids.reserve(periods.size());
   for (lab::period const& each : periods) ids.push_back(each.id);
   return ids;
 }

@@ -14,7 +14,7 @@
 namespace stlab {
 
 // Upper bounds of the tool's counting options.
-inline constexpr std::uint64_t most_hours = 24 * 365;
+inline constexpr std::uint64_t most_hours = std::uint64_t{24} * 365;
 inline constexpr std::uint64_t most_units = 1'000'000;
 inline constexpr std::uint64_t most_steps = std::numeric_limits<int>::max();
 inline constexpr std::uint64_t most_seed = std::numeric_limits<std::uint64_t>::max();

@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 
 using client::client_test;
 
-constexpr std::chrono::milliseconds no_wait{0};
-
 class reading : public client_test {
  protected:
   // Every query of the library that a listing makes.

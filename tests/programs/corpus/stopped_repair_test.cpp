@@ -41,7 +41,7 @@ class stopped_repair : public support::engine_test {
     fs::remove_all(recorder);
     outcome const copied = run({"/bin/cp", "-a", kept(), recorder}, {}, "/");
     ASSERT_EQ(copied.status, 0) << copied.errors;
-    if (in_place_) repair();
+    if (in_place) repair();
   }
 
   void make_damaged() const {
@@ -125,9 +125,9 @@ class stopped_repair : public support::engine_test {
   // Stops a repair at each of its points, and has it finished.
   void stop_everywhere();
 
-  bool in_place_ = false;  // whether a repair went before, so that there is only to give up
-  int points_ = 0;
-  int told_ = 0;  // failures that tell what had been repaired
+  bool in_place = false;  // whether a repair went before, so that there is only to give up
+  int points = 0;
+  int told = 0;  // failures that tell what had been repaired
 };
 
 // Whether a repair that failed midway tells what it had repaired before.
@@ -146,34 +146,34 @@ void stopped_repair::stop_everywhere() {
       EXPECT_LE(killing.status, 1) << killing.output << killing.errors;
       break;
     }
-    points_ = n;
+    points = n;
     expect_finished(before);
     for (std::string const& kind : kinds_at(n)) {
       SCOPED_TRACE(kind + " at point " + std::to_string(n));
       outcome const failing = repair_with(kind, n);
       EXPECT_LE(failing.status, unusable) << failing.output << failing.errors;
       ++failures;
-      told_ += tells_both(failing.output) ? 1 : 0;
+      told += tells_both(failing.output) ? 1 : 0;
       expect_finished(before);
     }
     if (HasFailure()) break;
   }
-  RecordProperty("points", points_);
+  RecordProperty("points", points);
   RecordProperty("failures", failures);
-  std::cout << "repair was killed at each of " << points_ << " points and failed " << failures
-            << " times, " << told_ << " of them telling what had been repaired\n";
+  std::cout << "repair was killed at each of " << points << " points and failed " << failures
+            << " times, " << told << " of them telling what had been repaired\n";
 }
 
 TEST_F(stopped_repair, is_finished_by_the_next_one) {
   stop_everywhere();
-  EXPECT_GT(points_, 50);
-  EXPECT_GT(told_, 0);
+  EXPECT_GT(points, 50);
+  EXPECT_GT(told, 0);
 }
 
 TEST_F(stopped_repair, that_gives_up_is_finished_by_the_next_one) {
-  in_place_ = true;
+  in_place = true;
   stop_everywhere();
-  EXPECT_GT(points_, 5);
+  EXPECT_GT(points, 5);
 }
 
 }  // namespace

@@ -38,6 +38,7 @@ struct job {
 std::vector<job> jobs_of(program of, std::vector<words> const& commands,
                          words const& beginning = {}) {
   std::vector<job> jobs;
+  jobs.reserve(commands.size());
   for (words const& each : commands) jobs.push_back({of, beginning + each});
   return jobs;
 }
