@@ -24,7 +24,7 @@ std::vector<named_period> periods_of(database const& catalogue, std::string cons
   return found;
 }
 
-// Where a recorded unit of the stream lies in its hours, that may be its own.
+// But for those in whose hours a recorded unit of the stream lies: it may be theirs.
 std::vector<named_period> periods_without_units(database const& catalogue) {
   return periods_of(catalogue,
                     "WHERE NOT EXISTS (SELECT 1 FROM unit u WHERE u.period_id = p.id)"

@@ -58,11 +58,11 @@ bool fill_up(repair_work const& work, std::vector<scanned_volume> const& volumes
 void give_ids(repair_work const& work);
 
 // Makes each recorded unit that is missing a bad one of no period, and drops each
-// period without units, in one transaction; a period stays while a leak lies in its
-// hours. Does nothing while the findings, which are those of the scans, hold a file
-// that may be what is missing, or a volume that is not read. Throws lab::error when a
-// volume is not mounted any more; nothing is changed then. True when something was
-// changed.
+// period without units, in one transaction; a period stays while a recorded unit of its
+// stream lies in its hours. Does nothing while the findings, which are those of the
+// scans, hold a file that may be what is missing, or a volume that is not read, and
+// once something was set aside. Throws lab::error when a volume is not mounted any
+// more; nothing is changed then. True when something was changed.
 bool give_up(repair_work const& work, std::vector<scanned_volume> const& volumes,
              findings const& found);
 

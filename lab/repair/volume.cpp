@@ -48,7 +48,7 @@ std::string path_of(volume_place const& place, std::string const& folder_name) {
   return storage_name(place) + "/" + folder_name;
 }
 
-// Of a free unit's file only one in which nothing was ever recorded is one.
+// Whether the file begins as the unit's would: a free one's with a zero byte.
 bool is_file_of(unit_row const& unit, folder const& in) {
   bool const is_free = unit.state == unit_state::free;
   auto const head = is_free ? std::string(1, '\0') : recording_head(unit.folder_name, unit.name);

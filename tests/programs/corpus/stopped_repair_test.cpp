@@ -45,14 +45,13 @@ class stopped_repair : public support::engine_test {
   }
 
   void make_damaged() const {
-    lab::make_options options;
-    options.spaces = 1;
-    options.volumes = 2;
-    options.volume_mb = 12;
-    options.channels = 2;
-    options.days = 3;
-    options.now_ms = now_ms;
-    lab::make_recorder(recorder, options, {});
+    make([](auto& options) {
+      options.volumes = 2;
+      options.volume_mb = 12;
+      options.channels = 2;
+      options.days = 3;
+      options.now_ms = now_ms;
+    });
     damage("leak", 1, "vol1");
     damage("wrong-volume", 1, "vol1");
     damage("short-unit", 1, "vol2");
