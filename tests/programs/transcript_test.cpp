@@ -1,20 +1,18 @@
-// Whole sessions, compared with those in the golden folder. ACCEPT=1 in the
-// environment writes them anew; such a run fails all the same.
-#include <cstdlib>
-
+// Whole sessions, compared with those in the golden folder.
+#include "golden.h"
 #include "program_test.h"
 
 namespace support {
 namespace {
 
-struct session {
-  char const* name;
+struct transcript_case {
+  std::string name;
   std::vector<words> commands;
 };
 
-void PrintTo(session const& which, std::ostream* out) { *out << which.name; }
+void PrintTo(transcript_case const& which, std::ostream* out) { *out << which.name; }
 
-session const sessions[] = {
+transcript_case const sessions[] = {
     {"usage", {words(), "bogus", "spacelist x y"}},
     {"spacelist", {"spacelist", "spacelist extra"}},
     {"vollist", {"vollist Storage1", "vollist Storage2", "vollist storage1"}},
@@ -30,7 +28,7 @@ session const sessions[] = {
     {"spaceinfo", {"spaceinfo Storage1", "spaceinfo Storage2", "spaceinfo nosuch"}},
 };
 
-class transcript : public program_test, public testing::WithParamInterface<session> {};
+class transcript : public program_test, public testing::WithParamInterface<transcript_case> {};
 
 TEST_P(transcript, is_the_golden_one) {
   hold_clock("2026-11-21 07:30:00");
@@ -38,22 +36,15 @@ TEST_P(transcript, is_the_golden_one) {
   stlab("leak --volume vol2");
   stlab("lose-id --channel 1");
 
-  std::string text;
+  session told;
   for (words const& command : GetParam().commands) {
-    text += "$ " + text_of(words{"st"} + command) + "\n" + st(command);
+    told.tell(text_of(words{"st"} + command), st(command));
   }
-
-  std::filesystem::path const golden =
-      std::filesystem::path(GOLDEN_FOLDER) / (std::string(GetParam().name) + ".txt");
-  if (std::getenv("ACCEPT") != nullptr) {
-    write_file(golden, text);
-    FAIL() << "accepted as " << golden << "; look at it and run again without ACCEPT";
-  }
-  EXPECT_EQ(text, content_of(golden));
+  expect_golden(GOLDEN_FOLDER + ("/" + GetParam().name) + ".txt", told.text());
 }
 
 INSTANTIATE_TEST_SUITE_P(session, transcript, testing::ValuesIn(sessions),
-                         [](auto const& which) { return std::string(which.param.name); });
+                         [](auto const& which) { return which.param.name; });
 
 }  // namespace
 }  // namespace support

@@ -1,8 +1,6 @@
 #include "recipe.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -44,7 +42,7 @@ recipe read_recipe(std::filesystem::path const& file) {
     found.head += line + "\n";
     read_line(found, line);
   }
-  found.told.assign(std::istreambuf_iterator<char>(stream), {});
+  found.head += "----\n";
   return found;
 }
 

@@ -1,6 +1,6 @@
 // A damaged recorder as a text file: a sentence behind "# ", the classes that
 // check must find, the options with which the recorder is made and repaired, the
-// damages, the st commands that are run on it, and below a line "----" all that is printed.
+// damages, the st commands that are run on it, and below a line "----" what is printed.
 #pragma once
 
 #include <filesystem>
@@ -16,8 +16,7 @@ using support::words;
 
 struct recipe {
   std::filesystem::path file;
-  std::string head;  // all above the line "----", as it is
-  std::string told;  // all below it
+  std::string head;  // all down to the line "----", as it is
   std::set<std::string> classes;
   words make;
   words repair;  // its options
