@@ -71,14 +71,14 @@ lines recycling(std::string const& kind, int n, std::string const& id, std::stri
           object + ".uninit()", "~" + object};
 }
 
-lines stream_walk(int n, std::string const& channel, stream_lines const& behind) {
+lines stream_walk(int n, std::string const& channel, stream_lines const& behind,
+                  decltype(span_lookup)& lookup) {
   lines calls;
   int index = (n - 1) * 10;
   for (int const type : {4, 1}) {
     for (int stream = 0; stream < 5; ++stream) {
       ++index;
-      calls =
-          chain({calls, span_lookup(index, channel, type, stream), behind(index, type, stream)});
+      calls = chain({calls, lookup(index, channel, type, stream), behind(index, type, stream)});
     }
   }
   return calls;

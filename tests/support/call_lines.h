@@ -41,8 +41,9 @@ lines failed_init(std::string const& kind, int n, std::string const& id);
 
 // The lookups of the ten streams of a channel, which is the n-th that is
 // walked; behind each the lines that `behind` gives for it. `index` counts the
-// lookups of all channels from 1.
+// lookups of all channels from 1. A lookup is a span_lookup() if nothing else is said.
 using stream_lines = std::function<lines(int index, int recording_type, int stream)>;
-lines stream_walk(int n, std::string const& channel, stream_lines const& behind);
+lines stream_walk(int n, std::string const& channel, stream_lines const& behind,
+                  decltype(span_lookup)& lookup = span_lookup);
 
 }  // namespace support

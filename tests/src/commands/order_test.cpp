@@ -77,18 +77,23 @@ lines printed_lines(std::string const& text) {
 
 lines usage() { return printed_lines(support::content_of(USAGE_TEXT_FILE)); }
 
+// The one stream with recordings, and where a stream's span ends.
+bool is_recorded(int type, int stream) { return type == 4 && stream == 1; }
+std::int64_t end_of(int type, int stream) {
+  return is_recorded(type, stream) ? earliest - 1 : now_ms;
+}
+
 // A span's lookup and the clock that it reads, twice when it finds nothing.
-lines lookup(int n, std::string const& channel, int type, int stream) {
+lines clocked_lookup(int n, std::string const& channel, int type, int stream) {
   lines calls = span_lookup(n, channel, type, stream);
-  bool const found = type == 4 && stream == 1;
-  if (!found) calls.insert(calls.end() - 1, clock_read);
+  if (!is_recorded(type, stream)) calls.insert(calls.end() - 1, clock_read);
   calls.insert(calls.begin() + 2, clock_read);
   return calls;
 }
 
 std::string stream_line(int type, int stream) {
   return std::string("\t[") + (type == 4 ? "NR" : "AR") + " S0" + std::to_string(stream) +
-         (type == 4 && stream == 1 ? "] Success.\n" : "] Can not find time period.\n");
+         (is_recorded(type, stream) ? "] Success.\n" : "] Can not find time period.\n");
 }
 
 TEST(order, usage_is_printed_behind_the_last_call) {
@@ -117,13 +122,12 @@ TEST(order, spacelist) {
 }
 
 TEST(order, vollist) {
-  lines const header = {"setting.get_space_list()", "Space: Storage1\n",
-                        "[Storage1], total size: 2 GB, used: 512 MB, use 25.00% " + normal_status,
-                        "\n", "setting.get_volume_list()"};
   EXPECT_EQ(run({"vollist", "Storage1"}),
-            dispatched(chain({header,
-                              {"[01] [Vol1], [NORMAL] [ACTIVE             ], total size 1 GB, "
-                               "used 0 MB, use 0.00%\n"}})));
+            dispatched({"setting.get_space_list()", "Space: Storage1\n",
+                        "[Storage1], total size: 2 GB, used: 512 MB, use 25.00% " + normal_status,
+                        "\n", "setting.get_volume_list()",
+                        "[01] [Vol1], [NORMAL] [ACTIVE             ], total size 1 GB, used 0 MB, "
+                        "use 0.00%\n"}));
 }
 
 TEST(order, volset) {
@@ -147,26 +151,18 @@ TEST(order, voluse) {
 
 TEST(order, volclean) {
   lines handler = {"setting.get_space_list()", "setting.get_channel_list(1)", clock_read};
-  int n = 0;
-  for (auto const& [channel, header] : {std::pair(channel_c, "Recycle --ch01-- data ...\n"),
-                                        std::pair(channel_d, "Recycle --ch02-- data ...\n")}) {
-    handler.emplace_back(header);
-    for (int const type : {4, 1}) {
-      for (int stream = 0; stream < 5; ++stream) {
-        ++n;
-        std::int64_t const end = type == 4 && stream == 1 ? earliest - 1 : now_ms;
-        auto const tier = [&, each = channel](int number, std::string const& space) {
-          return recycling("CFSTier", number, space, each, type, stream, end);
-        };
-        lines second = tier(2 * n, space_b);
-        if (n == 1) second[2] = "Initial Tier to process failure.\n";
-        handler = chain({handler,
-                         lookup(n, channel, type, stream),
-                         tier(2 * n - 1, space_a),
-                         second,
-                         {stream_line(type, stream)}});
-      }
-    }
+  for (int n = 1; n <= 2; ++n) {
+    std::string const channel = n == 1 ? channel_c : channel_d;
+    auto const recycled = [&](int index, int type, int stream) {
+      auto const tier = [&](int number, std::string const& space) {
+        return recycling("CFSTier", number, space, channel, type, stream, end_of(type, stream));
+      };
+      lines second = tier(2 * index, space_b);
+      if (index == 1) second[2] = "Initial Tier to process failure.\n";
+      return chain({tier(2 * index - 1, space_a), second, {stream_line(type, stream)}});
+    };
+    handler.push_back("Recycle --ch0" + std::to_string(n) + "-- data ...\n");
+    handler = chain({handler, stream_walk(n, channel, recycled, clocked_lookup)});
   }
   handler.emplace_back("Recycle process done.\n");
   EXPECT_EQ(run({"volclean", "-1"}, whole_service().refusing("init", 2)), dispatched(handler));
@@ -193,30 +189,22 @@ TEST(order, autoclean) {
   auto const probe = [&](std::string const& name) {
     return "velt_popen(r, /usr/bin/du, " + folder_of(name) + ")";
   };
-  std::string const recycling_announced =
-      "Size lost 2000 MB over 100 MB(%5) is not resonable. Start to recycle volume using space "
-      "...\n";
   // A leaking volume, the n-th.
   auto const leaking = [&](int n, std::string const& name) {
-    lines all = {
-        probe(name),
-        "velt_pclose()",
-        "Volume [" + name + "] total size 1 GB(2000 MB), used 0 MB(preallocate_remain 0 MB).\n",
-        recycling_announced,
-        "setting.get_channel_list(1)",
-        clock_read};
-    int asked = (n - 1) * 10;
-    for (int const type : {4, 1}) {
-      for (int stream = 0; stream < 5; ++stream) {
-        all = chain({all, lookup(++asked, channel_c, type, stream)});
-        if (type != 4 || stream != 1) continue;
-        lines unit = recycling("CFSUnit", n, std::to_string(n + 2) + ":" + filled(32, 'v'),
-                               channel_c, type, stream, earliest - 1);
-        if (n == 2) unit[2] = "Initial Unit to process failure.\n";
-        all = chain({all, unit});
-      }
-    }
-    return all;
+    auto const recycled = [&](int, int type, int stream) {
+      if (!is_recorded(type, stream)) return lines{};
+      lines unit = recycling("CFSUnit", n, std::to_string(n + 2) + ":" + filled(32, 'v'), channel_c,
+                             type, stream, end_of(type, stream));
+      if (n == 2) unit[2] = "Initial Unit to process failure.\n";
+      return unit;
+    };
+    return chain(
+        {{probe(name), "velt_pclose()",
+          "Volume [" + name + "] total size 1 GB(2000 MB), used 0 MB(preallocate_remain 0 MB).\n",
+          "Size lost 2000 MB over 100 MB(%5) is not resonable. Start to recycle volume using "
+          "space ...\n",
+          "setting.get_channel_list(1)", clock_read},
+         stream_walk(n, channel_c, recycled, clocked_lookup)});
   };
   EXPECT_EQ(
       run({"autoclean"}, script),
@@ -230,31 +218,29 @@ TEST(order, autoclean) {
 }
 
 TEST(order, nullid) {
-  lines handler = {"CKivChannel#1()", "setting.get_channel_list(1)", clock_read};
-  int n = 0;
-  for (auto const& [channel, shown] :
-       {std::pair(channel_c, "ch01"), std::pair(channel_d, "ch02")}) {
-    std::string const session = "session#" + std::to_string(++n);
-    handler.push_back("CKivChannel#1.create_channel_session(" + channel + ", null) = " + session);
-    for (int const type : {4, 1}) {
-      for (int stream = 1; stream < 5; ++stream) {
-        handler.push_back(session + ".get_time_period_list(" + std::to_string(type) + ", " +
-                          std::to_string(stream) + ", 0, " + std::to_string(now_ms) + ", 0, 1, 1)");
-        if (type == 4 && stream == 1) {
-          handler.push_back(std::string(shown) + " list:\n");
-          handler.emplace_back("\t[NR S01] [2026-11-20 00:00:00]-[2026-11-20 00:00:00]\n");
-        }
-        if (n == 1 && type == 4 && stream == 3) {
-          handler.emplace_back("ch01 [NR S03] retrieve time period fail\n");
-        }
+  lines told = {"CKivChannel#1()", "setting.get_channel_list(1)", clock_read};
+  for (int n = 1; n <= 2; ++n) {
+    std::string const session = "session#" + std::to_string(n);
+    std::string const shown = "ch0" + std::to_string(n);
+    told.push_back("CKivChannel#1.create_channel_session(" + (n == 1 ? channel_c : channel_d) +
+                   ", null) = " + session);
+    for (std::string const stream :
+         {"4, 1", "4, 2", "4, 3", "4, 4", "1, 1", "1, 2", "1, 3", "1, 4"}) {
+      told.push_back(session + ".get_time_period_list(" + stream + ", 0, " +
+                     std::to_string(now_ms) + ", 0, 1, 1)");
+      if (stream == "4, 1") {
+        told.push_back(shown + " list:\n");
+        told.emplace_back("\t[NR S01] [2026-11-20 00:00:00]-[2026-11-20 00:00:00]\n");
       }
+      if (n == 1 && stream == "4, 3")
+        told.push_back(shown + " [NR S03] retrieve time period fail\n");
     }
-    handler.push_back("CKivChannel#1.destroy_channel_session(" + session + ")");
+    told.push_back("CKivChannel#1.destroy_channel_session(" + session + ")");
   }
+  told = chain(
+      {told, {"\n", "Total have [2] time period data has null storage id.\n", "~CKivChannel#1"}});
   EXPECT_EQ(run({"nullid", "-1"}, whole_service().refusing("get_time_period_list", 3)),
-            dispatched(chain({handler,
-                              {"\n", "Total have [2] time period data has null storage id.\n",
-                               "~CKivChannel#1"}})));
+            dispatched(told));
 }
 
 TEST(order, recoverid) { EXPECT_EQ(run({"recoverid", "-1"}), dispatched({})); }
