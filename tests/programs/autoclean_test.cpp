@@ -1,5 +1,3 @@
-#include <cstdio>
-#include <fstream>
 #include <regex>
 
 #include "program_test.h"
@@ -21,16 +19,6 @@ class autoclean : public program_test {
 
   // Seven hours of a unit each that nobody knows any more, on the second volume.
   void leak() { stlab("leak", {"--volume", "vol2", "--hours", std::to_string(leaked_mb)}); }
-
-  // Gives every unit a content of its own.
-  void mark_units() const {
-    for (auto const& entry : fs::recursive_directory_iterator(recorder / "share")) {
-      if (!entry.is_regular_file() || entry.path().filename() == "identity") continue;
-      std::fstream unit(entry.path(), std::ios::in | std::ios::out | std::ios::binary);
-      unit << entry.path().string();
-      ASSERT_TRUE(unit.flush());
-    }
-  }
 
   // The used size that vollist shows of a volume.
   long long used_mb(std::string const& space, std::string const& volume) {
@@ -87,7 +75,7 @@ TEST_F(autoclean, finds_a_leak_and_recycles_it) {
   make();
   picture const sound = picture_now();
   leak();
-  mark_units();
+  mark_units(recorder / "share");
   picture const leaking = picture_now();
   std::vector<std::string> const leaked_hours = new_folders(sound, leaking);
   ASSERT_EQ(leaked_hours.size(), 7U);

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -74,6 +75,16 @@ void write_file(fs::path const& file, std::string const& content) {
   if (!stream) throw std::runtime_error("cannot write " + file.string());
 }
 
+void mark_units(fs::path const& folder) {
+  for (auto const& entry : fs::recursive_directory_iterator(folder)) {
+    if (!begins_with(entry.path().filename(), "unit")) continue;
+    std::fstream unit(entry.path(), std::ios::in | std::ios::out | std::ios::binary);
+    unit.seekp(1000);
+    unit << entry.path().lexically_relative(folder).string();
+    if (!unit.flush()) throw std::runtime_error("cannot write " + entry.path().string());
+  }
+}
+
 std::vector<std::string> lines_of(std::string const& text) {
   std::istringstream stream(text);
   std::vector<std::string> lines;
@@ -89,6 +100,13 @@ std::vector<std::string> names_in(fs::path const& folder) {
   }
   std::sort(found.begin(), found.end());
   return found;
+}
+
+std::string as_name(std::string text) {
+  for (char& each : text) {
+    if (std::isalnum(static_cast<unsigned char>(each)) == 0) each = '_';
+  }
+  return text;
 }
 
 bool holds(std::string const& text, std::string const& part) {

@@ -34,11 +34,19 @@ class temporary_folder {
 std::string content_of(std::filesystem::path const& file);
 void write_file(std::filesystem::path const& file, std::string const& content);
 
+// Writes something of its own into every unit below a folder, behind the head of
+// its recording.
+void mark_units(std::filesystem::path const& folder);
+
 // The lines of a text, without their ends.
 std::vector<std::string> lines_of(std::string const& text);
 
 // The names in a folder, sorted; none when it is absent.
 std::vector<std::string> names_in(std::filesystem::path const& folder);
+
+// The text with '_' for every character but letters and digits: a part of a
+// test's name.
+std::string as_name(std::string text);
 
 bool holds(std::string const& text, std::string const& part);
 bool begins_with(std::string const& text, std::string const& beginning);

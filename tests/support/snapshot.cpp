@@ -85,6 +85,14 @@ contents contents_of(fs::path const& folder) {
   return found;
 }
 
+std::set<std::string> written_in(contents const& all) {
+  std::set<std::string> found;
+  for (auto const& [path, content] : all) {
+    found.insert(content.substr(0, content.find_last_not_of('\0') + 1));
+  }
+  return found;
+}
+
 std::vector<std::string> differences(contents const& left, contents const& right) {
   std::vector<contents::value_type> found;
   std::set_symmetric_difference(left.begin(), left.end(), right.begin(), right.end(),

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,9 @@ snapshot snapshot_of(std::filesystem::path const& folder, depth how = depth::wit
 // in '/' and holds nothing.
 using contents = std::map<std::string, std::string>;
 contents contents_of(std::filesystem::path const& folder);
+
+// What was written into any of them: each content without the zeros at its end.
+std::set<std::string> written_in(contents const& all);
 
 // The paths that are not the same in both, sorted.
 std::vector<std::string> differences(contents const& left, contents const& right);

@@ -69,11 +69,6 @@ TEST_P(damage_of_kind, waits_for_the_volumes_writer) {
   EXPECT_THROW(damaged_recorder::damage(options), lab::busy_error);
 }
 
-std::string name_of_kind(std::string name) {
-  std::replace(name.begin(), name.end(), '-', '_');
-  return name;
-}
-
 INSTANTIATE_TEST_SUITE_P(
     kinds, damage_of_kind,
     testing::Values(expectation{"leak", {finding_class::leak}},
@@ -86,7 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
                                 {finding_class::missing, finding_class::wrong_volume}},
                     expectation{"unmounted", {finding_class::not_mounted}},
                     expectation{"stopped", {finding_class::in_transit}}),
-    [](auto const& which) { return name_of_kind(which.param.kind); });
+    [](auto const& which) { return support::as_name(which.param.kind); });
 
 TEST_F(damage, is_refused_when_there_is_nothing_to_damage) {
   auto const refusal_of_many = [this](std::string const& kind, std::string const& move = "") {
@@ -254,7 +249,7 @@ INSTANTIATE_TEST_SUITE_P(kinds, damage_of_kind_outside,
                          testing::Values("leak", "lost-unit", "unknown-file", "duplicate-unit",
                                          "short-unit", "null-ids", "wrong-volume", "unmounted",
                                          "stopped"),
-                         [](auto const& which) { return name_of_kind(which.param); });
+                         [](auto const& which) { return support::as_name(which.param); });
 
 TEST_F(damage_that_leads_outside, is_refused_of_units_in_hour_folders_behind_links) {
   link_out_all(hour_folders());
@@ -394,7 +389,7 @@ TEST_F(damage_that_leads_outside, copies_no_unit_that_is_longer_than_units_are) 
 
 // "duplicate-unit: copied <hour folder>/<unit> into preallocate on volume vol1".
 TEST_F(damage, a_copy_is_like_the_unit) {
-  fill_units();
+  support::mark_units(root() / "share");
   for (auto const& hour : fs::directory_iterator(storage(first_volume))) {
     for (auto const& unit : fs::directory_iterator(hour)) {
       fs::permissions(unit, fs::perms::owner_read | fs::perms::owner_write);

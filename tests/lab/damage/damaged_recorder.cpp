@@ -1,24 +1,11 @@
 #include "damage/damaged_recorder.h"
 
-#include <algorithm>
-#include <fstream>
-#include <set>
-
 #include "lab/check/check.h"
 #include "lab/make/make.h"
 
 namespace support {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-std::string without_zeros_at_end(std::string text) {
-  text.erase(text.find_last_not_of('\0') + 1);
-  return text;
-}
-
-}  // namespace
 
 damaged_recorder::damaged_recorder() {
   make_again();
@@ -56,23 +43,9 @@ lab::repair_report damaged_recorder::repair(lab::lost_recordings what) const {
   return lab::repair(root(), what);
 }
 
-void damaged_recorder::fill_units() const {
-  for (auto const& entry : fs::recursive_directory_iterator(root() / "share")) {
-    if (!entry.is_regular_file() || entry.path().filename() == "identity") continue;
-    std::fstream unit(entry.path(), std::ios::in | std::ios::out | std::ios::binary);
-    unit.seekp(1000);
-    unit << entry.path().lexically_relative(root()).string();
-  }
-}
-
 void damaged_recorder::expect_all_kept(contents const& before) const {
-  std::set<std::string> held;
-  for (auto const& [name, content] : contents_of(root() / "share")) {
-    held.insert(without_zeros_at_end(content));
-  }
-  for (auto const& [name, content] : before) {
-    EXPECT_EQ(1U, held.count(without_zeros_at_end(content))) << name;
-  }
+  auto const held = written_in(contents_of(root() / "share"));
+  for (auto const& each : written_in(before)) EXPECT_EQ(1U, held.count(each)) << each.substr(0, 60);
 }
 
 }  // namespace support

@@ -29,9 +29,6 @@ class damaged_recorder : public engine_test {
 
   lab::repair_report repair(lab::lost_recordings what = lab::lost_recordings::keep) const;
 
-  // Writes something of its own into every unit.
-  void fill_units() const;
-
   // Every content before must still be there, but for zeros at its end.
   void expect_all_kept(contents const& before) const;
 };

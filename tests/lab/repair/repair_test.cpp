@@ -28,7 +28,7 @@ constexpr std::uintmax_t unit_bytes = 1048576;
 
 class repair_of : public support::damaged_recorder {
  protected:
-  repair_of() { fill_units(); }
+  repair_of() { support::mark_units(root() / "share"); }
 
   struct known_unit {
     std::string name;
@@ -133,11 +133,7 @@ TEST_P(repair_of_kind, leaves_every_other_unit_as_it_is) {
 INSTANTIATE_TEST_SUITE_P(kinds, repair_of_kind,
                          testing::Values("leak", "lost-unit", "unknown-file", "duplicate-unit",
                                          "short-unit", "null-ids", "wrong-volume", "stopped"),
-                         [](auto const& which) {
-                           std::string name = which.param;
-                           std::replace(name.begin(), name.end(), '-', '_');
-                           return name;
-                         });
+                         [](auto const& which) { return support::as_name(which.param); });
 
 TEST_F(repair_of, a_clean_recorder_changes_nothing) { expect_left({}); }
 

@@ -159,11 +159,7 @@ TEST_P(corpus_recipe, is_found_told_and_repaired) {
 }
 
 INSTANTIATE_TEST_SUITE_P(recipes, corpus_recipe, testing::ValuesIn(read_corpus(CORPUS_FOLDER)),
-                         [](auto const& which) {
-                           std::string name = which.param.name();
-                           std::replace(name.begin(), name.end(), '-', '_');
-                           return name;
-                         });
+                         [](auto const& which) { return support::as_name(which.param.name()); });
 
 TEST_F(corpus_test, recorders_are_made_as_ever) {
   std::set<words> all;

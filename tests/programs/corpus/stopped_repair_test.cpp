@@ -20,11 +20,6 @@ constexpr std::int64_t now_ms = 1'795'246'200'000;  // 2026-11-21 07:30:00 UTC
 constexpr int unusable = 3;
 constexpr int killed = 128 + 9;
 
-std::string without_zeros_at_end(std::string text) {
-  text.erase(text.find_last_not_of('\0') + 1);
-  return text;
-}
-
 class stopped_repair : public support::engine_test {
  protected:
   fs::path const recorder = root();
@@ -83,13 +78,7 @@ class stopped_repair : public support::engine_test {
   }
 
   // What all files hold, but for the zeros at their ends.
-  std::set<std::string> contents() const {
-    std::set<std::string> found;
-    for (auto const& entry : fs::recursive_directory_iterator(recorder / "share")) {
-      if (entry.is_regular_file()) found.insert(without_zeros_at_end(content_of(entry.path())));
-    }
-    return found;
-  }
+  std::set<std::string> contents() const { return written_in(contents_of(recorder / "share")); }
 
   outcome repair(environment const& extra = {}) const {
     return run({STLAB_FAULTS_PROGRAM, "check", recorder, "--repair", "--give-up"}, extra, "/");

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cctype>
 #include <map>
 #include <memory>
 #include <regex>
@@ -97,11 +96,7 @@ class by_words : public reproduction, public testing::WithParamInterface<words> 
 
 // The words as a name.
 std::string name_of(testing::TestParamInfo<words> const& info) {
-  std::string name = text_of(info.param);
-  for (char& each : name) {
-    if (std::isalnum(static_cast<unsigned char>(each)) == 0) each = '_';
-  }
-  return name;
+  return support::as_name(text_of(info.param));
 }
 
 // What the others rest on: a copy of the recorder is as sound as it was.
