@@ -18,6 +18,7 @@
 #include "long_checks.h"
 #include "storage/service.h"
 
+namespace fault_support {
 namespace {
 
 using fault_loop::ending;
@@ -37,16 +38,14 @@ void through_client(path const& recorder) {
 }
 
 stream_info main_stream_of(lab::recorder const& in) {
-  return client::stream_of(in.channels().front(), fault_support::main_stream.recording_type,
-                           fault_support::main_stream.number);
+  return client::stream_of(in.channels().front(), main_stream.recording_type, main_stream.number);
 }
 
 template <typename Storage>
 void recycle_through(Storage& storage, kivsid const& where, stream_info const& of) {
   int const started = storage.init(where);
-  int const result = started != 0 ? started
-                                  : storage.recycle_stream_data(of, fault_support::always.start_ms,
-                                                                fault_support::always.end_ms, 0);
+  int const result =
+      started != 0 ? started : storage.recycle_stream_data(of, always.start_ms, always.end_ms, 0);
   storage.uninit();
   if (result != 0) throw lab::error("the service says " + std::to_string(result));
 }
@@ -65,22 +64,18 @@ void recycle_through_unit(path const& recorder) {
   recycle_through(unit, client::volume_id(reader.volumes().front()), main_stream_of(reader));
 }
 
-void record(path const& recorder) {
-  writer(recorder).record(1, fault_support::main_stream, fault_support::now, 2);
-}
+void record(path const& recorder) { writer(recorder).record(1, main_stream, now, 2); }
 
 // Both volumes hold a period that has expired, the first one two.
 void make_expired(path const& recorder) {
-  fault_support::make_leaking(recorder);
+  make_leaking(recorder);
   auto recorded = writer(recorder);
-  recorded.record(1, fault_support::main_stream, fault_support::now - 20 * fault_support::hour, 1);
-  recorded.record(1, fault_support::main_stream, fault_support::now - 21 * fault_support::hour, 1);
-  recorded.record(2, fault_support::main_stream, fault_support::now - 20 * fault_support::hour, 1);
+  recorded.record(1, main_stream, now - 20 * hour, 1);
+  recorded.record(1, main_stream, now - 21 * hour, 1);
+  recorded.record(2, main_stream, now - 20 * hour, 1);
 }
 
-void expire(path const& recorder) {
-  writer(recorder).expire(fault_support::now - 10 * fault_support::hour);
-}
+void expire(path const& recorder) { writer(recorder).expire(now - 10 * hour); }
 
 void change_volumes(lab::recorder& in) {
   in.change_volumes({{1, "first", 2, 3}, {2, "second", 2, 4}});
@@ -105,22 +100,22 @@ void expect_sound(scenario const& what, int least_points) {
   EXPECT_EQ(what.with == scenario::journal::kept, result.full_runs > 0);
 }
 
-TEST(faults, in_recording) { expect_sound({"record", fault_support::make_leaking, record}, 50); }
+TEST(faults, in_recording) { expect_sound({"record", make_leaking, record}, 50); }
 
 TEST(faults, in_recycling_through_the_tier) {
-  expect_sound({"recycle through the tier", fault_support::make_leaking, recycle_through_tier,
+  expect_sound({"recycle through the tier", make_leaking, recycle_through_tier,
                 scenario::scope::volume_by_volume},
                80);
 }
 
 TEST(faults, in_recycling_through_the_unit) {
-  expect_sound({"recycle through the unit", fault_support::make_leaking, recycle_through_unit}, 40);
+  expect_sound({"recycle through the unit", make_leaking, recycle_through_unit}, 40);
 }
 
 TEST(faults, in_retention) { expect_sound({"expire", make_expired, expire}, 70); }
 
 TEST(faults, in_setting_volumes) {
-  expect_sound({"volset", fault_support::make_leaking,
+  expect_sound({"volset", make_leaking,
                 [](path const& recorder) {
                   auto changing = writer(recorder);
                   change_volumes(changing);
@@ -133,7 +128,7 @@ void remove_journal(path const& recorder) {
 }
 
 void make_without_journal(path const& recorder) {
-  fault_support::make_leaking(recorder);
+  make_leaking(recorder);
   remove_journal(recorder);
 }
 
@@ -169,10 +164,9 @@ void change_volumes_without_the_journal(path const& recorder) {
 }
 
 TEST(faults, in_setting_volumes_without_the_journal) {
-  expect_sound(
-      {"volset without the journal", fault_support::make_leaking,
-       change_volumes_without_the_journal, scenario::scope::whole, scenario::journal::lost},
-      15);
+  expect_sound({"volset without the journal", make_leaking, change_volumes_without_the_journal,
+                scenario::scope::whole, scenario::journal::lost},
+               15);
 }
 
 // Lost units of the first volume and their hour folders.
@@ -218,7 +212,7 @@ void recycle_without_a_marker(path const& recorder, first order) {
 
 void expect_broken(std::string const& name, first order) {
   auto const recycle = [order](path const& recorder) { recycle_without_a_marker(recorder, order); };
-  EXPECT_FALSE(fault_loop::run_all({name, fault_support::make_leaking, recycle}).broken.empty());
+  EXPECT_FALSE(fault_loop::run_all({name, make_leaking, recycle}).broken.empty());
 }
 
 TEST(faults, are_what_breaks_a_recycling_that_frees_first) {
@@ -277,7 +271,7 @@ class making_loop {
     support::temporary_folder const temporary(support::medium::memory);
     path const recorder = temporary.path() / "below" / "recorder";
     auto const ran = fault_loop::run(make_tiny, recorder, injected);
-    states_.insert(fault_support::digest_of(temporary.path()));
+    states_.insert(digest_of(temporary.path()));
     auto problems = problems_of_making(recorder, ran.how);
     if (ran.how == ending::broken) problems.push_back(ran.text);
     for (auto const& problem : problems) {
@@ -318,3 +312,4 @@ TEST(faults, in_making_a_recorder) {
 }
 
 }  // namespace
+}  // namespace fault_support

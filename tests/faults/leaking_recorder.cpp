@@ -1,16 +1,10 @@
 #include "leaking_recorder.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstdlib>
-#include <functional>
 #include <sstream>
-#include <stdexcept>
 #include <system_error>
 
 #include "lab/catalogue/sqlite.h"
@@ -35,30 +29,9 @@ struct stat status_of(fs::path const& path) {
   return found;
 }
 
-struct data_segment {
-  off_t start;
-  std::string bytes;
-};
-
-// What was ever written to a file; the rest of it reads as zeros.
-std::vector<data_segment> data_of(fs::path const& path) {
-  lab::descriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  must(file.number() >= 0, path);
-  std::vector<data_segment> found;
-  for (off_t end = 0;;) {
-    off_t const start = lseek(file.number(), end, SEEK_DATA);
-    if (start < 0) break;
-    end = lseek(file.number(), start, SEEK_HOLE);
-    std::string bytes(static_cast<std::size_t>(end - start), '\0');
-    must(pread(file.number(), bytes.data(), bytes.size(), start) == end - start, path);
-    found.push_back({start, std::move(bytes)});
-  }
-  return found;
-}
-
 std::string content_of(fs::path const& path) {
   std::string content;
-  for (auto const& [start, bytes] : data_of(path)) {
+  for (auto const& [start, bytes] : support::data_of(path)) {
     // Zeros that were written are no other content than those that were not.
     auto const last = bytes.find_last_not_of('\0');
     if (last == std::string::npos) continue;
@@ -67,25 +40,7 @@ std::string content_of(fs::path const& path) {
   return content;
 }
 
-bool is_unit(fs::path const& file) { return file.filename().string().compare(0, 4, "unit") == 0; }
-
 bool is_journal(fs::path const& file) { return file.extension() == ".db-journal"; }
-
-void clone_file(fs::path const& from, fs::path const& to) {
-  auto const status = status_of(from);
-  lab::descriptor const copy(open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-  must(copy.number() >= 0, to);
-  if (status.st_size > 0) {
-    bool const has_blocks = is_unit(from) || is_journal(from);
-    int const result = has_blocks ? posix_fallocate(copy.number(), 0, status.st_size)
-                                  : ftruncate(copy.number(), status.st_size);
-    must(result == 0, to);
-  }
-  for (auto const& [start, bytes] : data_of(from)) {
-    auto const size = static_cast<ssize_t>(bytes.size());
-    must(pwrite(copy.number(), bytes.data(), bytes.size(), start) == size, to);
-  }
-}
 
 // Sorted, so that two walks over the same tree go the same way.
 std::vector<fs::path> all_below(fs::path const& folder) {
@@ -241,24 +196,6 @@ void leak(lab::recorder& in, std::int64_t volume_id, std::int64_t hour_ms) {
 }
 
 }  // namespace
-
-void copy_tree(fs::path const& from, fs::path const& to) {
-  fs::create_directory(to);
-  std::map<ino_t, fs::path> copies;
-  for (auto const& path : all_below(from)) {
-    auto const copy = to / path.lexically_relative(from);
-    if (fs::is_directory(path)) {
-      fs::create_directory(copy);
-      continue;
-    }
-    auto const [first, is_new] = copies.emplace(status_of(path).st_ino, copy);
-    if (is_new) {
-      clone_file(path, copy);
-    } else {
-      fs::create_hard_link(first->second, copy);
-    }
-  }
-}
 
 std::string digest_of(fs::path const& folder) {
   std::map<ino_t, std::size_t> files;

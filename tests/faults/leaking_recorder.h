@@ -17,6 +17,7 @@ namespace fault_support {
 
 namespace fs = std::filesystem;
 
+using support::copy_tree;
 using support::hour;
 using support::now;
 inline constexpr lab::span always{0, 4'000'000'000'000};
@@ -24,10 +25,6 @@ inline constexpr lab::span always{0, 4'000'000'000'000};
 // The stream that the operations under test are about, and its channel's id.
 inline constexpr lab::stream main_stream{1, 4, 0};
 inline constexpr char const* main_stream_folders = "ch01_NR_S00_";
-
-// Copies a recorder as it lies on disk: hard links stay links among the copies.
-// Units have blocks of their own.
-void copy_tree(fs::path const& from, fs::path const& to);
 
 // The same for two folders that hold the same, as far as a recorder can tell:
 // what a cold journal was used for last makes no difference.

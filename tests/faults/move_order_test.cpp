@@ -9,9 +9,9 @@
 #include "fault_points.h"
 #include "leaking_recorder.h"
 
+namespace fault_support {
 namespace {
 
-namespace fs = std::filesystem;
 namespace points = lab::fault_points;
 using points::call;
 using strings = std::vector<std::string>;
@@ -26,7 +26,7 @@ bool writes_catalogue(points::point const& at) {
 taken_steps steps_of(std::function<void(lab::recorder&)> const& operation) {
   support::temporary_folder const temporary(support::medium::memory);
   auto const recorder = temporary.path() / "recorder";
-  fault_support::make_leaking(recorder);
+  make_leaking(recorder);
   auto writer = lab::recorder::open(recorder, lab::access::read_write);
   taken_steps taken;
   points::watch const watching([&taken](points::point const& at) {
@@ -41,16 +41,13 @@ taken_steps steps_of(std::function<void(lab::recorder&)> const& operation) {
 
 // Two units in two hour folders come back.
 taken_steps recycling() {
-  return steps_of([](lab::recorder& writer) {
-    EXPECT_EQ(2, writer.recycle(1, fault_support::main_stream, fault_support::always));
-  });
+  return steps_of(
+      [](lab::recorder& writer) { EXPECT_EQ(2, writer.recycle(1, main_stream, always)); });
 }
 
 // Two units go into one hour folder that is new.
 taken_steps recording() {
-  return steps_of([](lab::recorder& writer) {
-    writer.record(1, fault_support::main_stream, fault_support::now, 2);
-  });
+  return steps_of([](lab::recorder& writer) { writer.record(1, main_stream, now, 2); });
 }
 
 // What is not certain to be on disk yet, and which steps came too early.
@@ -209,3 +206,4 @@ TEST(move_order, needs_every_sync_of_a_folder) {
 }
 
 }  // namespace
+}  // namespace fault_support

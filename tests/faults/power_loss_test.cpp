@@ -15,9 +15,9 @@
 #include "lab/volume/moves.h"
 #include "power_loss_model.h"
 
+namespace fault_support {
 namespace {
 
-namespace fs = std::filesystem;
 namespace points = lab::fault_points;
 using power_loss::layout;
 using power_loss::path;
@@ -119,8 +119,8 @@ class moving {
  public:
   moving(std::string name, std::function<void(lab::recorder&)> const& operation)
       : name_(std::move(name)) {
-    fault_support::make_leaking(start());
-    fault_support::copy_tree(start(), after());
+    make_leaking(start());
+    copy_tree(start(), after());
     fs::create_directory(catalogues());
     recording recorded(after(), catalogues());
     recorded.of(operation);
@@ -131,9 +131,9 @@ class moving {
 
   // What is wrong with some state that the steps can leave.
   strings problems(power_loss::steps const& taken) const {
-    fault_support::origin const origin(start());
-    auto const before = fault_support::summary_of(start());
-    auto const done = fault_support::summary_of(after());
+    origin const origin(start());
+    auto const before = summary_of(start());
+    auto const done = summary_of(after());
     auto const found = power_loss::all_states(power_loss::layout_of(storage_in(start())), taken);
     strings problems;
     for (auto const& each : found.states) {
@@ -156,7 +156,7 @@ class moving {
 
   void lay_out(state const& wanted) const {
     fs::remove_all(scratch());
-    fault_support::copy_tree(start(), scratch());
+    copy_tree(start(), scratch());
     fs::remove(scratch() / "catalogue.db");
     fs::remove(scratch() / "catalogue.db-journal");
     fs::copy_file(catalogues() / std::to_string(wanted.commits), scratch() / "catalogue.db");
@@ -183,13 +183,13 @@ class moving {
     fs::remove_all(aside);
   }
 
-  strings problems_of(state const& each, fault_support::origin const& origin, strings const& before,
+  strings problems_of(state const& each, origin const& origin, strings const& before,
                       strings const& done) const {
-    auto problems = fault_support::problems_when_stopped(scratch(), origin);
+    auto problems = problems_when_stopped(scratch(), origin);
     lab::recorder::open(scratch(), lab::access::read_write);
-    auto const finished = fault_support::problems_when_finished(scratch(), origin);
+    auto const finished = problems_when_finished(scratch(), origin);
     problems.insert(problems.end(), finished.begin(), finished.end());
-    auto const now = fault_support::summary_of(scratch());
+    auto const now = summary_of(scratch());
     bool const last = each.commits == commits();
     if (now != done && (last || now != before)) problems.emplace_back("is done in part");
     for (auto const& unit : each.on_disk.units) {
@@ -221,16 +221,15 @@ class moving {
 // Two units in two hour folders come back.
 moving const& recycling() {
   static moving const two("recycle", [](lab::recorder& writer) {
-    EXPECT_EQ(2, writer.recycle(1, fault_support::main_stream, fault_support::always));
+    EXPECT_EQ(2, writer.recycle(1, main_stream, always));
   });
   return two;
 }
 
 // Two units go into one hour folder that is new.
 moving const& recording_units() {
-  static moving const two("record", [](lab::recorder& writer) {
-    writer.record(1, fault_support::main_stream, fault_support::now, 2);
-  });
+  static moving const two("record",
+                          [](lab::recorder& writer) { writer.record(1, main_stream, now, 2); });
   return two;
 }
 
@@ -305,10 +304,10 @@ using journal_lengths = std::set<journal_length>;
 class journal_put_back {
  public:
   explicit journal_put_back(journal_length before) : before_(before) {
-    fault_support::make_leaking(start());
+    make_leaking(start());
     whole_ = fs::file_size(journal());
     lay_out(before);
-    fault_support::copy_tree(start(), kept());
+    copy_tree(start(), kept());
     points::watch const watching([this](points::point const& at) {
       steps_.push_back(at.what);
       return 0;
@@ -343,16 +342,15 @@ class journal_put_back {
   // What is wrong with a recorder whose journal was left so long.
   strings problems(journal_length left) {
     fs::remove_all(start());
-    fault_support::copy_tree(kept(), start());
+    copy_tree(kept(), start());
     lay_out(left);
-    fault_support::origin const origin(start());
-    auto const before = fault_support::summary_of(start());
-    auto problems = fault_support::problems_when_stopped(start(), origin);
+    origin const origin(start());
+    auto const before = summary_of(start());
+    auto problems = problems_when_stopped(start(), origin);
     lab::recorder::open(start(), lab::access::read_write);
-    auto const finished = fault_support::problems_when_finished(start(), origin);
+    auto const finished = problems_when_finished(start(), origin);
     problems.insert(problems.end(), finished.begin(), finished.end());
-    if (fault_support::summary_of(start()) != before)
-      problems.emplace_back("the catalogue has changed");
+    if (summary_of(start()) != before) problems.emplace_back("the catalogue has changed");
     if (fs::file_size(journal()) != whole_) problems.emplace_back("the journal is not whole");
     return problems;
   }
@@ -403,3 +401,4 @@ TEST(power_loss_model, catches_a_journal_that_is_not_synced) {
 }
 
 }  // namespace
+}  // namespace fault_support

@@ -1,12 +1,15 @@
 #include "engine_test.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 #include <stdexcept>
+#include <system_error>
 
 #include "environment.h"
 #include "lab/make/make.h"
@@ -26,6 +29,58 @@ lab::make_options small(std::function<void(lab::make_options&)> const& change) {
   options.now_ms = now;
   if (change) change(options);
   return options;
+}
+
+namespace {
+
+void must(bool holds, fs::path const& path) {
+  if (!holds) throw std::system_error(errno, std::generic_category(), path.string());
+}
+
+void clone_file(fs::path const& from, fs::path const& to) {
+  auto const size = static_cast<off_t>(fs::file_size(from));
+  lab::descriptor const copy(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+  must(copy.number() >= 0, to);
+  bool const has_blocks = begins_with(from.filename(), "unit") || from.extension() == ".db-journal";
+  must(size == 0 || !has_blocks || posix_fallocate(copy.number(), 0, size) == 0, to);
+  must(ftruncate(copy.number(), size) == 0, to);
+  for (auto const& [start, bytes] : data_of(from)) {
+    auto const count = static_cast<ssize_t>(bytes.size());
+    must(pwrite(copy.number(), bytes.data(), bytes.size(), start) == count, to);
+  }
+}
+
+}  // namespace
+
+std::map<off_t, std::string> data_of(fs::path const& file) {
+  lab::descriptor const opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  must(opened.number() >= 0, file);
+  std::map<off_t, std::string> found;
+  for (off_t end = 0;;) {
+    off_t const start = lseek(opened.number(), end, SEEK_DATA);
+    if (start < 0) return found;
+    end = lseek(opened.number(), start, SEEK_HOLE);
+    std::string bytes(static_cast<std::size_t>(end - start), '\0');
+    must(pread(opened.number(), bytes.data(), bytes.size(), start) == end - start, file);
+    found.emplace(start, std::move(bytes));
+  }
+}
+
+void copy_tree(fs::path const& from, fs::path const& to) {
+  fs::create_directories(to);
+  std::map<ino_t, fs::path> copies;
+  for (auto const& [name, each] : snapshot_of(from, depth::names_only)) {
+    if (S_ISDIR(each.mode)) {
+      fs::create_directory(to / name);
+      continue;
+    }
+    auto const [first, is_new] = copies.emplace(each.inode, to / name);
+    if (is_new) {
+      clone_file(from / name, to / name);
+    } else {
+      fs::create_hard_link(first->second, to / name);
+    }
+  }
 }
 
 engine_test::engine_test() : root_(temporary_.path() / "recorder") { scrub_environment(); }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,13 @@ std::string failure_of(Operation const& operation) {
   }
   return {};
 }
+
+// What was ever written to a file, by where it begins; the rest reads as zeros.
+std::map<off_t, std::string> data_of(std::filesystem::path const& file);
+
+// Copies a recorder as it lies on disk: hard links stay links among the copies.
+// Units and journals have blocks of their own.
+void copy_tree(std::filesystem::path const& from, std::filesystem::path const& to);
 
 // The environment of the test is scrubbed.
 class engine_test : public testing::Test {

@@ -1,47 +1,18 @@
 #include "lying_recorder.h"
 
-#include <fcntl.h>
 #include <sqlite3.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <memory>
 #include <stdexcept>
-#include <system_error>
+
+#include "engine_test.h"
 
 namespace hostile {
 
 namespace fs = std::filesystem;
-using support::content_of;
 using support::write_file;
 
 namespace {
-
-// Units hold a short head and zeros; their blocks are allocated.
-void clone_file(fs::path const& from, fs::path const& to) {
-  constexpr std::size_t head = 4096;
-  std::string content = content_of(from);
-  auto const size = static_cast<off_t>(content.size());
-  bool const is_unit =
-      content.size() > head && content.find_first_not_of('\0', head) == std::string::npos;
-  if (is_unit) content.resize(head);
-  write_file(to, content);
-  int const file = ::open(to.c_str(), O_WRONLY | O_CLOEXEC);
-  int const problem = file < 0 ? errno : ::posix_fallocate(file, 0, size);
-  if (file >= 0) ::close(file);
-  if (problem != 0) throw std::system_error(problem, std::generic_category(), to.string());
-}
-
-void clone_tree(fs::path const& from, fs::path const& to) {
-  fs::create_directories(to);
-  for (auto const& entry : fs::directory_iterator(from)) {
-    if (entry.is_directory()) {
-      clone_tree(entry.path(), to / entry.path().filename());
-    } else {
-      clone_file(entry.path(), to / entry.path().filename());
-    }
-  }
-}
 
 // What somebody has beside a recorder, with names that the recorder uses too.
 void lay_victim(fs::path const& victim, fs::path const& recorder_of) {
@@ -55,8 +26,8 @@ void lay_victim(fs::path const& victim, fs::path const& recorder_of) {
     write_file(victim / "tree/preallocate" / name, "a file in preallocate\n");
     write_file(victim / "tree" / name, "a file\n");
   }
-  clone_file(recorder_of / "catalogue.db", victim / "database");
-  clone_tree(recorder_of, victim / "recorder");
+  fs::copy_file(recorder_of / "catalogue.db", victim / "database");
+  support::copy_tree(recorder_of, victim / "recorder");
 }
 
 words stlab_line(words const& command, fs::path const& recorder) {
@@ -97,7 +68,7 @@ recorder_template::recorder_template() {
 }
 
 lying_recorder::lying_recorder(recorder_template const& from) {
-  clone_tree(from.path(), recorder_);
+  support::copy_tree(from.path(), recorder_);
   lay_victim(victim_, from.path());
 }
 
