@@ -75,10 +75,10 @@ class corpus_recipe : public corpus_test, public testing::WithParamInterface<rec
   void tell(std::string const& command, outcome const& result) {
     std::string text = result.output + result.errors;
     if (result.status != 0) text += "[" + std::to_string(result.status) + "]\n";
-    if (!findings_.empty() && support::begins_with(text, findings_)) {
-      text.replace(0, findings_.size(), "(the findings)\n");
+    if (!findings.empty() && support::begins_with(text, findings)) {
+      text.replace(0, findings.size(), "(the findings)\n");
     }
-    told_.tell(command, wherever_it_lies(text));
+    told.tell(command, wherever_it_lies(text));
   }
 
   outcome tell_stlab(std::string const& command, words const& options = {}) {
@@ -96,8 +96,8 @@ class corpus_recipe : public corpus_test, public testing::WithParamInterface<rec
 
   void tell_volumes() {
     std::string const now = shown();
-    told_.tell("stlab show recorder | sed /^channels/Q",
-               now == made_ ? "(as it was made: see made.txt)\n" : now);
+    told.tell("stlab show recorder | sed /^channels/Q",
+              now == made_ ? "(as it was made: see made.txt)\n" : now);
   }
 
   void tell_st() {
@@ -116,11 +116,11 @@ class corpus_recipe : public corpus_test, public testing::WithParamInterface<rec
       }
     }
     std::sort(found.begin(), found.end());
-    for (std::string const& name : found) told_.add("set aside: " + name);
+    for (std::string const& name : found) told.add("set aside: " + name);
   }
 
-  support::session told_;
-  std::string findings_;  // of the first check
+  support::session told;
+  std::string findings;  // of the first check
 
  private:
   std::vector<std::string> damage_;
@@ -138,7 +138,7 @@ TEST_P(corpus_recipe, is_found_told_and_repaired) {
   outcome const first = tell_stlab("check");
   ASSERT_EQ(first.status, 1);
   ASSERT_EQ(classes_in(first.output), GetParam().classes);
-  findings_ = first.output;
+  findings = first.output;
   ASSERT_EQ(picture_now(), damaged) << "check changes nothing";
   tell_st();
 
@@ -155,7 +155,7 @@ TEST_P(corpus_recipe, is_found_told_and_repaired) {
   tell_lost_and_found();
   tell_volumes();
   tell_st();
-  support::expect_golden(GetParam().file, GetParam().head + told_.text());
+  support::expect_golden(GetParam().file, GetParam().head + told.text());
 }
 
 INSTANTIATE_TEST_SUITE_P(recipes, corpus_recipe, testing::ValuesIn(read_corpus(CORPUS_FOLDER)),

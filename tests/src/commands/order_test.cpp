@@ -122,12 +122,12 @@ TEST(order, spacelist) {
 }
 
 TEST(order, vollist) {
+  std::string const listed =
+      "[01] [Vol1], [NORMAL] [ACTIVE             ], total size 1 GB, used 0 MB, use 0.00%\n";
   EXPECT_EQ(run({"vollist", "Storage1"}),
             dispatched({"setting.get_space_list()", "Space: Storage1\n",
                         "[Storage1], total size: 2 GB, used: 512 MB, use 25.00% " + normal_status,
-                        "\n", "setting.get_volume_list()",
-                        "[01] [Vol1], [NORMAL] [ACTIVE             ], total size 1 GB, used 0 MB, "
-                        "use 0.00%\n"}));
+                        "\n", "setting.get_volume_list()", listed}));
 }
 
 TEST(order, volset) {
@@ -189,6 +189,9 @@ TEST(order, autoclean) {
   auto const probe = [&](std::string const& name) {
     return "velt_popen(r, /usr/bin/du, " + folder_of(name) + ")";
   };
+  std::string const announced =
+      "Size lost 2000 MB over 100 MB(%5) is not resonable. Start to recycle volume using space "
+      "...\n";
   // A leaking volume, the n-th.
   auto const leaking = [&](int n, std::string const& name) {
     auto const recycled = [&](int, int type, int stream) {
@@ -201,9 +204,7 @@ TEST(order, autoclean) {
     return chain(
         {{probe(name), "velt_pclose()",
           "Volume [" + name + "] total size 1 GB(2000 MB), used 0 MB(preallocate_remain 0 MB).\n",
-          "Size lost 2000 MB over 100 MB(%5) is not resonable. Start to recycle volume using "
-          "space ...\n",
-          "setting.get_channel_list(1)", clock_read},
+          announced, "setting.get_channel_list(1)", clock_read},
          stream_walk(n, channel_c, recycled, clocked_lookup)});
   };
   EXPECT_EQ(
