@@ -29,17 +29,12 @@ TEST_F(stlab_check, a_broken_catalogue_is_no_usable_recorder) {
 }
 
 TEST_F(stlab_check, check_tells_a_name_of_several_lines_in_one) {
-  fs::path const volume = recorder / "share" / "vol1";
-  std::ofstream(volume / "a\nleak: volume vol1: b") << "content";
-  outcome const found = check();
-  EXPECT_EQ(1, found.status);
-  EXPECT_EQ("unknown: volume vol1: unknown file a\\x0aleak: volume vol1: b\n", found.output);
+  std::ofstream(recorder / "share" / "vol1" / "a\nleak: volume vol1: b") << "content";
+  expect_ended(check(), 1, "unknown: volume vol1: unknown file a\\x0aleak: volume vol1: b\n");
 }
 
 TEST_F(stlab_check, check_tells_clean_from_findings) {
-  outcome const clean = check();
-  EXPECT_EQ(0, clean.status);
-  EXPECT_EQ("clean\n", clean.output);
+  expect_done(check(), "clean\n");
   fs::remove(*fs::directory_iterator(preallocate(volume(0).id)));
   outcome const damaged = check();
   EXPECT_EQ(1, damaged.status);
@@ -64,26 +59,23 @@ TEST_F(stlab_check, repair_tells_what_it_did_what_failed_and_what_is_left) {
   record(0, stream(0), 0, 1);
   writer().lose_storage_id({1});
   fs::remove(volume(1).path / "identity");
-  outcome const done = run("check --repair " + recorder.string());
-  EXPECT_EQ(1, done.status);
   std::string const period = "period 1 ch01_NR_S00_1970010100: ";
-  EXPECT_EQ(
-      "unknown: volume vol1: unknown file note\n"
-      "not-mounted: volume vol2: its identity is missing (see stlab mount)\n"
-      "null-id: " +
-          period +
-          "has no storage id\n"
-          "repaired: " +
-          period +
-          "has the storage id of its units' volume again\n"
-          "failed: volume vol1: " +
-          lost.string() +
-          ": is no folder\n"
-          "left: unknown: volume vol1: unknown file note; it may be somebody's\n"
-          "left: not-mounted: volume vol2: its identity is missing (see stlab mount); "
-          "nothing on it is touched\n"
-          "2 findings left\n",
-      done.output);
+  expect_ended(run("check --repair " + recorder.string()), 1,
+               "unknown: volume vol1: unknown file note\n"
+               "not-mounted: volume vol2: its identity is missing (see stlab mount)\n"
+               "null-id: " +
+                   period +
+                   "has no storage id\n"
+                   "repaired: " +
+                   period +
+                   "has the storage id of its units' volume again\n"
+                   "failed: volume vol1: " +
+                   lost.string() +
+                   ": is no folder\n"
+                   "left: unknown: volume vol1: unknown file note; it may be somebody's\n"
+                   "left: not-mounted: volume vol2: its identity is missing (see stlab mount); "
+                   "nothing on it is touched\n"
+                   "2 findings left\n");
 }
 
 class stlab_mount : public stlab_program::stlab_test {
