@@ -1,5 +1,6 @@
 // What may include what: cli knows commands, commands knows storage, storage
-// knows nobody; the lab knows the contract and neither cli nor commands.
+// knows nobody; the lab knows the contract and neither cli nor commands; bench
+// knows the contract, and nobody knows bench.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -119,6 +120,30 @@ TEST(layers, each_of_the_labs_rooms_knows_those_below_it) {
     below.insert(row.begin(), row.end());
   }
   EXPECT_EQ(files, sources("lab").size()) << "a source of the lab lies in none of its rooms";
+}
+
+// What is measured one by one, beside whole runs: routines without a service.
+std::set<std::string> const& measured_headers() {
+  static std::set<std::string> const headers{"commands/leak.h", "commands/recycling.h",
+                                             "commands/time_text.h"};
+  return headers;
+}
+
+TEST(layers, bench_knows_storage_and_the_routines_that_it_measures) {
+  for (include const& each : includes("bench")) {
+    if (!each.quoted || each.name.find('/') == std::string::npos) continue;
+    EXPECT_TRUE(layer_of(each.name) == "storage" || measured_headers().count(each.name) == 1)
+        << each.file << " includes " << each.name;
+  }
+}
+
+TEST(layers, nobody_knows_bench) {
+  for (char const* folder : {"src", "lab", "tests"}) {
+    for (include const& each : includes(folder)) {
+      EXPECT_EQ(each.name.find("bench/"), std::string::npos)
+          << each.file << " includes " << each.name;
+    }
+  }
 }
 
 TEST(includes, quoted_ones_of_the_program_exist_below_src) {
