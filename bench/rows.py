@@ -1,0 +1,67 @@
+"""What is measured: a row is two commands, A and B, and what A may cost of B.
+
+Texts of a row may hold {size}, one of the row's sizes, {last}, the number before
+it, {folder}, an empty folder of the row's own for each size, {bin}, where the
+built programs lie, and {bench}, where this file lies.
+"""
+
+from dataclasses import dataclass, field
+
+
+@dataclass(frozen=True)
+class Row:
+    name: str
+    a: tuple[str, ...]
+    b: tuple[str, ...]
+    limit: float  # the most that A may take, in times of B
+    sizes: tuple[int, ...] = (1,)
+    unit: str = ""  # what the sizes count; empty where there is but one
+    variables: dict[str, str] = field(default_factory=dict)
+    make: tuple[str, ...] = ()  # run once for each size, before anything else
+    prepare: tuple[str, ...] = ()  # run before each of the measured runs
+    # What is compared: "cpu", processor time with that of the children, or "wall",
+    # where a run waits for a disk.
+    clock: str = "cpu"
+
+
+def command(words, sizes, unit, limit=1.1, **variables):
+    """A row of st against the bare client, both on the generating library."""
+    return Row(
+        name=words.split()[0],
+        a=("{bin}/generated_st", *words.split()),
+        b=("{bin}/bare_client", *words.split()),
+        limit=limit,
+        sizes=sizes,
+        unit=unit,
+        variables={f"BENCH_{name.upper()}": value for name, value in variables.items()},
+    )
+
+
+# Makes {size} volumes with preallocated units for autoclean.
+VOLUMES = ("{bench}/make-volumes", "{folder}", "{size}")
+
+ROWS = (
+    Row("start", ("{bin}/generated_st",), ("{bin}/bare_client",), limit=1.1),
+    command("recoverid 0", (1,), ""),
+    command("spacelist", (100, 1000, 10000, 100000), "spaces", spaces="{size}"),
+    command("vollist Storage00000000", (100, 1000, 10000, 40000), "volumes", spaces="1",
+            volumes="{size}"),
+    command("volset vol{last:08} 1 0", (100, 1000, 10000, 40000), "volumes", volumes="{size}"),
+    command("volchn vol00000000", (100, 1000, 10000, 100000), "channels", volumes="1",
+            channels="{size}"),
+    command("voluse -1", (100, 1000, 10000, 40000), "volumes, a channel each", volumes="{size}",
+            channels="{size}"),
+    command("volclean -1", (10, 100, 1000, 4000), "channels on 2 spaces", channels="{size}"),
+    command("nullid -1", (100, 1000, 10000), "periods a stream, 80 streams", limit=1.0,
+            channels="10", periods="{size}", null_percent="100"),
+    command("spaceinfo Storage00000000", (10, 50, 200, 1000), "channels, 100 storage ids each",
+            channels="{size}", storage_ids="100"),
+    Row("autoclean, sound", ("{bin}/generated_st", "autoclean"),
+        ("{bench}/du-loop", "{folder}"), limit=1.1, sizes=(10, 30, 100), unit="volumes",
+        variables={"BENCH_FOLDER": "{folder}", "BENCH_VOLUMES": "{size}"}, make=VOLUMES),
+    Row("autoclean, leaking", ("{bin}/generated_st", "autoclean"),
+        ("{bin}/bare_client", "autoclean"), limit=1.1, sizes=(10, 30, 100),
+        unit="volumes, 32 channels",
+        variables={"BENCH_FOLDER": "{folder}", "BENCH_VOLUMES": "{size}",
+                   "BENCH_CHANNELS": "32", "BENCH_LEAKING_PERCENT": "100"}, make=VOLUMES),
+)
