@@ -57,7 +57,7 @@ ROWS = (
     command("spaceinfo Storage00000000", (10, 50, 200, 1000), "channels, 100 storage ids each",
             channels="{size}", storage_ids="100"),
     Row("autoclean, sound", ("{bin}/generated_st", "autoclean"),
-        ("{bench}/du-loop", "{folder}"), limit=1.1, sizes=(10, 30, 100), unit="volumes",
+        ("{bench}/du-loop", "{folder}"), limit=1.1, sizes=(30, 100, 300), unit="volumes",
         variables={"BENCH_FOLDER": "{folder}", "BENCH_VOLUMES": "{size}"}, make=VOLUMES),
     Row("autoclean, leaking", ("{bin}/generated_st", "autoclean"),
         ("{bin}/bare_client", "autoclean"), limit=1.1, sizes=(10, 30, 100),
