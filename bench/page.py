@@ -142,7 +142,7 @@ def routines_table(routines):
 def page(figures):
     rows = figures["rows"]
     missed = [row["name"] for row in rows if not row["kept"]]
-    verdict = "Limits missed: " + ", ".join(missed) if missed else "Every limit is kept."
+    verdict = "Limits missed: " + "; ".join(missed) if missed else "Every limit is kept."
     return f"""<!DOCTYPE html>
 <html lang="en"><meta charset="utf-8"><title>What st costs</title><style>{STYLE}</style>
 <h1>What st costs</h1>
