@@ -158,8 +158,8 @@ TEST(includes, angled_ones_of_the_program_are_standard_or_posix) {
       // C++
       "algorithm", "array", "cerrno", "climits", "cmath", "cstdarg", "cstddef", "cstdint", "cstdio",
       "cstdlib", "cstring", "ctime", "exception", "functional", "iterator", "limits", "list",
-      "memory", "optional", "stdexcept", "string", "string_view", "tuple", "type_traits", "utility",
-      "vector",
+      "memory", "optional", "stdexcept", "string", "string_view", "tuple", "type_traits",
+      "unordered_map", "utility", "vector",
       // POSIX
       "dirent.h", "fcntl.h", "limits.h", "stdlib.h", "sys/stat.h", "sys/types.h", "sys/wait.h",
       "time.h", "unistd.h"};

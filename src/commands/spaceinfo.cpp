@@ -1,6 +1,9 @@
 #include <cstdio>
 #include <list>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "commands/commands.h"
 #include "commands/lookup.h"
@@ -21,14 +24,25 @@ constexpr int configuration_days = 255;
 using pairing_list = std::list<channel_storage_info>;
 using storage_id_list = std::list<storage_id_text>;
 
-// Prints and returns the storage ids that are paired with the channel, each
-// cut to 31 characters.
-storage_id_list print_storage_ids(pairing_list const& pairings, channel_sid const& channel) {
-  storage_id_list storage_ids;
+// The pairings of each channel id, in the list's order; all of it lies in the list.
+using pairing_index =
+    std::unordered_map<std::string_view, std::vector<channel_storage_info const*>>;
+
+pairing_index by_channel(pairing_list const& pairings) {
+  pairing_index index;
   for (channel_storage_info const& pairing : pairings) {
-    if (field_text(pairing.channel.id) != field_text(channel.id)) continue;
+    index[field_text(pairing.channel.id)].push_back(&pairing);
+  }
+  return index;
+}
+
+// Prints and returns the storage ids of a channel's pairings, each cut to 31
+// characters.
+storage_id_list print_storage_ids(std::vector<channel_storage_info const*> const& pairings) {
+  storage_id_list storage_ids;
+  for (channel_storage_info const* const pairing : pairings) {
     storage_id_text& storage_id = storage_ids.emplace_back();
-    copy_text(storage_id.text, sizeof storage_id.text, field_text(pairing.storage_id));
+    copy_text(storage_id.text, sizeof storage_id.text, field_text(pairing->storage_id));
     std::printf("    storage_id: %s\n", storage_id.text);
   }
   return storage_ids;
@@ -112,6 +126,7 @@ void cmd_spaceinfo(IStorageSetting* setting, char const* space_name) {
 
   pairing_list pairings;
   setting->get_space_channel_storage_list(space->sid, pairings);
+  pairing_index const index = by_channel(pairings);
 
   CKivStorage storage;
   std::int64_t total = 0;
@@ -122,7 +137,7 @@ void cmd_spaceinfo(IStorageSetting* setting, char const* space_name) {
     if (field_text(pairing.channel.id) == field_text(current.id)) continue;
     current = identity_of(pairing.channel);
     std::printf("channel: %s\n", std::string(field_text(current.id)).c_str());
-    storage_id_list const storage_ids = print_storage_ids(pairings, current);
+    storage_id_list const storage_ids = print_storage_ids(index.at(field_text(current.id)));
     if (!print_channel(storage, current, storage_ids)) return;
     total = wrapping_sum(total, print_sizes(setting, space->sid, current));
   }
