@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <list>
+#include <optional>
 #include <utility>
 
 #include "commands/channel_walk.h"
@@ -8,6 +9,7 @@
 #include "storage/clock.h"
 #include "storage/handles.h"
 #include "storage/number.h"
+#include "storage/text.h"
 
 namespace st {
 
@@ -23,12 +25,21 @@ bool has_null_storage_id(time_period const& period) { return period.storage_id.t
 int print_null_periods(channel_sid const& channel, recording_type const& type,
                        std::list<time_period> const& periods, bool& header_due) {
   int printed = 0;
+  char start[256];
+  char end[256];
+  std::optional<std::time_t> last_end;
   for (time_period const& period : periods) {
     if (!has_null_storage_id(period)) continue;
-    char start[256];
-    char end[256];
-    format_time_text(static_cast<std::time_t>(period.start_time / 1000), start);
-    format_time_text(static_cast<std::time_t>(period.end_time / 1000), end);
+    auto const start_time = static_cast<std::time_t>(period.start_time / 1000);
+    auto const end_time = static_cast<std::time_t>(period.end_time / 1000);
+    // Most periods begin where the one before has ended.
+    if (last_end == start_time) {
+      copy_text(start, sizeof start, end);
+    } else {
+      format_time_text(start_time, start);
+    }
+    format_time_text(end_time, end);
+    last_end = end_time;
     if (std::exchange(header_due, false)) {
       std::printf("ch%.2d list:\n", shown_channel(channel.number));
     }

@@ -186,6 +186,17 @@ std::vector<run_case> const periods = {
             "ch01 list:\n\t[NR S07] [2026-1-05 12:00:00]-[2026-1-05 12:00:00]\n" + total(1)),
     listing("half_seconds_are_cut_off", {period(noon + 500, noon + 1999)},
             "ch01 list:\n\t[NR S00] [2026-1-05 12:00:00]-[2026-1-05 12:00:01]\n" + total(1)),
+    listing("each_period_shows_its_own_bounds_where_it_meets_the_one_before_and_where_not",
+            {period(0, 1000), period(1500, 4000), period(4999, 6000),
+             period(noon, noon + 1000, 1, filled(32, 'v')), period(noon + 1000, noon + 3000),
+             period(noon + 2000, noon + 2000)},
+            "ch01 list:\n"
+            "\t[NR S00] [1970-1-01 00:00:00]-[1970-1-01 00:00:01]\n"
+            "\t[NR S00] [1970-1-01 00:00:01]-[1970-1-01 00:00:04]\n"
+            "\t[NR S00] [1970-1-01 00:00:04]-[1970-1-01 00:00:06]\n"
+            "\t[NR S00] [2026-1-05 12:00:01]-[2026-1-05 12:00:03]\n"
+            "\t[NR S00] [2026-1-05 12:00:02]-[2026-1-05 12:00:02]\n" +
+                total(5)),
     listing("half_seconds_are_cut_toward_zero_before_the_epoch_too", {period(-500, -1500)},
             "ch01 list:\n\t[NR S00] [1970-1-01 00:00:00]-[1969-12-31 23:59:59]\n" + total(1)),
 };
