@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <limits>
 #include <system_error>
+#include <utility>
 
 #include "lab/disk/file_steps.h"
 
@@ -141,7 +142,8 @@ void database::closer::operator()(sqlite3* connection) const noexcept {
 
 database::database(std::filesystem::path const& file, mode how,
                    std::chrono::milliseconds lock_timeout)
-    : lock_timeout_(std::make_unique<std::chrono::milliseconds>(lock_timeout)) {
+    : lock_timeout_(std::make_unique<std::chrono::milliseconds>(lock_timeout)),
+      prepared_(std::make_unique<prepared_statements>()) {
   sqlite3* connection = nullptr;
   int const result = steps::open_database(file, &connection, open_flags(how));
   connection_.reset(connection);
@@ -202,11 +204,27 @@ std::int64_t database::last_id() const { return sqlite3_last_insert_rowid(connec
 
 std::int64_t database::changes() const { return sqlite3_changes64(connection()); }
 
-void statement::finalizer::operator()(sqlite3_stmt* prepared) const noexcept {
+void database::finalizer::operator()(sqlite3_stmt* prepared) const noexcept {
   sqlite3_finalize(prepared);
 }
 
-statement::statement(database const& of, std::string_view text) {
+void statement::returner::operator()(sqlite3_stmt* prepared) const noexcept {
+  std::unique_ptr<sqlite3_stmt, database::finalizer> used(prepared);
+  sqlite3_reset(prepared);
+  sqlite3_clear_bindings(prepared);
+  auto const place = to->find(std::string_view(sqlite3_sql(prepared)));
+  if (place != to->end() && !place->second) place->second = std::move(used);
+}
+
+statement::statement(database const& of, std::string_view text)
+    : prepared_(nullptr, returner{of.prepared_.get()}) {
+  auto& kept = *of.prepared_;
+  auto place = kept.find(text);
+  if (place == kept.end()) place = kept.try_emplace(std::string(text)).first;
+  if (place->second) {
+    prepared_.reset(place->second.release());
+    return;
+  }
   sqlite3_stmt* prepared = nullptr;
   int const result = sqlite3_prepare_v2(of.connection(), text.data(), static_cast<int>(text.size()),
                                         &prepared, nullptr);

@@ -6,6 +6,8 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -69,14 +71,23 @@ class database {
   sqlite3* connection() const { return connection_.get(); }
 
  private:
+  friend class statement;
   struct closer {
     void operator()(sqlite3* connection) const noexcept;
   };
+  struct finalizer {
+    void operator()(sqlite3_stmt* prepared) const noexcept;
+  };
+  // By their texts; null while one is in use.
+  using prepared_statements =
+      std::map<std::string, std::unique_ptr<sqlite3_stmt, finalizer>, std::less<>>;
   std::unique_ptr<std::chrono::milliseconds> lock_timeout_;  // which the connection refers to
   std::unique_ptr<sqlite3, closer> connection_;
+  std::unique_ptr<prepared_statements> prepared_;
 };
 
-// One prepared statement. It must not outlive its database.
+// One prepared statement. It must not outlive its database, which keeps it for the
+// next one of that text.
 class statement {
  public:
   statement(database const& of, std::string_view text);
@@ -104,8 +115,10 @@ class statement {
   std::string text(int column) const;
 
  private:
-  struct finalizer {
+  // Gives a statement back to its database.
+  struct returner {
     void operator()(sqlite3_stmt* prepared) const noexcept;
+    database::prepared_statements* to;
   };
 
   void restart();
@@ -114,7 +127,7 @@ class statement {
   void bind(int position, std::string_view value);
   void bind(int position, std::optional<std::int32_t> const& value);
 
-  std::unique_ptr<sqlite3_stmt, finalizer> prepared_;
+  std::unique_ptr<sqlite3_stmt, returner> prepared_;
 };
 
 enum class transaction_kind { reading, writing };

@@ -29,17 +29,6 @@ text_block allocate_text(std::string const& text) {
   return block;
 }
 
-std::vector<std::string> own_storage_ids(recorder const& from, std::int64_t channel_id) {
-  std::vector<std::string> ids;
-  for (space const& each : from.spaces()) {
-    for (pairing const& paired : from.pairings(each.id)) {
-      if (paired.channel_id != channel_id) continue;
-      ids.push_back(paired.storage_id.substr(0, compared_characters));
-    }
-  }
-  return ids;
-}
-
 std::vector<std::string> asked_storage_ids(std::list<storage_id_text> const& storage_ids) {
   std::vector<std::string> ids;
   for (storage_id_text const& each : storage_ids) {
@@ -75,9 +64,9 @@ int recording_days(char const* name, recorder const& from, channel_sid const& of
       days, [&] {
         if (days == nullptr) throw error("there is no place for the days");
         std::int64_t const channel_id = find_channel(from, of).id;
-        *days = allocate_days(from.days(channel_id, recording_type,
-                                        storage_ids.empty() ? own_storage_ids(from, channel_id)
-                                                            : asked_storage_ids(storage_ids)));
+        *days = allocate_days(from.days(
+            channel_id, recording_type,
+            storage_ids.empty() ? from.storage_ids(channel_id) : asked_storage_ids(storage_ids)));
       });
 }
 

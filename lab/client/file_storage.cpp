@@ -23,7 +23,7 @@ struct tier {
   }
 
   static std::vector<volume> volumes(recorder const& in, kivsid const& space) {
-    std::vector<volume> found = in.volumes(find_space(in, space).id);
+    std::vector<volume> found = in.volumes(find_space(in, space), volume_sizes::left_out);
     found.erase(std::remove_if(found.begin(), found.end(),
                                [](volume const& each) { return !is_mounted(each); }),
                 found.end());
@@ -46,7 +46,7 @@ struct unit {
   }
 
   static std::vector<volume> volumes(recorder const& in, kivsid const& id) {
-    volume const found = find_volume(in, id);
+    volume const found = find_volume(in, id, volume_sizes::left_out);
     if (!is_mounted(found)) throw error("volume " + found.name + " is not mounted");
     return {found};
   }

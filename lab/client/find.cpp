@@ -1,9 +1,8 @@
 #include "lab/client/find.h"
 
-#include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "lab/client/source.h"
 #include "lab/client/to_record.h"
@@ -12,32 +11,27 @@ namespace lab::client {
 
 namespace {
 
-template <typename Record, typename Matches>
-Record find(std::vector<Record> const& all, Matches const& matches, std::string const& what) {
-  auto const found = std::find_if(all.begin(), all.end(), matches);
-  if (found == all.end()) throw error("the recorder has no " + what);
-  return *found;
+template <typename Found>
+Found required(std::optional<Found> found, char const* what, std::string const& sid) {
+  if (!found) throw error(std::string("the recorder has no ").append(what).append(sid));
+  return std::move(*found);
 }
 
 }  // namespace
 
-space find_space(recorder const& in, kivsid const& id) {
+std::int64_t find_space(recorder const& in, kivsid const& id) {
   std::string const sid = space_sid_text(id);
-  return find(
-      in.spaces(), [&](space const& each) { return each.sid == sid; }, "space " + sid);
+  return required(in.space_with(sid), "space ", sid);
 }
 
-volume find_volume(recorder const& in, kivsid const& id) {
+volume find_volume(recorder const& in, kivsid const& id, volume_sizes sizes) {
   std::string const sid(id.text, sizeof id.text);
-  auto found = in.volume_with(sid);
-  if (!found) throw error("the recorder has no volume " + sid);
-  return std::move(*found);
+  return required(in.volume_with(sid, sizes), "volume ", sid);
 }
 
 channel find_channel(recorder const& in, channel_sid const& id) {
   std::string const sid(id.id, sizeof id.id);
-  return find(
-      in.channels(), [&](channel const& each) { return each.sid == sid; }, "channel " + sid);
+  return required(in.channel_with(sid), "channel ", sid);
 }
 
 stream find_stream(recorder const& in, stream_info const& of) {

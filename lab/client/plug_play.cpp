@@ -1,5 +1,4 @@
 // CKivStorageDaemon: the plug-and-play service.
-#include <algorithm>
 #include <string>
 
 #include "lab/client/handed_out.h"
@@ -31,11 +30,7 @@ class plug_play final : public IPlugPlayService {
 
  private:
   void require_volume_no(std::int32_t volume_no) const {
-    std::vector<volume> const all = recorder_->volumes();
-    if (std::any_of(all.begin(), all.end(),
-                    [&](volume const& each) { return each.volume_no == volume_no; })) {
-      return;
-    }
+    if (recorder_->has_volume_numbered(volume_no)) return;
     throw error("the recorder has no volume numbered " + std::to_string(volume_no));
   }
 

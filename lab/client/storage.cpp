@@ -70,9 +70,10 @@ class setting final : public IStorageSetting {
   }
 
   int get_volume_info(kivsid const& volume, volume_body& body) override {
-    return operation("IStorageSetting::get_volume_info",
-                     json::object({{"volume", describe_volume(volume)}}), &body,
-                     [&] { body = to_record(find_volume(*recorder_, volume)).body; });
+    return operation(
+        "IStorageSetting::get_volume_info", json::object({{"volume", describe_volume(volume)}}),
+        &body,
+        [&] { body = to_record(find_volume(*recorder_, volume, volume_sizes::counted)).body; });
   }
 
   // Writes all that is kept for the space's volumes in one transaction. What
@@ -84,10 +85,10 @@ class setting final : public IStorageSetting {
   }
 
   int get_space_channel_list(kivsid const& space, std::list<channel_sid>& channels) override {
-    return operation(
-        "IStorageSetting::get_space_channel_list", json::object({{"space", describe_space(space)}}),
-        &channels,
-        [&] { append(channels, recorder_->space_channels(find_space(*recorder_, space).id)); });
+    return operation("IStorageSetting::get_space_channel_list",
+                     json::object({{"space", describe_space(space)}}), &channels, [&] {
+                       append(channels, recorder_->space_channels(find_space(*recorder_, space)));
+                     });
   }
 
   int get_channel_total_recording_size(kivsid const& space, channel_sid const& channel,
@@ -113,7 +114,7 @@ class setting final : public IStorageSetting {
         "IStorageSetting::get_space_channel_storage_list",
         json::object({{"space", describe_space(space)}}), &pairings, [&] {
           std::vector<channel> const channels = recorder_->channels();
-          for (pairing const& each : recorder_->pairings(find_space(*recorder_, space).id)) {
+          for (pairing const& each : recorder_->pairings(find_space(*recorder_, space))) {
             auto const of = std::find_if(channels.begin(), channels.end(), [&](auto const& one) {
               return one.id == each.channel_id;
             });
@@ -144,7 +145,7 @@ class setting final : public IStorageSetting {
   };
 
   void keep(kivsid const& id, volume_body const& body) {
-    volume const found = find_volume(*recorder_, id);
+    volume const found = find_volume(*recorder_, id, volume_sizes::left_out);
     require_own_body(found, body);
     require_codes(body);
     kept_.erase(
@@ -171,7 +172,7 @@ class setting final : public IStorageSetting {
   void measure(kivsid const& in, channel_sid const& of, std::optional<std::int32_t> recording_type,
                std::int64_t* size) const {
     std::int64_t const recorded = recorder_->recorded_mb(
-        find_space(*recorder_, in).id, find_channel(*recorder_, of).id, recording_type);
+        find_space(*recorder_, in), find_channel(*recorder_, of).id, recording_type);
     if (size == nullptr) throw error("there is no place for the size");
     *size = recorded;
   }

@@ -30,8 +30,7 @@ recorder recorder::open(std::filesystem::path const& folder, access mode,
 // begun on them; their own operations say what is wrong with them. What moves
 // under somebody else's lock is somebody else's.
 void recorder::finish_stopped_moves() {
-  statement query(state_->catalogue,
-                  "SELECT DISTINCT volume_id FROM unit WHERE state IN ('recording', 'recycling')");
+  statement query(state_->catalogue, volumes_in_transit_query);
   std::vector<std::int64_t> volume_ids;
   while (query.next()) volume_ids.push_back(query.integer(0));
   for (auto const volume_id : volume_ids) {

@@ -1,5 +1,7 @@
 // What a recorder answers: all of it from the catalogue, in insertion order.
+#include <algorithm>
 #include <ctime>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -20,15 +22,18 @@ constexpr char const* spaces_query =
     "               LEFT JOIN unit u ON u.volume_id = v.id"
     "  GROUP BY s.id ORDER BY s.id";
 
-std::string volumes_query(char const* which) {
+// Counting units takes longer than all the rest.
+std::string volumes_query(char const* which, volume_sizes sizes = volume_sizes::counted) {
+  bool const counts = sizes == volume_sizes::counted;
   return std::string(
              "SELECT v.id, v.space_id, s.uuid, v.sid_number, v.sid_text, v.name, v.type, v.state,"
-             "       v.volume_no, v.folder,"
-             "       count(u.id),"
-             "       count(u.period_id) + count(u.id) FILTER (WHERE u.state IN ('recording', 'recycling'))"
-             "  FROM volume v JOIN space s ON s.id = v.space_id"
-             "                LEFT JOIN unit u ON u.volume_id = v.id ") +
-         which + " GROUP BY v.id ORDER BY v.id";
+             "       v.volume_no, v.folder,") +
+         (counts ? " count(u.id), count(u.period_id)"
+                   "   + count(u.id) FILTER (WHERE u.state IN ('recording', 'recycling'))"
+                 : " 0, 0") +
+         "  FROM volume v JOIN space s ON s.id = v.space_id " +
+         (counts ? "LEFT JOIN unit u ON u.volume_id = v.id " : "") + which +
+         (counts ? " GROUP BY v.id" : "") + " ORDER BY v.id";
 }
 
 std::string periods_query(char const* which) {
@@ -51,17 +56,17 @@ constexpr char const* account_query =
 
 // Attributes recordings to spaces by the storage ids of their periods, for
 // pairings, channels and sizes alike, so that they never disagree.
+// In the order of the periods, so that nothing needs to be sorted: they can be
+// millions.
 constexpr char const* pairings_query =
-    "SELECT p.channel_id, p.storage_id"
-    "  FROM period p JOIN volume v ON v.sid_text = p.storage_id"
-    "  WHERE v.space_id = ? GROUP BY p.channel_id, p.storage_id"
-    "  ORDER BY min(min(p.id)) OVER (PARTITION BY p.channel_id), min(p.id)";
+    "SELECT channel_id, storage_id FROM period"
+    "  WHERE storage_id IN (SELECT sid_text FROM volume WHERE space_id = ?) ORDER BY id";
 
 constexpr char const* space_channels_query =
-    "SELECT c.id, c.number, c.sid"
-    "  FROM channel c JOIN period p ON p.channel_id = c.id"
-    "                 JOIN volume v ON v.sid_text = p.storage_id"
-    "  WHERE v.space_id = ? GROUP BY c.id ORDER BY c.id";
+    "SELECT c.id, c.number, c.sid FROM channel c"
+    "  WHERE EXISTS (SELECT 1 FROM period p JOIN volume v ON v.sid_text = p.storage_id"
+    "                  WHERE p.channel_id = c.id AND v.space_id = ?)"
+    "  ORDER BY c.id";
 
 constexpr char const* leaked_hour_query =
     "SELECT hour_ms FROM unit"
@@ -178,6 +183,12 @@ std::vector<space> recorder::spaces() const {
   return found;
 }
 
+std::optional<std::int64_t> recorder::space_with(std::string const& sid) const {
+  statement query(state_->catalogue, "SELECT id FROM space WHERE sid = ?");
+  if (!query.with(sid).next()) return std::nullopt;
+  return query.integer(0);
+}
+
 bool is_mounted(volume const& which) {
   return which.state != not_mounted_state && which.state != standby_not_mounted_state;
 }
@@ -187,13 +198,13 @@ std::vector<volume> recorder::volumes() const {
   return volumes_in(query);
 }
 
-std::vector<volume> recorder::volumes(std::int64_t space_id) const {
-  statement query(state_->catalogue, volumes_query("WHERE v.space_id = ?"));
+std::vector<volume> recorder::volumes(std::int64_t space_id, volume_sizes sizes) const {
+  statement query(state_->catalogue, volumes_query("WHERE v.space_id = ?", sizes));
   return volumes_in(query.with(space_id));
 }
 
-std::optional<volume> recorder::volume_with(std::string const& sid_text) const {
-  statement query(state_->catalogue, volumes_query("WHERE v.sid_text = ?"));
+std::optional<volume> recorder::volume_with(std::string const& sid_text, volume_sizes sizes) const {
+  statement query(state_->catalogue, volumes_query("WHERE v.sid_text = ?", sizes));
   auto found = volumes_in(query.with(sid_text));
   if (found.empty()) return std::nullopt;
   return std::move(found.front());
@@ -229,6 +240,13 @@ std::vector<channel> recorder::channels() const {
   return channels_in(query);
 }
 
+std::optional<channel> recorder::channel_with(std::string const& sid) const {
+  statement query(state_->catalogue, "SELECT id, number, sid FROM channel WHERE sid = ?");
+  auto found = channels_in(query.with(sid));
+  if (found.empty()) return std::nullopt;
+  return std::move(found.front());
+}
+
 std::vector<period> recorder::periods(stream const& of, span const& within) const {
   if (within.end_ms < within.start_ms) return {};
   statement query(state_->catalogue,
@@ -246,8 +264,32 @@ std::vector<period> recorder::periods() const {
 std::vector<pairing> recorder::pairings(std::int64_t space_id) const {
   statement query(state_->catalogue, pairings_query);
   query.with(space_id);
+  std::vector<std::int64_t> channel_ids;  // in the order of their first ones
+  std::map<std::int64_t, std::vector<std::string>> storage_ids;
+  while (query.next()) {
+    auto const [channel, is_new] = storage_ids.try_emplace(query.integer(0));
+    if (is_new) channel_ids.push_back(channel->first);
+    auto& known = channel->second;
+    auto storage_id = text_in(query, 1);
+    if (std::find(known.begin(), known.end(), storage_id) == known.end()) {
+      known.push_back(std::move(storage_id));
+    }
+  }
   std::vector<pairing> found;
-  while (query.next()) found.push_back({query.integer(0), text_in(query, 1)});
+  for (auto const id : channel_ids) {
+    for (auto const& storage_id : storage_ids[id]) found.push_back({id, storage_id});
+  }
+  return found;
+}
+
+std::vector<std::string> recorder::storage_ids(std::int64_t channel_id) const {
+  statement query(state_->catalogue,
+                  "SELECT DISTINCT p.storage_id"
+                  "  FROM period p JOIN volume v ON v.sid_text = p.storage_id"
+                  "  WHERE p.channel_id = ?");
+  query.with(channel_id);
+  std::vector<std::string> found;
+  while (query.next()) found.push_back(text_in(query, 0));
   return found;
 }
 
@@ -321,10 +363,13 @@ volume_account recorder::account(std::int64_t volume_id) const {
   return {query.integer(0), query.integer(1), query.integer(2), query.integer(3), query.integer(4)};
 }
 
+bool recorder::has_volume_numbered(std::int32_t volume_no) const {
+  return number_of(state_->catalogue, "SELECT EXISTS (SELECT 1 FROM volume WHERE volume_no = ?)",
+                   volume_no) != 0;
+}
+
 bool recorder::has_units_in_transit() const {
-  return number_of(
-             state_->catalogue,
-             "SELECT EXISTS (SELECT 1 FROM unit WHERE state IN ('recording', 'recycling'))") != 0;
+  return statement(state_->catalogue, volumes_in_transit_query).next();
 }
 
 consistent_view::consistent_view(recorder const& of)

@@ -58,6 +58,9 @@ struct volume {
   std::int64_t used_mb;
 };
 
+// Whether a volume's sizes are told, or left out and 0.
+enum class volume_sizes { counted, left_out };
+
 // Whether the volume's state lets it be worked on.
 bool is_mounted(volume const& which);
 
@@ -149,10 +152,15 @@ class recorder {
 
   std::vector<space> spaces() const;
   std::vector<volume> volumes() const;
-  std::vector<volume> volumes(std::int64_t space_id) const;
+  std::vector<volume> volumes(std::int64_t space_id, volume_sizes sizes) const;
   // None when no volume has that storage id.
-  std::optional<volume> volume_with(std::string const& sid_text) const;
+  std::optional<volume> volume_with(std::string const& sid_text, volume_sizes sizes) const;
+  bool has_volume_numbered(std::int32_t volume_no) const;
+  // The catalogue's id of a space; none when no space has that sid.
+  std::optional<std::int64_t> space_with(std::string const& sid) const;
   std::vector<channel> channels() const;
+  // None when no channel has that sid.
+  std::optional<channel> channel_with(std::string const& sid) const;
 
   // The periods of a stream that overlap the span.
   std::vector<period> periods(stream const& of, span const& within) const;
@@ -163,6 +171,8 @@ class recorder {
   // The pairings of one channel adjoin, where its first one has its place.
   std::vector<pairing> pairings(std::int64_t space_id) const;
   std::vector<channel> space_channels(std::int64_t space_id) const;
+  // The storage ids under which the channel holds something, on any space.
+  std::vector<std::string> storage_ids(std::int64_t channel_id) const;
 
   // The local dates ("2026-11-21", ascending, each once) of a channel's periods of one type
   // under storage ids that begin with one of the given 31-character texts.

@@ -23,6 +23,12 @@ struct recorder::state {
   std::optional<volume_lock> lock(volume_place const& place);
 };
 
+// The ids of the volumes with a unit in transit. Asked volume by volume, as all
+// units of a recorder are many.
+inline constexpr char const* volumes_in_transit_query =
+    "SELECT id FROM volume WHERE EXISTS (SELECT 1 FROM unit"
+    "  WHERE volume_id = volume.id AND state IN ('recording', 'recycling'))";
+
 // Throws lab::error for an id that is none.
 std::int32_t channel_number(database const& catalogue, std::int64_t channel_id);
 

@@ -38,6 +38,29 @@ TEST_F(sqlite, values_come_back_as_they_were_bound) {
   EXPECT_FALSE(query.next());
 }
 
+TEST_F(sqlite, a_statement_of_the_same_text_begins_anew) {
+  auto database = connect();
+  char const* const text = "SELECT ?";
+  {
+    lab::statement query(database, text);
+    ASSERT_TRUE(query.with(1).next());
+    lab::statement other(database, text);
+    ASSERT_TRUE(other.with(2).next());
+    EXPECT_EQ(1, query.integer(0));
+  }
+  lab::statement again(database, text);
+  ASSERT_TRUE(again.next());
+  EXPECT_EQ("", again.text(0)) << "no parameter is left of the last time";
+}
+
+// Nobody could write while it was.
+TEST_F(sqlite, a_statement_that_is_left_midway_holds_no_lock) {
+  auto database = connect();
+  database.execute("CREATE TABLE t (x); INSERT INTO t VALUES (1), (2);");
+  EXPECT_TRUE(lab::statement(database, "SELECT x FROM t").next());
+  EXPECT_NO_THROW(connect().execute("DELETE FROM t"));
+}
+
 TEST_F(sqlite, a_transaction_that_is_not_committed_did_not_happen) {
   auto database = connect();
   database.execute("CREATE TABLE t (x)");
