@@ -29,19 +29,15 @@ constexpr char const* recycle_query =
     "            AND p.start_ms < u.hour_ms + 3600000 AND p.end_ms > u.hour_ms)"
     "    ORDER BY u.hour_ms, u.id LIMIT ?8)";
 
+// Puts a batch of units in transit; the caller's transaction keeps that.
 std::int64_t begin_recycling(database& catalogue, volume_place const& place, stream const& of,
                              span const& hours) {
-  transaction intent(catalogue, transaction_kind::writing);
   statement update(catalogue, recycle_query);
   update
       .with(place.id, of.channel_id, of.recording_type, of.number, hours.start_ms, hours.end_ms,
             place.sid_text, move_batch)
       .run();
-  std::int64_t const begun = catalogue.changes();
-  if (begun == 0) return 0;
-  require_movable(place);
-  intent.commit();
-  return begun;
+  return catalogue.changes();
 }
 
 }  // namespace
@@ -54,15 +50,21 @@ std::int64_t recorder::recycle(std::int64_t volume_id, stream const& of, span co
   std::int64_t const rest_of_hour = hour_milliseconds - 1;
   if (within.end_ms < std::numeric_limits<std::int64_t>::min() + rest_of_hour) return 0;
   span const hours{within.start_ms, within.end_ms - rest_of_hour};
-  std::int64_t came_back = 0;
   std::int64_t begun = 0;
-  std::int64_t const most = account(volume_id).total;
-  while (std::int64_t const now = begin_recycling(catalogue, place, of, hours)) {
-    begun += now;
-    came_back += finish_moves(catalogue, place);
-    require_consistent(begun <= most);
+  {
+    transaction intent(catalogue, transaction_kind::writing);
+    begun = begin_recycling(catalogue, place, of, hours);
+    if (begun == 0) return 0;
+    require_movable(place);
+    intent.commit();
   }
-  return came_back;
+  std::int64_t const most = account(volume_id).total;
+  return finish_moves(catalogue, place, [&] {
+    std::int64_t const more = begin_recycling(catalogue, place, of, hours);
+    begun += more;
+    require_consistent(begun <= most);
+    return more;
+  });
 }
 
 }  // namespace lab

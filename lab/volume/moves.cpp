@@ -98,12 +98,16 @@ std::vector<moving_unit> units_in_transit(database const& catalogue, volume_plac
   return units;
 }
 
-void note_arrival(database& catalogue, std::vector<moving_unit> const& units,
-                  std::vector<moving_unit> const& nowhere) {
+// Returns how many more units are in transit then.
+std::int64_t note_arrival(database& catalogue, std::vector<moving_unit> const& units,
+                          std::vector<moving_unit> const& nowhere,
+                          std::function<std::int64_t()> const& begin_more) {
   transaction arrival(catalogue, transaction_kind::writing);
   for (auto const& unit : units) take_out_of_hour(catalogue, unit.id, unit_state::free);
   for (auto const& unit : nowhere) take_out_of_hour(catalogue, unit.id, unit_state::bad);
+  std::int64_t const more = begin_more ? begin_more() : 0;
   arrival.commit();
+  return more;
 }
 
 }  // namespace
@@ -163,18 +167,21 @@ void require_movable(volume_place const& place) {
   folder const preallocate(open_storage(place), preallocate_folder);
 }
 
-std::int64_t finish_moves(database& catalogue, volume_place const& place) {
+std::int64_t finish_moves(database& catalogue, volume_place const& place,
+                          std::function<std::int64_t()> const& begin_more) {
+  constexpr auto none = std::numeric_limits<std::int64_t>::min();
   std::int64_t came_back = 0;
-  std::int64_t last_id = std::numeric_limits<std::int64_t>::min();
+  std::int64_t last_id = none;
   for (;;) {
     auto const units = units_in_transit(catalogue, place);
     if (units.empty()) return came_back;
-    // Units come in the order of their ids, and none that has arrived again.
+    // Units that are in transit come in the order of their ids, and none that has
+    // arrived again.
     require_consistent(units.front().id > last_id);
     last_id = units.back().id;
     folder const storage = open_storage(place);
     auto const nowhere = give_back(storage, units);
-    note_arrival(catalogue, units, nowhere);
+    if (note_arrival(catalogue, units, nowhere, begin_more) > 0) last_id = none;
     came_back += static_cast<std::int64_t>(units.size() - nowhere.size());
   }
 }

@@ -19,6 +19,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,11 @@ void require_movable(volume_place const& place);
 // whichever way it went, and says in the catalogue that it is free, or bad when
 // it is found nowhere. Needs no free space, and can be stopped and repeated at
 // any point. Returns how many units came back.
-std::int64_t finish_moves(database& catalogue, volume_place const& place);
+//
+// `begin_more` puts further units of the volume in transit and returns how many. It
+// is called in the transaction that says of a batch that it has arrived: one change
+// of the catalogue serves both.
+std::int64_t finish_moves(database& catalogue, volume_place const& place,
+                          std::function<std::int64_t()> const& begin_more = {});
 
 }  // namespace lab

@@ -7,6 +7,8 @@
 #include <set>
 
 #include "fault_points.h"
+#include "lab/make/make.h"
+#include "lab/volume/moves.h"
 #include "leaking_recorder.h"
 
 namespace fault_support {
@@ -179,6 +181,29 @@ taken_steps without_syncs_of_intent(taken_steps const& steps, std::string const&
   });
   left.insert(left.end(), moves, steps.end());
   return left;
+}
+
+// More than a batch: the change of the catalogue by which one arrives begins the next.
+TEST(move_order, of_batches_is_one_change_of_the_catalogue_between_two) {
+  support::temporary_folder const temporary(support::medium::memory);
+  auto const recorder = temporary.path() / "recorder";
+  constexpr int units = static_cast<int>(lab::move_batch) + 1;
+  lab::make_recorder(recorder, support::small([](auto& options) {
+                       options.volumes = 1;
+                       options.volume_mb = units;
+                     }),
+                     {});
+  auto writer = lab::recorder::open(recorder, lab::access::read_write);
+  writer.record(1, fault_support::main_stream, fault_support::now, units);
+  writer.forget({writer.periods().back().id});
+  taken_steps commits;
+  points::watch const watching([&commits](points::point const& at) {
+    if (at.what == call::commit) commits.push_back(at);
+    return 0;
+  });
+  EXPECT_EQ(units, writer.recycle(1, fault_support::main_stream, fault_support::always));
+  EXPECT_EQ(3U, commits.size());
+  EXPECT_EQ(units, writer.account(1).preallocated);
 }
 
 TEST(move_order, is_broken_by_a_step_that_is_not_synced) {
