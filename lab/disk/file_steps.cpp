@@ -203,7 +203,9 @@ void allocate_blocks(folder const& in, std::string const& name, std::int64_t byt
 }
 
 void write_head(folder const& in, std::string const& name, std::string const& head) {
-  write_at(0, open_to_write(in, name), in, name, head);
+  descriptor const file = open_to_write(in, name);
+  write_at(0, file, in, name, head);
+  sync_file_range(file.number(), 0, 0, SYNC_FILE_RANGE_WRITE);
 }
 
 void sync_file(folder const& in, std::string const& name) {

@@ -46,7 +46,7 @@ void preallocate_file(folder const& in, std::string const& name, std::int64_t by
 // it holds stays. Refuses a file that has a second name, perhaps elsewhere.
 void allocate_blocks(folder const& in, std::string const& name, std::int64_t bytes);
 
-// Writes over the beginning of a file.
+// Writes over the beginning of a file, and has it written out meanwhile.
 void write_head(folder const& in, std::string const& name, std::string const& head);
 
 // Makes a file's content durable.

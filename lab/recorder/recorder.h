@@ -216,9 +216,13 @@ class recorder {
   // the volume or under no storage id.
   std::int64_t recycle(std::int64_t volume_id, stream const& of, span const& within);
 
-  // Records the hour that begins at `hour_ms` as one period of `units` units
-  // on the volume; all of it or nothing.
-  void record(std::int64_t volume_id, stream const& of, std::int64_t hour_ms, int units);
+  // Records the hours that begin at `hours_ms`, each another one, as periods of
+  // `units` units each on the volume; all of them or nothing.
+  void record(std::int64_t volume_id, stream const& of, std::vector<std::int64_t> const& hours_ms,
+              int units);
+  void record(std::int64_t volume_id, stream const& of, std::int64_t hour_ms, int units) {
+    record(volume_id, of, std::vector<std::int64_t>{hour_ms}, units);
+  }
 
   // Drops the periods that ended before `before_ms` and gives their units
   // back; returns how many units came back. Periods with units on a volume that

@@ -104,12 +104,12 @@ exit_status leak(settings const& asked) {
     print("recorded " + label + ' ' + utc_text(outlook.known_hour_ms) + " UTC on " + volume.name +
           ": a stream without any known period is not recycled");
   }
-  std::int64_t hour_ms = outlook.end_ms;
-  for (std::int64_t hour = 0; hour < plan.hours; ++hour) {
-    hour_ms -= lab::hour_milliseconds;
-    recorder.record(volume.id, of, hour_ms, static_cast<int>(plan.units));
+  std::vector<std::int64_t> hours_ms;
+  for (std::int64_t hour = 1; hour <= plan.hours; ++hour) {
+    hours_ms.push_back(outlook.end_ms - hour * lab::hour_milliseconds);
   }
-  recorder.forget(ids_of(periods_from(recorder, of, hour_ms, plan.hours)));
+  recorder.record(volume.id, of, hours_ms, static_cast<int>(plan.units));
+  recorder.forget(ids_of(periods_from(recorder, of, hours_ms.back(), plan.hours)));
   print("leaked " + std::to_string(plan.hours * plan.units * recorder.unit_mb()) + " MB on " +
         volume.name + ": " + label + ", " + counted(plan.hours, "hour") + " before " +
         utc_text(outlook.end_ms) + " UTC, " + counted(plan.units, "unit") + " an hour");

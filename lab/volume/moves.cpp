@@ -132,12 +132,15 @@ std::vector<moving_unit> take_out(folder const& storage, std::vector<moving_unit
       throw error((preallocate.path() / unit.name).string() + ": unit has a second name elsewhere");
     } else if (steps::link_file(preallocate, hour, unit.name)) {
       linked.push_back(unit.name);
-      steps::write_head(hour, unit.name, recording_head(hour_name, unit.name));
-      steps::sync_file(hour, unit.name);
     } else {
       throw error((hour.path() / unit.name).string() + ": unit is there already");
     }
   }
+  // Written out together, so that the first sync makes most of them durable.
+  for (auto const& name : linked) {
+    steps::write_head(hour, name, recording_head(hour_name, name));
+  }
+  for (auto const& name : linked) steps::sync_file(hour, name);
   steps::sync_folder(hour);
   remove_all(preallocate, linked);
   steps::sync_folder(preallocate);

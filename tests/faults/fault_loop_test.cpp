@@ -66,6 +66,11 @@ void recycle_through_unit(path const& recorder) {
 
 void record(path const& recorder) { writer(recorder).record(1, main_stream, now, 2); }
 
+void record_two_hours(path const& recorder) {
+  using fault_support::now;
+  writer(recorder).record(1, fault_support::main_stream, {now, now - fault_support::hour}, 1);
+}
+
 // Both volumes hold a period that has expired, the first one two.
 void make_expired(path const& recorder) {
   make_leaking(recorder);
@@ -101,6 +106,10 @@ void expect_sound(scenario const& what, int least_points) {
 }
 
 TEST(faults, in_recording) { expect_sound({"record", make_leaking, record}, 50); }
+
+TEST(faults, in_recording_two_hours_at_once) {
+  expect_sound({"record two hours", fault_support::make_leaking, record_two_hours}, 60);
+}
 
 TEST(faults, in_recycling_through_the_tier) {
   expect_sound({"recycle through the tier", make_leaking, recycle_through_tier,

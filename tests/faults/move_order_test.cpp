@@ -166,8 +166,8 @@ TEST(move_order, of_recording_is_intent_link_head_unlink_arrival) {
   EXPECT_EQ(strings(), breaches_of(steps));
   EXPECT_TRUE(happen_in_order(
       steps, {is(call::commit), writes_catalogue, is(call::database_sync), is(call::make_folder),
-              is(call::sync_folder), is(call::link), is(call::write), is(call::sync_file),
-              is(call::link), is(call::write), is(call::sync_file), is(call::sync_folder),
+              is(call::sync_folder), is(call::link), is(call::link), is(call::write),
+              is(call::write), is(call::sync_file), is(call::sync_file), is(call::sync_folder),
               is(call::unlink), is(call::unlink), is(call::sync_folder), writes_catalogue,
               is(call::commit), is(call::database_sync)}));
 }

@@ -35,6 +35,26 @@ TEST_F(record_and_expire, an_hour_is_one_period_and_its_units) {
   EXPECT_EQ(lab::findings(), lab::check(open()));
 }
 
+TEST_F(record_and_expire, several_hours_are_a_period_each) {
+  open().record(first_volume, main_stream, {now, now + hour}, 3);
+  ASSERT_EQ(2U, open().periods().size());
+  EXPECT_EQ(now, open().periods()[0].start_ms);
+  EXPECT_EQ(now + hour, open().periods()[1].start_ms);
+  EXPECT_EQ(3U, names(hour_folder(first_volume, now)).size());
+  EXPECT_EQ(3U, names(hour_folder(first_volume, now + hour)).size());
+  EXPECT_EQ(lab::findings(), lab::check(open()));
+}
+
+TEST_F(record_and_expire, several_hours_are_all_recorded_or_none) {
+  fs::remove(preallocate(first_volume) / names(preallocate(first_volume)).back());
+  EXPECT_EQ("volume vol1 is full: 8 units wanted, 7 are free", support::failure_of([&] {
+              open().record(first_volume, main_stream, {now, now + hour}, 4);
+            }));
+  EXPECT_TRUE(open().periods().empty());
+  EXPECT_EQ(7, open().account(first_volume).preallocated);
+  EXPECT_FALSE(fs::exists(hour_folder(first_volume, now)));
+}
+
 TEST_F(record_and_expire, a_full_volume_takes_nothing) {
   open().record(first_volume, main_stream, now, 6);
   {
