@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <set>
+#include <unordered_set>
 #include <utility>
 
 #include "lab/util/error.h"
@@ -22,6 +22,8 @@ class scanner {
  public:
   scanner(database const& catalogue, volume_place const& place) : place_(place) {
     found_.units = units_of(catalogue, place);
+    names_.reserve(found_.units.size());
+    found_.files.reserve(found_.units.size());
     for (auto const& unit : found_.units) {
       names_.insert(unit.name);
       folders_.insert(unit.folder_name);
@@ -90,8 +92,8 @@ class scanner {
 
   volume_place const& place_;
   volume_scan found_;
-  std::set<std::string> names_;
-  std::set<std::string> folders_;
+  std::unordered_set<std::string> names_;
+  std::unordered_set<std::string> folders_;
 };
 
 }  // namespace

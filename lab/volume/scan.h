@@ -5,9 +5,9 @@
 #include <sys/types.h>
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "lab/catalogue/sqlite.h"
@@ -57,7 +57,7 @@ struct volume_scan {
   bool has_storage = false;
   bool has_preallocate = false;
   std::vector<unknown_entry> unknown_entries;
-  std::map<std::string, std::vector<unit_file>> files;  // by the unit's name
+  std::unordered_map<std::string, std::vector<unit_file>> files;  // by the unit's name
 
   // The files by a unit's name, in the order of their folders' names.
   std::vector<unit_file> const& files_of(std::string const& unit_name) const;
