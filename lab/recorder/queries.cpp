@@ -39,9 +39,7 @@ std::string volumes_query(char const* which, volume_sizes sizes = volume_sizes::
 std::string periods_query(char const* which) {
   return std::string(
              "SELECT p.id, p.channel_id, p.recording_type, p.stream, p.start_ms, p.end_ms,"
-             "       p.storage_id, CASE p.storage_id WHEN '' THEN 0 ELSE"
-             "         coalesce((SELECT v.sid_number FROM volume v"
-             "                     WHERE v.sid_text = p.storage_id), -1) END"
+             "       p.storage_id"
              "  FROM period p ") +
          which + " ORDER BY p.id";
 }
@@ -109,12 +107,37 @@ period_bounds bounds_in(statement const& row, int column) {
   return found;
 }
 
-std::vector<period> periods_in(statement& query) {
+// The numbers of the volumes with storage ids. Periods that follow each other mostly
+// have the same one.
+class storage_numbers {
+ public:
+  explicit storage_numbers(database const& catalogue)
+      : query_(catalogue, "SELECT sid_number FROM volume WHERE sid_text = ?") {}
+
+  std::int32_t of(std::string const& storage_id) {
+    if (storage_id.empty()) return 0;
+    if (storage_id != last_id_) {
+      last_number_ = query_.with(storage_id).next() ? query_.integer32(0) : -1;
+      last_id_ = storage_id;
+    }
+    return last_number_;
+  }
+
+ private:
+  statement query_;
+  std::string last_id_;
+  std::int32_t last_number_ = -1;
+};
+
+std::vector<period> periods_in(database const& catalogue, statement& query) {
   std::vector<period> found;
+  storage_numbers numbers(catalogue);
   while (query.next()) {
     auto const [start_ms, end_ms] = bounds_in(query, 4);
+    auto storage_id = text_in(query, 6);
+    auto const number = numbers.of(storage_id);
     found.push_back({query.integer(0), query.integer(1), recording_type_in(query, 2),
-                     stream_in(query, 3), start_ms, end_ms, text_in(query, 6), query.integer32(7)});
+                     stream_in(query, 3), start_ms, end_ms, std::move(storage_id), number});
   }
   return found;
 }
@@ -253,12 +276,12 @@ std::vector<period> recorder::periods(stream const& of, span const& within) cons
                   periods_query("WHERE p.channel_id = ? AND p.recording_type = ? AND p.stream = ?"
                                 "  AND p.start_ms <= ? AND p.end_ms > ?"));
   query.with(of.channel_id, of.recording_type, of.number, within.end_ms, within.start_ms);
-  return periods_in(query);
+  return periods_in(state_->catalogue, query);
 }
 
 std::vector<period> recorder::periods() const {
   statement query(state_->catalogue, periods_query(""));
-  return periods_in(query);
+  return periods_in(state_->catalogue, query);
 }
 
 std::vector<pairing> recorder::pairings(std::int64_t space_id) const {
