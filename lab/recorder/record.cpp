@@ -66,7 +66,7 @@ std::vector<std::vector<moving_unit>> begin_recording(database& catalogue,
 void note_missing(database& catalogue, std::vector<moving_unit> const& missing) {
   if (missing.empty()) return;
   transaction loss(catalogue, transaction_kind::writing);
-  for (auto const& unit : missing) take_out_of_hour(catalogue, unit.id, unit_state::bad);
+  take_out_of_hour(catalogue, ids_of(missing), unit_state::bad);
   loss.commit();
 }
 

@@ -68,7 +68,7 @@ bool give_up(repair_work const& work, std::vector<scanned_volume> const& volumes
     require_mounted(volume.place);
     for (auto const& unit : volume.found.units) {
       if (unit.state != unit_state::recorded || !lacks_file(volume.found, unit)) continue;
-      take_out_of_hour(work.catalogue, unit.id, unit_state::bad);
+      take_out_of_hour(work.catalogue, {unit.id}, unit_state::bad);
       given_up.push_back("volume " + volume.place.folder_name + ": unit " + unit.name +
                          " is given up and bad");
     }

@@ -97,7 +97,7 @@ bool preallocate(repair_work const& work, volume_place const& place, unit_row co
   steps::sync_folder(in);
   if (unit.state == unit_state::bad) {
     transaction change(work.catalogue, transaction_kind::writing);
-    take_out_of_hour(work.catalogue, unit.id, unit_state::free);
+    take_out_of_hour(work.catalogue, {unit.id}, unit_state::free);
     change.commit();
   }
   work.repaired(place, "unit " + unit.name + " is preallocated anew and free");

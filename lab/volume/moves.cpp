@@ -103,14 +103,20 @@ std::int64_t note_arrival(database& catalogue, std::vector<moving_unit> const& u
                           std::vector<moving_unit> const& nowhere,
                           std::function<std::int64_t()> const& begin_more) {
   transaction arrival(catalogue, transaction_kind::writing);
-  for (auto const& unit : units) take_out_of_hour(catalogue, unit.id, unit_state::free);
-  for (auto const& unit : nowhere) take_out_of_hour(catalogue, unit.id, unit_state::bad);
+  take_out_of_hour(catalogue, ids_of(units), unit_state::free);
+  take_out_of_hour(catalogue, ids_of(nowhere), unit_state::bad);
   std::int64_t const more = begin_more ? begin_more() : 0;
   arrival.commit();
   return more;
 }
 
 }  // namespace
+
+std::vector<std::int64_t> ids_of(std::vector<moving_unit> const& units) {
+  std::vector<std::int64_t> ids;
+  for (auto const& unit : units) ids.push_back(unit.id);
+  return ids;
+}
 
 std::string recording_head(std::string const& hour_folder, std::string const& unit_name) {
   return hour_folder + "/" + unit_name + "\n";

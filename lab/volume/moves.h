@@ -40,6 +40,8 @@ struct moving_unit {
   std::string hour_folder;
 };
 
+std::vector<std::int64_t> ids_of(std::vector<moving_unit> const& units);
+
 // What the beginning of a recorded unit holds.
 std::string recording_head(std::string const& hour_folder, std::string const& unit_name);
 

@@ -1,6 +1,7 @@
 #include "lab/volume/unit_state.h"
 
 #include <array>
+#include <string>
 
 #include "lab/util/error.h"
 
@@ -27,12 +28,16 @@ bool is_in_transit(unit_state state) {
   return state == unit_state::recording || state == unit_state::recycling;
 }
 
-void take_out_of_hour(database& catalogue, std::int64_t unit_id, unit_state state) {
+void take_out_of_hour(database& catalogue, std::vector<std::int64_t> const& unit_ids,
+                      unit_state state) {
+  std::string ids;  // as JSON
+  for (auto const id : unit_ids) ids.append(ids.empty() ? "[" : ",").append(std::to_string(id));
+  if (ids.empty()) return;
   statement(catalogue,
             "UPDATE unit SET state = ?, channel_id = NULL, recording_type = NULL, stream = NULL,"
             "                hour_ms = NULL, period_id = NULL"
-            "  WHERE id = ?")
-      .with(text_of(state), unit_id)
+            "  WHERE id IN (SELECT value FROM json_each(?))")
+      .with(text_of(state), ids + "]")
       .run();
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "lab/catalogue/sqlite.h"
 
@@ -18,8 +19,9 @@ unit_state unit_state_in(statement const& row, int column);
 // Whether a move of the unit has begun and not ended.
 bool is_in_transit(unit_state state);
 
-// Makes the unit free or bad: of no channel, hour and period. The caller's
+// Makes the units free or bad: of no channel, hour and period. The caller's
 // transaction keeps that.
-void take_out_of_hour(database& catalogue, std::int64_t unit_id, unit_state state);
+void take_out_of_hour(database& catalogue, std::vector<std::int64_t> const& unit_ids,
+                      unit_state state);
 
 }  // namespace lab
