@@ -37,8 +37,30 @@ def command(words, sizes, unit, limit=1.1, **variables):
     )
 
 
+SPACES = """
+SELECT s.name, count(u.id), count(u.period_id), s.status, s.spare_state
+  FROM space s LEFT JOIN volume v ON v.space_id = s.id LEFT JOIN unit u ON u.volume_id = v.id
+  GROUP BY s.id ORDER BY s.id"""
+
+
+def lab(name, a, b, limit, make, sizes=(1,), **rest):
+    """A row of a program on a lab recorder, {folder}/r, against less."""
+    return Row(name=name, a=a, b=b, limit=limit, make=make, sizes=sizes,
+               variables={"STLAB_RECORDER": "{folder}/r"}, **rest)
+
+
+def periods(word, list_name):
+    """A row of a list of st against the plain SQL, over up to 2.8 million periods."""
+    return lab(f"lab: {word.split()[0]}, 256 channels", ("{bin}/st", *word.split()),
+               ("{bin}/bare_lists", "{folder}/r", list_name), limit=1.5, sizes=(9, 90),
+               unit="days of hourly periods in 5 streams",
+               make=("{bench}/make-periods", "{bin}", "{folder}/r", "{size}"))
+
+
 # Makes {size} volumes with preallocated units for autoclean.
 VOLUMES = ("{bench}/make-volumes", "{folder}", "{size}")
+
+LEAK = ("{bench}/leak-units", "{bin}", "{folder}/r", "{size}")
 
 ROWS = (
     Row("start", ("{bin}/generated_st",), ("{bin}/bare_client",), limit=1.1),
@@ -64,4 +86,16 @@ ROWS = (
         unit="volumes, 32 channels",
         variables={"BENCH_FOLDER": "{folder}", "BENCH_VOLUMES": "{size}",
                    "BENCH_CHANNELS": "32", "BENCH_LEAKING_PERCENT": "100"}, make=VOLUMES),
+    lab("lab: spacelist", ("{bin}/st", "spacelist"),
+        ("/usr/bin/sqlite3", "-readonly", "{folder}/r/catalogue.db", SPACES), limit=1.1,
+        make=("{bin}/stlab", "make", "{folder}/r")),
+    lab("lab: recycling", ("{bin}/st", "volclean", "-1"), ("{bin}/bare_recycling", "{folder}/r"),
+        limit=1.3, sizes=(600, 6000), unit="units", clock="wall",
+        make=LEAK, prepare=LEAK),
+    lab("lab: check", ("{bin}/stlab", "check"), ("{bin}/bare_scan", "{folder}/r"), limit=1.2,
+        sizes=(250, 2500), unit="units on each of 4 volumes",
+        make=("{bin}/stlab", "make", "{folder}/r", "--volume-mb", "{size}")),
+    periods("nullid -1", "nullid"),
+    periods("spaceinfo Storage1", "spaceinfo"),
+    periods("volclean -1", "volclean"),
 )
