@@ -52,7 +52,7 @@ def lab(name, a, b, limit, make, sizes=(1,), **rest):
 def periods(word, list_name):
     """A row of a list of st against the plain SQL, over up to 2.8 million periods."""
     return lab(f"lab: {word.split()[0]}, 256 channels", ("{bin}/st", *word.split()),
-               ("{bin}/bare_lists", "{folder}/r", list_name), limit=1.5, sizes=(9, 90),
+               ("{bin}/bare_lists", "{folder}/r", list_name), limit=1.5, sizes=(30, 90),
                unit="days of hourly periods in 5 streams",
                make=("{bench}/make-periods", "{bin}", "{folder}/r", "{size}"))
 

@@ -85,15 +85,16 @@ int rest(void* lock_timeout, int rests) {
 }
 
 int open_flags(database::mode how) {
+  constexpr int common = SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX;
   switch (how) {
     case database::mode::read_only:
-      return SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_READONLY;
+      return common | SQLITE_OPEN_READONLY;
     case database::mode::read_write:
-      return SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_READWRITE;
+      return common | SQLITE_OPEN_READWRITE;
     case database::mode::create:
       break;
   }
-  return SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+  return common | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
 }
 
 // With a write-ahead log a change would lie in files that nobody else here knows.

@@ -30,6 +30,7 @@ class database_error : public error {
   int code_;
 };
 
+// One thread uses a database, and its statements, at a time.
 class database {
  public:
   enum class mode { read_only, read_write, create };

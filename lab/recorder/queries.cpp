@@ -41,7 +41,7 @@ std::string periods_query(char const* which) {
              "SELECT p.id, p.channel_id, p.recording_type, p.stream, p.start_ms, p.end_ms,"
              "       p.storage_id"
              "  FROM period p ") +
-         which + " ORDER BY p.id";
+         which;
 }
 
 constexpr char const* account_query =
@@ -129,6 +129,7 @@ class storage_numbers {
   std::int32_t last_number_ = -1;
 };
 
+// In the order of their ids. Sorted here, as they mostly come in it.
 std::vector<period> periods_in(database const& catalogue, statement& query) {
   std::vector<period> found;
   storage_numbers numbers(catalogue);
@@ -138,6 +139,10 @@ std::vector<period> periods_in(database const& catalogue, statement& query) {
     auto const number = numbers.of(storage_id);
     found.push_back({query.integer(0), query.integer(1), recording_type_in(query, 2),
                      stream_in(query, 3), start_ms, end_ms, std::move(storage_id), number});
+  }
+  auto const is_before = [](period const& left, period const& right) { return left.id < right.id; };
+  if (!std::is_sorted(found.begin(), found.end(), is_before)) {
+    std::sort(found.begin(), found.end(), is_before);
   }
   return found;
 }
