@@ -9,7 +9,7 @@ LEFT, RIGHT, TOP, BOTTOM = 62, 16, 30, 42
 STYLE = """
 body { font: 15px/1.4 sans-serif; margin: 2em auto; max-width: 62em; padding: 0 1em; }
 table { border-collapse: collapse; }
-th, td { border-bottom: 1px solid #bbb; padding: .2em .7em; text-align: right; }
+th, td { border-bottom: 1px solid #bbb; padding: .2em .7em; text-align: right; white-space: nowrap; }
 th:first-child, td:first-child, .text { text-align: left; }
 .missed { font-weight: bold; }
 figure { display: inline-block; margin: .6em; }
