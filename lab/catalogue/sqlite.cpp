@@ -122,8 +122,15 @@ void trust_nothing(sqlite3* connection) {
 
 int give_up(void* /*unused*/) { return 1; }
 
+void make_as_new(sqlite3_stmt* prepared) {
+  sqlite3_reset(prepared);
+  sqlite3_clear_bindings(prepared);
+  // Its steps, which are bounded.
+  sqlite3_stmt_status(prepared, SQLITE_STMTSTATUS_VM_STEP, 1);
+}
+
 // Pages that hold each other have more rows than a file of any size could. The
-// steps are counted for each statement by itself.
+// steps are counted for each run of a statement by itself.
 void bound_work(sqlite3* connection, std::filesystem::path const& file) {
   std::error_code unknown;
   auto const bytes = std::filesystem::file_size(file, unknown);
@@ -211,8 +218,7 @@ void database::finalizer::operator()(sqlite3_stmt* prepared) const noexcept {
 
 void statement::returner::operator()(sqlite3_stmt* prepared) const noexcept {
   std::unique_ptr<sqlite3_stmt, database::finalizer> used(prepared);
-  sqlite3_reset(prepared);
-  sqlite3_clear_bindings(prepared);
+  make_as_new(prepared);
   auto const place = to->find(std::string_view(sqlite3_sql(prepared)));
   if (place != to->end() && !place->second) place->second = std::move(used);
 }
@@ -265,10 +271,7 @@ std::string statement::text(int column) const {
   return {text, text + size};
 }
 
-void statement::restart() {
-  sqlite3_reset(prepared_.get());
-  sqlite3_clear_bindings(prepared_.get());
-}
+void statement::restart() { make_as_new(prepared_.get()); }
 
 void statement::bind(int position, std::int64_t value) {
   if (sqlite3_bind_int64(prepared_.get(), position, value) != SQLITE_OK) {

@@ -131,6 +131,20 @@ TEST_F(sqlite, keeps_nothing_in_files_elsewhere) {
   EXPECT_EQ(2, store.integer(0)) << "not in memory";
 }
 
+// Each run takes a tenth of what a statement may take on so small a file, or more.
+TEST_F(sqlite, a_statement_may_run_as_often_as_wanted) {
+  auto const database = connect();
+  constexpr char const* counting =
+      "WITH RECURSIVE n(i) AS (SELECT ? UNION ALL SELECT i + 1 FROM n WHERE i < 100000)"
+      "  SELECT count(*) FROM n";
+  lab::statement kept(database, counting);
+  for (int run = 0; run < 20; ++run) {
+    ASSERT_TRUE(kept.with(1).next()) << run;
+    ASSERT_TRUE(lab::statement(database, counting).with(1).next()) << run;
+  }
+  EXPECT_EQ(100'000, kept.integer(0));
+}
+
 // Files are moved on the strength of a commit: it has to outlast a power loss.
 constexpr std::int64_t extra = 3;
 
