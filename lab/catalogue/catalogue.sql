@@ -77,8 +77,8 @@ CREATE INDEX period_by_stream ON period (channel_id, recording_type, stream, sta
 --   bad        found in neither; not used until it is repaired
 -- A unit in transit is one whose move has begun and must be finished: whatever
 -- stopped it, the next writer brings the unit back into preallocate. Only when
--- all units of a new period are in place do they become recorded, together
--- with the period.
+-- all units of the new periods of a request are in place do they become recorded,
+-- together with the periods.
 --
 -- A unit is accounted for while a period holds it and while it is in transit.
 -- A recorded unit without a period is what a leak is made of.

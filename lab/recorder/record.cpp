@@ -1,4 +1,4 @@
-// Recording an hour.
+// Recording hours.
 #include <algorithm>
 #include <set>
 #include <utility>
@@ -80,13 +80,16 @@ void finish_recording(database& catalogue, volume_place const& place, stream con
                    "  VALUES (?, ?, ?, ?, ?, ?)");
   statement arrived(catalogue,
                     "UPDATE unit SET state = 'recorded', period_id = ?"
-                    "  WHERE volume_id = ? AND state = 'recording' AND hour_ms = ?");
+                    "  WHERE channel_id = ? AND recording_type = ? AND stream = ? AND hour_ms = ?"
+                    "    AND volume_id = ? AND +state = 'recording'");
   for (auto const hour_ms : hours_ms) {
     period
         .with(of.channel_id, of.recording_type, of.number, hour_ms, hour_ms + hour_milliseconds,
               place.sid_text)
         .run();
-    arrived.with(catalogue.last_id(), place.id, hour_ms).run();
+    arrived
+        .with(catalogue.last_id(), of.channel_id, of.recording_type, of.number, hour_ms, place.id)
+        .run();
   }
   arrival.commit();
 }
@@ -143,6 +146,9 @@ void recorder::record(std::int64_t volume_id, stream const& of,
   for (auto const hour_ms : hours_ms) {
     require_recordable(of, hour_ms, units);
     hours.push_back({hour_ms, units});
+  }
+  if (std::set(hours_ms.begin(), hours_ms.end()).size() != hours_ms.size()) {
+    throw error("an hour is named twice");
   }
   auto const wanted = static_cast<std::int64_t>(hours.size()) * units;
   auto const place = place_of(catalogue, state_->folder, volume_id);

@@ -6,6 +6,10 @@
 //  3. they are unlinked where they were, and that folder is synced,
 //  4. the catalogue says durably that they have arrived.
 //
+// Units that are recorded get their beginnings in step 2, each synced before its
+// folder is. Step 4 of one batch and step 1 of the next may be one change of the
+// catalogue.
+//
 // No transaction is open in steps 2 and 3. A unit's name never changes, so a
 // unit in transit is found by its name in either folder or in both. The caller
 // holds the volume's lock throughout.
