@@ -13,6 +13,7 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -115,9 +116,11 @@ void list_space(connection const& catalogue) {
                  "                              JOIN unit u ON u.period_id = p.id"
                  "  WHERE v.space_id = 1 AND p.channel_id = ?1"
                  "    AND (?2 = 0 OR p.recording_type = ?2)");
-  while (pairings.next()) {
-    auto const channel = pairings.integer(0);
-    std::printf("channel %lld: %s\n", channel, pairings.text(1));
+  std::map<long long, std::vector<std::string>> storage_ids;
+  while (pairings.next()) storage_ids[pairings.integer(0)].emplace_back(pairings.text(1));
+  for (auto const& [channel, ids] : storage_ids) {
+    std::printf("channel %lld:\n", channel);
+    for (auto const& id : ids) std::printf("%s\n", id.c_str());
     for (int const type : {normal, alarm}) print_days(starts.with({channel, type}));
     for (int const type : {normal, alarm, 0}) {
       if (size.with({channel, type}).next()) std::printf("%lld\n", size.integer(0));
