@@ -200,4 +200,21 @@ database open_catalogue(fs::path const& recorder_folder, access mode,
   return catalogue;
 }
 
+bool is_still_open(database& kept, fs::path const& recorder_folder) {
+  try {
+    require_readable_catalogue(recorder_folder);
+    auto const file = fs::canonical(recorder_folder) / catalogue_file;
+    if (faccessat(AT_FDCWD, file.c_str(), W_OK, AT_EACCESS) != 0) return false;
+    if (file != kept.file() || !kept.renew()) return false;
+    require_known_format(kept, recorder_folder);
+    require_own_schema(kept, recorder_folder);
+  } catch (busy_error const&) {
+    throw;
+  } catch (std::exception const&) {
+    return false;
+  }
+  put_back_journal(kept);
+  return true;
+}
+
 }  // namespace lab

@@ -1,6 +1,7 @@
 #include "lab/catalogue/sqlite.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -120,6 +121,12 @@ void trust_nothing(sqlite3* connection) {
   sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, longest_value);
 }
 
+// SQLite tells a file from another by the number on its device only.
+std::uint64_t device_of(std::filesystem::path const& file) {
+  struct stat found {};
+  return stat(file.c_str(), &found) == 0 ? found.st_dev : 0;
+}
+
 int give_up(void* /*unused*/) { return 1; }
 
 void make_as_new(sqlite3_stmt* prepared) {
@@ -159,6 +166,7 @@ database::database(std::filesystem::path const& file, mode how,
   sqlite3_extended_result_codes(connection, 1);
   trust_nothing(connection);
   if (how != mode::create) bound_work(connection, file);
+  device_ = device_of(file);
   wait_at_most(lock_timeout);
   // The journal stays, so that a change needs no space. The first access undoes
   // a change that was cut short, and would remove the journal then but for the
@@ -174,6 +182,18 @@ database::database(std::filesystem::path const& file, mode how,
   // loss could bring back a journal that undoes a commit which files already
   // rely on.
   execute("PRAGMA foreign_keys = ON; PRAGMA synchronous = EXTRA; PRAGMA temp_store = MEMORY;");
+}
+
+bool database::renew() {
+  auto const where = file();
+  int has_moved = 1;
+  sqlite3_file_control(connection(), "main", SQLITE_FCNTL_HAS_MOVED, &has_moved);
+  if (has_moved != 0 || device_of(where) != device_) return false;
+  bound_work(connection(), where);
+  // Only what is read now tells of a log that others began.
+  statement(*this, "SELECT 1 FROM sqlite_master LIMIT 1").run();
+  require_rollback_journal(*this);
+  return true;
 }
 
 void database::wait_at_most(std::chrono::milliseconds lock_timeout) {

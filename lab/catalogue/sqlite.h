@@ -43,6 +43,10 @@ class database {
   // kept in a file elsewhere meanwhile.
   database(std::filesystem::path const& file, mode how, std::chrono::milliseconds lock_timeout);
 
+  // For one that was out of use: whether its path still leads to the file that is open. When it
+  // does, the file has been looked at as the constructor does.
+  bool renew();
+
   // How long to wait for another connection.
   void wait_at_most(std::chrono::milliseconds lock_timeout);
   std::chrono::milliseconds lock_timeout() const { return *lock_timeout_; }
@@ -84,6 +88,7 @@ class database {
       std::map<std::string, std::unique_ptr<sqlite3_stmt, finalizer>, std::less<>>;
   std::unique_ptr<std::chrono::milliseconds> lock_timeout_;  // which the connection refers to
   std::unique_ptr<sqlite3, closer> connection_;
+  std::uint64_t device_ = 0;  // that the file is on
   std::unique_ptr<prepared_statements> prepared_;
 };
 

@@ -60,8 +60,8 @@ struct unit {
 // ready all or none.
 class selection {
  public:
-  selection(recorder writer, std::vector<volume> volumes)
-      : writer_(std::move(writer)), volumes_(std::move(volumes)) {
+  selection(writer open, std::vector<volume> volumes)
+      : writer_(std::move(open)), volumes_(std::move(volumes)) {
     for (volume const& each : volumes_) hold(each);
   }
 
@@ -69,12 +69,12 @@ class selection {
   // reported once all have been tried.
   template <typename Kind>
   std::int64_t recycle(stream_info const& stream, span const& within) {
-    lab::stream const of = find_stream(writer_, stream);
+    lab::stream const of = find_stream(*writer_, stream);
     std::int64_t units = 0;
     std::string problems;
     for (volume const& each : volumes_) {
       try {
-        units += writer_.recycle(each.id, of, within);
+        units += writer_->recycle(each.id, of, within);
       } catch (error const& problem) {
         if (dynamic_cast<busy_error const*>(&problem) != nullptr) wait_no_more();
         problems += (problems.empty() ? "" : "; ") + Kind::failure(each, problem);
@@ -88,7 +88,7 @@ class selection {
   // A volume that is busy says nothing of the catalogue.
   void hold(volume const& which) {
     try {
-      writer_.hold(which.id, lock_timeout(which.path));
+      writer_->hold(which.id, lock_timeout(which.path));
     } catch (busy_error const& busy) {
       wait_no_more_for(which.path);
       throw error(busy.what());
@@ -97,10 +97,10 @@ class selection {
 
   void wait_no_more() {
     wait_no_more_for_catalogue();
-    writer_.wait_at_most(std::chrono::milliseconds::zero());
+    writer_->wait_at_most(std::chrono::milliseconds::zero());
   }
 
-  recorder writer_;
+  writer writer_;
   std::vector<volume> volumes_;
 };
 
@@ -110,9 +110,9 @@ class file_storage {
   int init(kivsid const& id) {
     selected_.reset();
     return operation(Kind::init, Kind::describe(id), [&] {
-      recorder writer = open_writer();
-      std::vector<volume> volumes = Kind::volumes(writer, id);
-      selected_.emplace(std::move(writer), std::move(volumes));
+      writer open = open_writer();
+      std::vector<volume> volumes = Kind::volumes(*open, id);
+      selected_.emplace(std::move(open), std::move(volumes));
     });
   }
 

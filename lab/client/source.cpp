@@ -19,10 +19,16 @@ namespace {
 
 constexpr int longest_timeout_ms = 3'600'000;
 
+// What is open of a recorder as long as anybody reads it.
+struct connections {
+  recorder reader;
+  std::unique_ptr<recorder> idle_writer;
+};
+
 // What a run knows of its recorder.
 struct present {
   std::mutex guard;
-  std::weak_ptr<recorder> reader;
+  std::weak_ptr<connections> open;
   std::set<std::filesystem::path> held;  // by others, and waited for in vain
 
   static present& instance() {
@@ -48,9 +54,16 @@ std::chrono::milliseconds asked_lock_timeout() {
   return std::chrono::milliseconds(number);
 }
 
-recorder open_recorder(access mode) {
+recorder open_to_read() {
   auto const folder = recorder_folder();
-  return recorder::open(folder, mode, lock_timeout(folder));
+  return recorder::open(folder, access::read_only, lock_timeout(folder));
+}
+
+std::unique_ptr<recorder> take_idle_writer() {
+  present& now = present::instance();
+  std::lock_guard const lock(now.guard);
+  auto const open = now.open.lock();
+  return open ? std::move(open->idle_writer) : nullptr;
 }
 
 }  // namespace
@@ -86,22 +99,41 @@ void wait_no_more_for_catalogue() {
   wait_no_more_for(recorder_folder());
   present& now = present::instance();
   std::lock_guard const lock(now.guard);
-  if (auto const open = now.reader.lock()) open->wait_at_most(std::chrono::milliseconds::zero());
+  if (auto const open = now.open.lock()) {
+    open->reader.wait_at_most(std::chrono::milliseconds::zero());
+  }
 }
 
 std::shared_ptr<recorder const> reader() {
   present& now = present::instance();
   std::unique_lock lock(now.guard);
-  auto open = now.reader.lock();
-  if (open && open->folder() == resolved(recorder_folder())) return open;
-  lock.unlock();
-  open = std::make_shared<recorder>(open_recorder(access::read_only));
-  lock.lock();
-  now.reader = open;
-  return open;
+  auto open = now.open.lock();
+  if (!open || open->reader.folder() != resolved(recorder_folder())) {
+    lock.unlock();
+    open = std::make_shared<connections>(connections{open_to_read(), nullptr});
+    lock.lock();
+    now.open = open;
+  }
+  return {open, &open->reader};
 }
 
-recorder open_writer() { return open_recorder(access::read_write); }
+void writer_keeper::operator()(recorder* used) const noexcept {
+  std::unique_ptr<recorder> idle(used);
+  idle->release();
+  present& now = present::instance();
+  std::lock_guard const lock(now.guard);
+  if (auto const open = now.open.lock()) open->idle_writer = std::move(idle);
+}
+
+writer open_writer() {
+  auto const folder = recorder_folder();
+  auto const timeout = lock_timeout(folder);
+  auto open = take_idle_writer();
+  if (!open || !open->resume(folder, timeout)) {
+    open = std::make_unique<recorder>(recorder::open(folder, access::read_write, timeout));
+  }
+  return writer(open.release());
+}
 
 void finish_stopped_moves(recorder const& of) noexcept {
   try {
@@ -114,7 +146,7 @@ void finish_stopped_moves(recorder const& of) noexcept {
 
 bool undo_what_was_cut_short(database_error const& failure) {
   if (failure.code() != SQLITE_READONLY_ROLLBACK) return false;
-  open_recorder(access::read_only);
+  open_to_read();
   return true;
 }
 

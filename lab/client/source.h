@@ -33,8 +33,16 @@ void wait_no_more_for_catalogue();
 // uses it. Throws lab::error when it cannot be opened; the next call tries again.
 std::shared_ptr<recorder const> reader();
 
-// Opens the recorder to write. Throws lab::error.
-recorder open_writer();
+// Takes back an open writer, gives its volumes' locks back, and keeps one for the next
+// open_writer() as long as anybody uses the reader.
+struct writer_keeper {
+  void operator()(recorder* used) const noexcept;
+};
+using writer = std::unique_ptr<recorder, writer_keeper>;
+
+// The recorder open to write, for its owner alone: opened now, or kept from an earlier use and
+// found as opening it would find it. Throws lab::error.
+writer open_writer();
 
 // Finishes the moves of units that a stopped writer left midway, as whoever
 // writes next would, so that what was begun is not left waiting for a writer.

@@ -165,7 +165,7 @@ class setting final : public IStorageSetting {
     std::transform(kept_.begin(), others, std::back_inserter(changes),
                    [](kept_change const& each) { return each.change; });
     if (changes.empty()) return;
-    open_writer().change_volumes(changes);
+    open_writer()->change_volumes(changes);
     kept_.erase(kept_.begin(), others);
   }
 

@@ -9,6 +9,8 @@ void recorder::hold(std::int64_t volume_id, std::chrono::milliseconds lock_timeo
   state_->held.emplace(volume_id, volume_lock(place, volume_lock::kind::exclusive, lock_timeout));
 }
 
+void recorder::release() noexcept { state_->held.clear(); }
+
 std::optional<volume_lock> recorder::state::lock(volume_place const& place) {
   auto const found = held.find(place.id);
   if (found != held.end()) {

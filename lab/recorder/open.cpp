@@ -10,12 +10,18 @@
 
 namespace lab {
 
+namespace {
+
+constexpr char const* unit_size_query = "SELECT unit_mb FROM recorder";
+
+}  // namespace
+
 recorder recorder::open(std::filesystem::path const& folder, access mode,
                         std::chrono::milliseconds lock_timeout) {
   auto where = resolved(folder);
   require_path_without_share(where);
   auto catalogue = open_catalogue(where, mode, lock_timeout);
-  std::int64_t const unit_mb = number_of(catalogue, "SELECT unit_mb FROM recorder");
+  std::int64_t const unit_mb = number_of(catalogue, unit_size_query);
   if (unit_mb < 1) throw error(where.string() + ": not a recorder: its catalogue is empty");
   if (unit_mb > most_unit_mb) {
     throw error(where.string() + ": not a recorder: its units are too large");
@@ -24,6 +30,15 @@ recorder recorder::open(std::filesystem::path const& folder, access mode,
       state{std::move(where), std::move(catalogue), unit_mb, lock_timeout}));
   if (mode == access::read_write) opened.finish_stopped_moves();
   return opened;
+}
+
+bool recorder::resume(std::filesystem::path const& folder, std::chrono::milliseconds lock_timeout) {
+  wait_at_most(lock_timeout);
+  bool const is_same = resolved(folder) == state_->folder &&
+                       is_still_open(state_->catalogue, state_->folder) &&
+                       number_of(state_->catalogue, unit_size_query) == state_->unit_mb;
+  if (is_same) finish_stopped_moves();
+  return is_same;
 }
 
 // Volumes that are not mounted or cannot take their units back keep what was

@@ -138,6 +138,10 @@ class recorder {
   static recorder open(std::filesystem::path const& folder, access mode,
                        std::chrono::milliseconds lock_timeout = default_lock_timeout);
 
+  // For one that is open to write and was out of use: sees to all that open() sees to, at less
+  // cost. False when open() would open anything else or refuse to; this one is of no use then.
+  bool resume(std::filesystem::path const& folder, std::chrono::milliseconds lock_timeout);
+
   recorder(recorder&&) noexcept;
   recorder& operator=(recorder&&) noexcept;
   ~recorder();
@@ -202,10 +206,13 @@ class recorder {
   // Whether a unit of any volume is in transit.
   bool has_units_in_transit() const;
 
-  // Takes the volume's lock and keeps it as long as this recorder is open: nobody else moves
-  // units there, and recycle() neither takes the lock nor waits for it. Waits at most so long for
-  // who holds it, then throws a busy_error.
+  // Takes the volume's lock and keeps it until release() or the end of this recorder: nobody else
+  // moves units there, and recycle() neither takes the lock nor waits for it. Waits at most so long
+  // for who holds it, then throws a busy_error.
   void hold(std::int64_t volume_id, std::chrono::milliseconds lock_timeout);
+
+  // Gives the lock of every volume back that hold() took.
+  void release() noexcept;
 
   // Changes all given volumes durably in one transaction, or none.
   void change_volumes(std::vector<volume_change> const& changes);

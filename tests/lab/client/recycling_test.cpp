@@ -297,6 +297,54 @@ TEST_F(recycling, waits_for_the_same_holder_of_a_volume_once) {
   EXPECT_EQ(0, CFSTier().init(space_sid()));
 }
 
+// As long as a setting is there, the library goes on with the catalogue that it has open.
+class recycling_beside_a_setting : public recycling {
+ protected:
+  recycling_beside_a_setting() {
+    EXPECT_EQ(0, storage_.create_storage_setting(&setting_));
+    EXPECT_EQ(0, tier.init(space_sid()));
+    EXPECT_EQ(0, tier.uninit());
+  }
+  ~recycling_beside_a_setting() override {
+    EXPECT_EQ(0, storage_.destroy_storage_setting(&setting_));
+  }
+
+ private:
+  CKivStorage storage_;
+  IStorageSetting* setting_ = nullptr;
+};
+
+TEST_F(recycling_beside_a_setting, holds_nothing_after_uninit) {
+  auto const first = hold(0);
+  auto const second = hold(1);
+  connect(lab::database::mode::read_write).execute("BEGIN EXCLUSIVE; COMMIT");
+}
+
+TEST_F(recycling_beside_a_setting, one_may_hold_a_volume_and_another_the_next) {
+  leak(0);
+  leak(1);
+  CFSUnit other;
+  ASSERT_EQ(0, unit.init(volume_sid(0)));
+  ASSERT_EQ(0, other.init(volume_sid(1)));
+  EXPECT_EQ(0, recycle(unit));
+  EXPECT_EQ(0, unit.uninit());
+  EXPECT_EQ(0, recycle(other));
+  EXPECT_EQ(0, lost(0) + lost(1));
+}
+
+TEST_F(recycling_beside_a_setting, is_of_the_recorder_that_is_there_now) {
+  kivsid const of_space = space_sid();
+  std::filesystem::rename(recorder, folder / "first");
+  EXPECT_NE(0, tier.init(of_space));
+  support::copy_tree(folder / "first", recorder);
+  leak(0);
+  ASSERT_EQ(0, tier.init(of_space));
+  EXPECT_EQ(0, recycle(tier));
+  EXPECT_EQ(0, tier.uninit());
+  EXPECT_EQ(0, lost(0));
+  expect_sound();
+}
+
 TEST_F(recycling, the_trace_tells_how_many_units_came_back) {
   leak(0);
   ASSERT_EQ(0, unit.init(volume_sid()));

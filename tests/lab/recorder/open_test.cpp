@@ -217,6 +217,116 @@ TEST_F(open_recorder, a_reader_gets_over_a_journal_that_undoes_nothing) {
   for (int round = 0; round < 2; ++round) expect_clean();
 }
 
+class resumed : public open_recorder {
+ protected:
+  resumed() : idle_(made(support::small([](auto& options) { options.volume_mb = 64; }))) {}
+
+  bool resume() { return idle_.resume(root(), std::chrono::milliseconds(0)); }
+  fs::path moved() const { return root().parent_path() / "moved"; }
+
+  lab::recorder idle_;
+};
+
+TEST_F(resumed, sees_what_others_changed_meanwhile) {
+  idle_.volumes();
+  leak(first_volume, main_stream, support::now, 2);
+  ASSERT_TRUE(resume());
+  EXPECT_EQ(2, idle_.account(first_volume).lost);
+  EXPECT_EQ(2, idle_.recycle(first_volume, main_stream, always));
+}
+
+TEST_F(resumed, finishes_what_was_stopped_meanwhile) {
+  leak(first_volume, main_stream, support::now, 2);
+  tamper("UPDATE unit SET state = 'recycling' WHERE state = 'recorded'");
+  ASSERT_TRUE(resume());
+  EXPECT_EQ(0, idle_.account(first_volume).moving);
+}
+
+TEST_F(resumed, undoes_what_was_cut_short_meanwhile_and_keeps_the_journal) {
+  auto const journal = root() / "catalogue.db-journal";
+  auto const size = fs::file_size(journal);
+  die_while_changing();
+  ASSERT_TRUE(resume());
+  EXPECT_EQ(0, idle_.volumes().front().type);
+  EXPECT_EQ(size, fs::file_size(journal));
+  fs::remove(journal);
+  ASSERT_TRUE(resume());
+  EXPECT_EQ(size, fs::file_size(journal));
+  expect_clean();
+}
+
+TEST_F(resumed, waits_as_long_as_it_is_told_for_who_writes) {
+  auto other = connect(lab::database::mode::read_write);
+  other.execute("BEGIN EXCLUSIVE");
+  EXPECT_THROW(resume(), lab::busy_error);
+  other.execute("COMMIT");
+  EXPECT_TRUE(resume());
+}
+
+TEST_F(resumed, holds_only_what_is_held_since) {
+  idle_.hold(first_volume, std::chrono::milliseconds(0));
+  idle_.release();
+  auto other = open();
+  other.hold(first_volume, std::chrono::milliseconds(0));
+  EXPECT_TRUE(resume());
+}
+
+TEST_F(resumed, not_where_the_recorder_is_another) {
+  support::copy_tree(root(), moved());
+  EXPECT_FALSE(idle_.resume(moved(), std::chrono::milliseconds(0)));
+  fs::remove_all(root());
+  EXPECT_FALSE(resume());
+  fs::rename(moved(), root());
+  EXPECT_FALSE(resume());
+}
+
+TEST_F(resumed, not_where_its_folder_leads_elsewhere) {
+  support::copy_tree(root(), moved());
+  auto const other = root().parent_path() / "other";
+  fs::rename(root(), other);
+  fs::create_directory_symlink(moved(), root());
+  EXPECT_FALSE(resume());
+  fs::remove(root());
+  fs::rename(other, root());
+  EXPECT_TRUE(resume());
+}
+
+TEST_F(resumed, not_where_the_catalogue_would_be_refused) {
+  for (auto const& [change, undo] :
+       {std::pair("CREATE TABLE more (x)", "DROP TABLE more"),
+        {"PRAGMA user_version = 2", "PRAGMA user_version = 1"},
+        {"PRAGMA application_id = 1", "PRAGMA application_id = 0x53544c42"},
+        {"UPDATE recorder SET unit_mb = 2", "UPDATE recorder SET unit_mb = 1"}}) {
+    SCOPED_TRACE(change);
+    tamper(change);
+    EXPECT_FALSE(resume());
+    tamper(undo);
+    EXPECT_TRUE(resume());
+  }
+}
+
+TEST_F(resumed, not_where_the_catalogue_keeps_a_write_ahead_log) {
+  tamper("PRAGMA journal_mode = WAL");
+  EXPECT_FALSE(resume());
+}
+
+TEST_F(resumed, not_where_the_catalogue_has_a_second_name) {
+  fs::create_hard_link(root() / "catalogue.db", moved());
+  EXPECT_FALSE(resume());
+}
+
+TEST_F(open_unprivileged, a_catalogue_that_may_no_longer_be_written_is_not_resumed) {
+  as_owner([&] {
+    fs::permissions(root(), fs::perms(0777));
+    fs::permissions(root() / "catalogue.db", fs::perms(0666));
+    fs::permissions(root() / "catalogue.db-journal", fs::perms(0666));
+  });
+  auto idle = open();
+  EXPECT_TRUE(idle.resume(root(), std::chrono::milliseconds(0)));
+  as_owner([&] { fs::permissions(root() / "catalogue.db", fs::perms(0444)); });
+  EXPECT_FALSE(idle.resume(root(), std::chrono::milliseconds(0)));
+}
+
 TEST_F(open_recorder, a_pipe_is_no_identity) {
   make();
   auto const identity = root() / "share" / "vol1" / "identity";
