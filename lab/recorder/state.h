@@ -24,10 +24,11 @@ struct recorder::state {
 };
 
 // The ids of the volumes with a unit in transit. Asked volume by volume, as all
-// units of a recorder are many.
+// units of a recorder are many, and state by state, as SQLite makes a table of two.
 inline constexpr char const* volumes_in_transit_query =
-    "SELECT id FROM volume WHERE EXISTS (SELECT 1 FROM unit"
-    "  WHERE volume_id = volume.id AND state IN ('recording', 'recycling'))";
+    "SELECT id FROM volume"
+    "  WHERE EXISTS (SELECT 1 FROM unit WHERE volume_id = volume.id AND state = 'recording')"
+    "    OR EXISTS (SELECT 1 FROM unit WHERE volume_id = volume.id AND state = 'recycling')";
 
 // Throws lab::error for an id that is none.
 std::int32_t channel_number(database const& catalogue, std::int64_t channel_id);

@@ -82,7 +82,17 @@ std::vector<std::string> link_all_back(std::optional<folder> const& hour, folder
   return linked;
 }
 
+// To sort none costs far more than to find that there is none.
+bool has_units_in_transit(database const& catalogue, volume_place const& place) {
+  statement query(
+      catalogue,
+      "SELECT 1 WHERE EXISTS (SELECT 1 FROM unit WHERE volume_id = ?1 AND state = 'recording')"
+      "  OR EXISTS (SELECT 1 FROM unit WHERE volume_id = ?1 AND state = 'recycling')");
+  return query.with(place.id).next();
+}
+
 std::vector<moving_unit> units_in_transit(database const& catalogue, volume_place const& place) {
+  if (!has_units_in_transit(catalogue, place)) return {};
   statement query(catalogue,
                   "SELECT u.id, u.name, c.number, u.recording_type, u.stream, u.hour_ms"
                   "  FROM unit u JOIN channel c ON c.id = u.channel_id"
