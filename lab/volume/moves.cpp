@@ -124,6 +124,7 @@ std::int64_t note_arrival(database& catalogue, std::vector<moving_unit> const& u
 
 std::vector<std::int64_t> ids_of(std::vector<moving_unit> const& units) {
   std::vector<std::int64_t> ids;
+  ids.reserve(units.size());
   for (auto const& unit : units) ids.push_back(unit.id);
   return ids;
 }

@@ -219,27 +219,27 @@ TEST_F(open_recorder, a_reader_gets_over_a_journal_that_undoes_nothing) {
 
 class resumed : public open_recorder {
  protected:
-  resumed() : idle_(made(support::small([](auto& options) { options.volume_mb = 64; }))) {}
+  resumed() : idle(made(support::small([](auto& options) { options.volume_mb = 64; }))) {}
 
-  bool resume() { return idle_.resume(root(), std::chrono::milliseconds(0)); }
+  bool resume() { return idle.resume(root(), std::chrono::milliseconds(0)); }
   fs::path moved() const { return root().parent_path() / "moved"; }
 
-  lab::recorder idle_;
+  lab::recorder idle;
 };
 
 TEST_F(resumed, sees_what_others_changed_meanwhile) {
-  idle_.volumes();
+  idle.volumes();
   leak(first_volume, main_stream, support::now, 2);
   ASSERT_TRUE(resume());
-  EXPECT_EQ(2, idle_.account(first_volume).lost);
-  EXPECT_EQ(2, idle_.recycle(first_volume, main_stream, always));
+  EXPECT_EQ(2, idle.account(first_volume).lost);
+  EXPECT_EQ(2, idle.recycle(first_volume, main_stream, always));
 }
 
 TEST_F(resumed, finishes_what_was_stopped_meanwhile) {
   leak(first_volume, main_stream, support::now, 2);
   tamper("UPDATE unit SET state = 'recycling' WHERE state = 'recorded'");
   ASSERT_TRUE(resume());
-  EXPECT_EQ(0, idle_.account(first_volume).moving);
+  EXPECT_EQ(0, idle.account(first_volume).moving);
 }
 
 TEST_F(resumed, undoes_what_was_cut_short_meanwhile_and_keeps_the_journal) {
@@ -247,7 +247,7 @@ TEST_F(resumed, undoes_what_was_cut_short_meanwhile_and_keeps_the_journal) {
   auto const size = fs::file_size(journal);
   die_while_changing();
   ASSERT_TRUE(resume());
-  EXPECT_EQ(0, idle_.volumes().front().type);
+  EXPECT_EQ(0, idle.volumes().front().type);
   EXPECT_EQ(size, fs::file_size(journal));
   fs::remove(journal);
   ASSERT_TRUE(resume());
@@ -264,8 +264,8 @@ TEST_F(resumed, waits_as_long_as_it_is_told_for_who_writes) {
 }
 
 TEST_F(resumed, holds_only_what_is_held_since) {
-  idle_.hold(first_volume, std::chrono::milliseconds(0));
-  idle_.release();
+  idle.hold(first_volume, std::chrono::milliseconds(0));
+  idle.release();
   auto other = open();
   other.hold(first_volume, std::chrono::milliseconds(0));
   EXPECT_TRUE(resume());
@@ -273,7 +273,7 @@ TEST_F(resumed, holds_only_what_is_held_since) {
 
 TEST_F(resumed, not_where_the_recorder_is_another) {
   support::copy_tree(root(), moved());
-  EXPECT_FALSE(idle_.resume(moved(), std::chrono::milliseconds(0)));
+  EXPECT_FALSE(idle.resume(moved(), std::chrono::milliseconds(0)));
   fs::remove_all(root());
   EXPECT_FALSE(resume());
   fs::rename(moved(), root());
