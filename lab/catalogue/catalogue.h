@@ -28,9 +28,9 @@ enum class access { read_only, read_write };
 database open_catalogue(std::filesystem::path const& recorder_folder, access mode,
                         std::chrono::milliseconds lock_timeout = default_lock_timeout);
 
-// Whether the recorder's folder still holds the catalogue that `kept` has open to write and
-// open_catalogue() would open it, which then tells what is wrong if not. When it does, its journal
-// is whole if that can be. Throws busy_error.
+// True when the recorder's folder still leads to the file that `kept` has open to write, and
+// open_catalogue() would accept it; its journal is put back then where that can be. When false,
+// open_catalogue() tells why. Throws busy_error.
 bool is_still_open(database& kept, std::filesystem::path const& recorder_folder);
 
 // The first number that the query answers, 0 when it answers nothing.

@@ -121,7 +121,7 @@ void trust_nothing(sqlite3* connection) {
   sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, longest_value);
 }
 
-// SQLite tells a file from another by the number on its device only.
+// Whether a file has moved SQLite tells by its number alone, which each device has.
 std::uint64_t device_of(std::filesystem::path const& file) {
   struct stat found {};
   return stat(file.c_str(), &found) == 0 ? found.st_dev : 0;
@@ -190,6 +190,8 @@ bool database::renew() {
   sqlite3_file_control(connection(), "main", SQLITE_FCNTL_HAS_MOVED, &has_moved);
   if (has_moved != 0 || device_of(where) != device_) return false;
   bound_work(connection(), where);
+  // Who writes over the file may leave it the number by which pages are known to be old.
+  sqlite3_db_release_memory(connection());
   // Only what is read now tells of a log that others began.
   statement(*this, "SELECT 1 FROM sqlite_master LIMIT 1").run();
   require_rollback_journal(*this);

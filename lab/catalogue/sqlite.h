@@ -43,8 +43,8 @@ class database {
   // kept in a file elsewhere meanwhile.
   database(std::filesystem::path const& file, mode how, std::chrono::milliseconds lock_timeout);
 
-  // For one that was out of use: whether its path still leads to the file that is open. When it
-  // does, the file has been looked at as the constructor does.
+  // For one that was out of use: forgets what it has read. True when its path still leads to the
+  // file that is open. Throws database_error when the file keeps a write-ahead log now.
   bool renew();
 
   // How long to wait for another connection.

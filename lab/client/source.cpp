@@ -19,14 +19,21 @@ namespace {
 
 constexpr int longest_timeout_ms = 3'600'000;
 
-// What is open of a recorder as long as anybody reads it.
+// What is kept open as long as anybody reads.
 struct connections {
   recorder reader;
   std::unique_ptr<recorder> idle_writer;
 };
 
-// What a run knows of its recorder.
+std::filesystem::path current_folder() {
+  std::error_code gone;
+  return std::filesystem::current_path(gone);
+}
+
+// What a run knows of its recorder. Made by the first call of all, so that it outlives
+// every object that is handed out.
 struct present {
+  std::filesystem::path const starting_folder = current_folder();
   std::mutex guard;
   std::weak_ptr<connections> open;
   std::set<std::filesystem::path> held;  // by others, and waited for in vain
@@ -68,13 +75,7 @@ std::unique_ptr<recorder> take_idle_writer() {
 
 }  // namespace
 
-std::filesystem::path const& starting_folder() {
-  static std::filesystem::path const folder = [] {
-    std::error_code gone;
-    return std::filesystem::current_path(gone);
-  }();
-  return folder;
-}
+std::filesystem::path const& starting_folder() { return present::instance().starting_folder; }
 
 std::filesystem::path recorder_folder() {
   char const* const named = std::getenv("STLAB_RECORDER");
@@ -129,7 +130,9 @@ writer open_writer() {
   auto const folder = recorder_folder();
   auto const timeout = lock_timeout(folder);
   auto open = take_idle_writer();
-  if (!open || !open->resume(folder, timeout)) {
+  // One that is of no use any more may stand in the way of the next.
+  if (open && !open->resume(folder, timeout)) open.reset();
+  if (!open) {
     open = std::make_unique<recorder>(recorder::open(folder, access::read_write, timeout));
   }
   return writer(open.release());

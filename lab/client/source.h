@@ -31,10 +31,11 @@ void wait_no_more_for_catalogue();
 
 // The recorder to read, opened at the first need and kept as long as anybody
 // uses it. Throws lab::error when it cannot be opened; the next call tries again.
+// One thread at a time asks the library.
 std::shared_ptr<recorder const> reader();
 
-// Takes back an open writer, gives its volumes' locks back, and keeps one for the next
-// open_writer() as long as anybody uses the reader.
+// Releases a writer's volumes, and keeps it open for the next open_writer() as long as
+// anybody uses the reader.
 struct writer_keeper {
   void operator()(recorder* used) const noexcept;
 };

@@ -138,8 +138,9 @@ class recorder {
   static recorder open(std::filesystem::path const& folder, access mode,
                        std::chrono::milliseconds lock_timeout = default_lock_timeout);
 
-  // For one that is open to write and was out of use: sees to all that open() sees to, at less
-  // cost. False when open() would open anything else or refuse to; this one is of no use then.
+  // For one that is open to write and was out of use: looks again at the folder, the catalogue's
+  // file, format and schema, and finishes stopped moves, as open() does. False when anything is
+  // otherwise; this one is to be closed then. Throws lab::error, a busy_error too.
   bool resume(std::filesystem::path const& folder, std::chrono::milliseconds lock_timeout);
 
   recorder(recorder&&) noexcept;
@@ -211,7 +212,7 @@ class recorder {
   // for who holds it, then throws a busy_error.
   void hold(std::int64_t volume_id, std::chrono::milliseconds lock_timeout);
 
-  // Gives the lock of every volume back that hold() took.
+  // Gives back every volume's lock that hold() took.
   void release() noexcept;
 
   // Changes all given volumes durably in one transaction, or none.

@@ -24,7 +24,8 @@ struct recorder::state {
 };
 
 // The ids of the volumes with a unit in transit. Asked volume by volume, as all
-// units of a recorder are many, and state by state, as SQLite makes a table of two.
+// units of a recorder are many, and state by state: for IN, SQLite makes a table of
+// the states in memory each time.
 inline constexpr char const* volumes_in_transit_query =
     "SELECT id FROM volume"
     "  WHERE EXISTS (SELECT 1 FROM unit WHERE volume_id = volume.id AND state = 'recording')"

@@ -345,6 +345,32 @@ TEST_F(recycling_beside_a_setting, is_of_the_recorder_that_is_there_now) {
   expect_sound();
 }
 
+// The catalogue that was open does not stand in the way of finding out why.
+TEST_F(recycling_beside_a_setting, is_refused_at_once_where_a_write_ahead_log_is_kept) {
+  ::setenv("STLAB_LOCK_TIMEOUT_MS", "3600000", 1);
+  kivsid const of_space = space_sid();
+  connect(lab::database::mode::read_write).execute("PRAGMA journal_mode = WAL");
+  EXPECT_NE(0, tier.init(of_space));
+}
+
+// As a copy is put back: into the same file, which has changed as often.
+TEST_F(recycling_beside_a_setting, reads_a_catalogue_that_was_written_over) {
+  leak(0);
+  auto const catalogue = recorder / lab::catalogue_file;
+  auto const leaking = support::content_of(catalogue);
+  ASSERT_EQ(0, tier.init(space_sid()));
+  EXPECT_EQ(0, recycle(tier));
+  EXPECT_EQ(0, tier.uninit());
+  auto copy = leaking;
+  copy.replace(24, 16, support::content_of(catalogue).substr(24, 16));
+  std::ofstream(catalogue, std::ios::in | std::ios::out | std::ios::binary) << copy;
+  ASSERT_EQ(0, tier.init(space_sid()));
+  EXPECT_EQ(0, recycle(tier));
+  EXPECT_EQ(0, tier.uninit());
+  auto const told = traced("CFSTier::recycle_stream_data").back();
+  EXPECT_NE(std::string::npos, told.find(R"("units":2)")) << told;
+}
+
 TEST_F(recycling, the_trace_tells_how_many_units_came_back) {
   leak(0);
   ASSERT_EQ(0, unit.init(volume_sid()));
