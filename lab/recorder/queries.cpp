@@ -293,19 +293,18 @@ std::vector<pairing> recorder::pairings(std::int64_t space_id) const {
   statement query(state_->catalogue, pairings_query);
   query.with(space_id);
   std::vector<std::int64_t> channel_ids;  // in the order of their first ones
-  std::map<std::int64_t, std::vector<std::string>> storage_ids;
+  std::map<std::int64_t, std::vector<pairing>> paired;
+  std::set<std::pair<std::int64_t, std::string>> known;
   while (query.next()) {
-    auto const [channel, is_new] = storage_ids.try_emplace(query.integer(0));
-    if (is_new) channel_ids.push_back(channel->first);
-    auto& known = channel->second;
-    auto storage_id = text_in(query, 1);
-    if (std::find(known.begin(), known.end(), storage_id) == known.end()) {
-      known.push_back(std::move(storage_id));
-    }
+    auto const [each, is_new] = known.emplace(query.integer(0), text_in(query, 1));
+    if (!is_new) continue;
+    auto const [channel, is_first] = paired.try_emplace(each->first);
+    if (is_first) channel_ids.push_back(each->first);
+    channel->second.push_back({each->first, each->second});
   }
   std::vector<pairing> found;
   for (auto const id : channel_ids) {
-    for (auto const& storage_id : storage_ids[id]) found.push_back({id, storage_id});
+    found.insert(found.end(), paired[id].begin(), paired[id].end());
   }
   return found;
 }
