@@ -113,12 +113,11 @@ class setting final : public IStorageSetting {
     return operation(
         "IStorageSetting::get_space_channel_storage_list",
         json::object({{"space", describe_space(space)}}), &pairings, [&] {
-          std::vector<channel> const channels = recorder_->channels();
+          std::map<std::int64_t, channel> channels;
+          for (channel& each : recorder_->channels()) channels.emplace(each.id, std::move(each));
           for (pairing const& each : recorder_->pairings(find_space(*recorder_, space))) {
-            auto const of = std::find_if(channels.begin(), channels.end(), [&](auto const& one) {
-              return one.id == each.channel_id;
-            });
-            if (of != channels.end()) pairings.push_back(to_record(each, *of));
+            auto const of = channels.find(each.channel_id);
+            if (of != channels.end()) pairings.push_back(to_record(each, of->second));
           }
         });
   }
