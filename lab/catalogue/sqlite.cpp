@@ -121,7 +121,7 @@ void trust_nothing(sqlite3* connection) {
   sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, longest_value);
 }
 
-// Whether a file has moved SQLite tells by its number alone, which each device has.
+// SQLite tells a moved file by its inode number, which another device may have too.
 std::uint64_t device_of(std::filesystem::path const& file) {
   struct stat found {};
   return stat(file.c_str(), &found) == 0 ? found.st_dev : 0;

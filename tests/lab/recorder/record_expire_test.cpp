@@ -55,6 +55,13 @@ TEST_F(record_and_expire, several_hours_are_all_recorded_or_none) {
   EXPECT_FALSE(fs::exists(hour_folder(first_volume, now)));
 }
 
+TEST_F(record_and_expire, an_hour_that_is_named_twice_is_refused) {
+  EXPECT_EQ("an hour is named twice", support::failure_of([&] {
+              open().record(first_volume, main_stream, {now, now + hour, now}, 1);
+            }));
+  EXPECT_TRUE(open().periods().empty());
+}
+
 TEST_F(record_and_expire, a_full_volume_takes_nothing) {
   open().record(first_volume, main_stream, now, 6);
   {
