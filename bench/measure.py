@@ -37,12 +37,11 @@ def run_before(words, variables):
 
 
 def measure_pairs(a, b, prepare, variables, seconds):
-    """Both commands' times, as many pairs as fit into the seconds."""
+    """Both commands' times, as many pairs as fit into the seconds; one pair in none."""
     times = ([], [])
+    fewest = FEWEST_PAIRS if seconds > 0 else 1
     end = time.monotonic() + seconds
-    while len(times[1]) < FEWEST_PAIRS or (
-        len(times[1]) < MOST_PAIRS and time.monotonic() < end
-    ):
+    while len(times[1]) < fewest or (len(times[1]) < MOST_PAIRS and time.monotonic() < end):
         for words, into in zip((a, b), times):
             run_before(prepare, variables)
             into.append(timed_run(words, variables))

@@ -96,10 +96,15 @@ class Rows(unittest.TestCase):
         measured = measure.measure_row(
             rows.Row("shell", ("/bin/sh", "-c", "test -e {folder}/prepared"), ("/bin/true",),
                      limit=1000, sizes=(1, 2), make=("/bin/mkdir", "{folder}/made"),
-                     prepare=("/usr/bin/touch", "{folder}/prepared")), {}, seconds=0)
+                     prepare=("/usr/bin/touch", "{folder}/prepared")), {}, seconds=0.001)
         self.assertEqual([each["size"] for each in measured["points"]], [1, 2])
         self.assertEqual(measured["points"][0]["pairs"], measure.FEWEST_PAIRS)
         self.assertTrue(measured["kept"])
+
+    def test_a_rehearsal_runs_each_command_once(self):
+        measured = measure.measure_row(
+            rows.Row("true", ("/bin/true",), ("/bin/true",), limit=1000), {}, seconds=0)
+        self.assertEqual(measured["points"][0]["pairs"], 1)
 
     def test_a_command_that_fails_ends_the_measurement(self):
         failing = rows.Row("failing", ("/bin/false",), ("/bin/true",), limit=1)
