@@ -29,13 +29,23 @@ struct stat status_of(fs::path const& path) {
   return found;
 }
 
+// As many of the bytes as are not zeros at their end, in whole steps where there are many.
+std::size_t length_without_zeros(std::string_view bytes) {
+  static std::string const zeros(4096, '\0');
+  while (bytes.size() >= zeros.size() &&
+         bytes.compare(bytes.size() - zeros.size(), zeros.size(), zeros) == 0) {
+    bytes.remove_suffix(zeros.size());
+  }
+  auto const last = bytes.find_last_not_of('\0');
+  return last == std::string_view::npos ? 0 : last + 1;
+}
+
 std::string content_of(fs::path const& path) {
   std::string content;
   for (auto const& [start, bytes] : support::data_of(path)) {
     // Zeros that were written are no other content than those that were not.
-    auto const last = bytes.find_last_not_of('\0');
-    if (last == std::string::npos) continue;
-    content += std::to_string(start) + ":" + bytes.substr(0, last + 1);
+    auto const length = length_without_zeros(bytes);
+    if (length > 0) content += std::to_string(start) + ":" + bytes.substr(0, length);
   }
   return content;
 }
