@@ -1,7 +1,5 @@
 #include "lab/check/check.h"
 
-#include <memory>
-
 #include "lab/repair/repair.h"
 #include "lab/stlab/commands.h"
 #include "lab/stlab/options.h"
@@ -58,7 +56,7 @@ lab::findings findings_in(recorder_folder const& folder) {
   return lab::check(open_recorder(folder, lab::access::read_only));
 }
 
-exit_status check(recorder_folder const& folder) {
+exit_status only_check(recorder_folder const& folder) {
   auto const found = findings_in(folder);
   for (auto const& each : found) print(shown(each));
   if (!found.empty()) return exit_status::findings;
@@ -85,30 +83,30 @@ exit_status repair(recorder_folder const& folder, lab::lost_recordings what) {
   return exit_status::findings;
 }
 
+exit_status check(settings const& asked) {
+  if (!asked.repairs) return only_check(asked.folder);
+  return repair(asked.folder,
+                asked.gives_up ? lab::lost_recordings::give_up : lab::lost_recordings::keep);
+}
+
+// What is written to is named.
+void settle(settings& asked) {
+  complete(asked.folder, asked.repairs ? fallback::none : fallback::built_in);
+}
+
 }  // namespace
 
 void add_check(CLI::App& tool, action& chosen) {
-  auto const asked = std::make_shared<settings>();
-  CLI::App& command = *tool.add_subcommand(
-      "check",
-      "Compares folders and catalogue; only undoes a catalogue change that a crash cut short");
-  add_folder(command, asked->folder, fallback::built_in);
-  auto* const repairs = command.add_flag(
-      "--repair", asked->repairs,
-      "Repairs what is found and sets aside what has no place; removes no recording. "
-      "Needs DIR or STLAB_RECORDER");
-  command
-      .add_flag("--give-up", asked->gives_up,
-                "With --repair: drops recordings that are missing, once all else is in its place")
-      ->needs(repairs);
-  command.callback([asked, &chosen] {
-    // What is written to is named.
-    complete(asked->folder, asked->repairs ? fallback::none : fallback::built_in);
-    auto const what = asked->gives_up ? lab::lost_recordings::give_up : lab::lost_recordings::keep;
-    chosen = [asked, what] {
-      return asked->repairs ? repair(asked->folder, what) : check(asked->folder);
-    };
-  });
+  auto [command, asked] = add_command(
+      tool, chosen, "check",
+      "Compares folders and catalogue; only undoes a catalogue change that a crash cut short",
+      fallback::built_in, check, settle);
+  add_flag(command, "--repair", asked.repairs,
+           "Repairs what is found and sets aside what has no place; removes no recording. "
+           "Needs DIR or STLAB_RECORDER");
+  add_flag(command, "--give-up", asked.gives_up,
+           "With --repair: drops recordings that are missing, once all else is in its place",
+           "--repair");
 }
 
 }  // namespace stlab

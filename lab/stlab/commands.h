@@ -1,9 +1,14 @@
 // The subcommands of stlab, one source each.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <stdexcept>
+
+// The option parser's, which is slow to compile: only options.cpp, help.cpp and main.cpp
+// read its header.
+namespace CLI {
+class App;
+}
 
 namespace stlab {
 
@@ -11,6 +16,11 @@ enum class exit_status { done = 0, findings = 1, usage = 2, unusable = 3, refuse
 
 // What the command line asks for.
 using action = std::function<exit_status()>;
+
+// Thrown for a command line that asks for what there is not: exit_status::usage.
+class wrong_usage : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
 
 // Thrown by an action that cannot do what is asked: exit_status::refused.
 class refusal : public std::runtime_error {

@@ -1,7 +1,6 @@
 #include "lab/damage/damage.h"
 
 #include <algorithm>
-#include <memory>
 #include <utility>
 
 #include "lab/stlab/commands.h"
@@ -41,23 +40,14 @@ std::string kinds_text() {
 void complete_words(settings& asked) {
   std::string& kind = asked.options.kind;
   if (kind.empty()) kind = std::exchange(asked.folder.path, {}).string();
-  if (kind.empty()) throw CLI::ValidationError("the kind of damage is missing");
+  if (kind.empty()) throw wrong_usage("the kind of damage is missing");
   auto const& kinds = lab::damage_kinds();
   if (std::none_of(kinds.begin(), kinds.end(),
                    [&](auto const& each) { return each.name == kind; })) {
-    throw CLI::ValidationError("'" + kind + "' is no kind of damage");
+    throw wrong_usage("'" + kind + "' is no kind of damage");
   }
   complete(asked.folder, fallback::none);
 }
-
-// Shows that the kind is never left out, though it may be the first word.
-class damage_formatter : public CLI::Formatter {
- public:
-  std::string make_option_usage(CLI::Option const* option) const override {
-    std::string const usage = CLI::Formatter::make_option_usage(option);
-    return usage == "[KIND]" ? "KIND" : usage;
-  }
-};
 
 }  // namespace
 
@@ -66,28 +56,21 @@ void add_damage(CLI::App& tool, action& chosen) {
                                       "Damages one volume the way recorders get damaged in life",
                                       fallback::none, damage, complete_words);
   lab::damage_options& options = asked.options;
-  command.add_option("KIND", options.kind, "The kind, see below; a single word is the kind")
-      ->type_name("");
-  command.footer(kinds_text());
-  command.formatter(std::make_shared<damage_formatter>());
-  add_number(command, "--seed", options.seed, "The same seed does the same to the same recorder", 0,
-             most_seed);
+  add_needed_word(command, "KIND", options.kind, "The kind, see below; a single word is the kind");
+  set_footer(command, kinds_text());
+  add_number(command, "--seed", options.seed, "The same seed does the same to the same recorder",
+             {0, most_seed});
   add_volume(command, options.volume, "the seed chooses");
   add_choice(command, "--unit", options.unit, "Of units: a recorded or a free one",
-             {"recorded", "free"})
-      ->default_str("recorded");
+             {"recorded", "free"}, "recorded");
   add_number(command, "--count", options.count, "Units that leak or move, or periods without an id",
-             1, most_units)
-      ->default_str("what the kind needs");
+             {1, most_units, "what the kind needs"});
   add_choice(command, "--mount", options.mount, "Of unmounted: what is wrong with the volume",
-             {"missing", "foreign", "absent"})
-      ->default_str("missing");
-  add_choice(command, "--move", options.move, "Of stopped: which move", {"recycling", "recording"})
-      ->default_str("recycling");
-  add_number(command, "--step", options.step, "Of stopped: the last step that was done", 1,
-             most_steps)
-      ->type_name("K")
-      ->default_str("the seed chooses");
+             {"missing", "foreign", "absent"}, "missing");
+  add_choice(command, "--move", options.move, "Of stopped: which move", {"recycling", "recording"},
+             "recycling");
+  add_number(command, "--step", options.step, "Of stopped: the last step that was done",
+             {1, most_steps, "the seed chooses", "K"});
 }
 
 }  // namespace stlab

@@ -33,8 +33,8 @@ void add_expire(CLI::App& tool, action& chosen) {
       add_command(tool, chosen, "expire", "Retention: drops old periods and gives their units back",
                   fallback::none, expire);
   add_now(command, asked.now_ms);
-  add_number(command, "--days", asked.days, "Keeps what ended within so many days of 24 hours", 0,
-             36'500);
+  add_number(command, "--days", asked.days, "Keeps what ended within so many days of 24 hours",
+             {0, 36'500});
 }
 
 }  // namespace stlab

@@ -1,5 +1,6 @@
 #include "lab/stlab/help.h"
 
+#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -41,7 +42,7 @@ void add_help(CLI::App& tool, action& chosen) {
         !tool.get_subcommands([&name](CLI::App* each) { return each->get_name() == *name; })
              .empty();
     if (!name->empty() && !is_known) {
-      throw CLI::ValidationError("no such command: " + *name);
+      throw wrong_usage("no such command: " + *name);
     }
     chosen = [name, &tool] {
       std::cout << help_of(tool, *name);

@@ -1,7 +1,6 @@
 // Help texts.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 
 #include "lab/stlab/commands.h"

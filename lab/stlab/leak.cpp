@@ -125,14 +125,13 @@ void add_leak(CLI::App& tool, action& chosen) {
                   fallback::none, leak);
   add_now(command, asked.now_ms);
   add_volume(command, asked.volume, "the first one");
-  add_channel(command, asked.channel, "The channel, counted from 0")
-      ->default_str("the first that records into the volume");
+  add_channel(command, asked.channel, "The channel, counted from 0",
+              "the first that records into the volume");
   add_stream(command, asked.stream, asked.type, {"normal", "alarm"});
   add_number(command, "--hours", asked.hours, "Hours to leak, the latest ones before those known",
-             1, most_hours)
-      ->default_str("a tenth of the volume");
-  add_number(command, "--units", asked.units, "Units for each hour", 1, most_units)
-      ->default_str("1, or more when the hours do not suffice");
+             {1, most_hours, "a tenth of the volume"});
+  add_number(command, "--units", asked.units, "Units for each hour",
+             {1, most_units, "1, or more when the hours do not suffice"});
 }
 
 }  // namespace stlab

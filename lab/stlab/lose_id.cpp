@@ -104,7 +104,7 @@ void add_lose_id(CLI::App& tool, action& chosen) {
   add_now(command, asked.now_ms);
   add_channel(command, asked.channel, "The channel, counted from 0");
   add_stream(command, asked.stream, asked.type, {"normal", "alarm"});
-  add_number(command, "--hours,--count", asked.hours, "Hours, a period each", 1, most_hours);
+  add_number(command, "--hours,--count", asked.hours, "Hours, a period each", {1, most_hours});
 }
 
 }  // namespace stlab

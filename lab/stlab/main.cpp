@@ -1,3 +1,4 @@
+#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <iostream>
 #include <new>
@@ -96,6 +97,13 @@ std::string usage_problem(CLI::App const& tool, CLI::ParseError const& problem) 
   return text;
 }
 
+exit_status refuse(CLI::App const& tool, std::string const& problem) {
+  report(exit_status::usage, problem);
+  std::string const command = command_in(tool);
+  std::cerr << "Try: stlab " << command << (command.empty() ? "" : " ") << "--help\n";
+  return exit_status::usage;
+}
+
 exit_status run(int argc, char const* const* argv) {
   CLI::App tool("Makes lab recorders, records into them, damages them and checks them.", "stlab");
   tool.set_version_flag("--version", "stlab " STLAB_VERSION);
@@ -114,10 +122,9 @@ exit_status run(int argc, char const* const* argv) {
     std::cout << version.what() << '\n';
     return after_output(exit_status::done);
   } catch (CLI::ParseError const& problem) {
-    report(exit_status::usage, usage_problem(tool, problem));
-    std::string const command = command_in(tool);
-    std::cerr << "Try: stlab " << command << (command.empty() ? "" : " ") << "--help\n";
-    return exit_status::usage;
+    return refuse(tool, usage_problem(tool, problem));
+  } catch (wrong_usage const& problem) {
+    return refuse(tool, problem.what());
   }
   return after_output(perform(chosen));
 }

@@ -27,7 +27,7 @@ void settle(settings& asked) {
   try {
     lab::require_in_range(asked.options);
   } catch (lab::error const& problem) {
-    throw CLI::ValidationError("make", problem.what());
+    throw wrong_usage(std::string("make: ") + problem.what());
   }
 }
 
@@ -92,8 +92,8 @@ exit_status make(settings const& asked) {
 
 void add_count(CLI::App& command, char const* name, int& value, lab::limits const& allowed,
                char const* text) {
-  add_number(command, name, value, text, static_cast<std::uint64_t>(allowed.least),
-             static_cast<std::uint64_t>(allowed.most));
+  add_number(command, name, value, text,
+             {static_cast<std::uint64_t>(allowed.least), static_cast<std::uint64_t>(allowed.most)});
 }
 
 }  // namespace
@@ -114,8 +114,8 @@ void add_make(CLI::App& tool, action& chosen) {
             "Channels; st voluse -1 shows the first 32");
   add_count(command, "--days", options.days, lab::day_limits,
             "Days of recordings before the present moment");
-  add_number(command, "--seed", options.seed, "The same seed and moment make the same recorder", 0,
-             most_seed);
+  add_number(command, "--seed", options.seed, "The same seed and moment make the same recorder",
+             {0, most_seed});
 }
 
 }  // namespace stlab

@@ -26,7 +26,7 @@ void add_mount(CLI::App& tool, action& chosen) {
   auto [command, asked] = add_command(
       tool, chosen, "mount", "Undoes 'damage unmounted': brings a volume's folder or identity back",
       fallback::none, mount);
-  command.add_option("--volume", asked.volume, "The volume's name")->required()->type_name("NAME");
+  add_volume(command, asked.volume, "");
 }
 
 }  // namespace stlab

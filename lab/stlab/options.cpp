@@ -1,5 +1,6 @@
 #include "lab/stlab/options.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
@@ -65,14 +66,15 @@ std::optional<std::int64_t> moment_in(std::string const& text) {
   return found;
 }
 
-}  // namespace
+constexpr std::uint64_t most_channel = std::numeric_limits<std::int32_t>::max();
 
-CLI::Validator whole_number(std::uint64_t least, std::uint64_t most) {
-  std::string const range = "[" + std::to_string(least) + " - " + std::to_string(most) + "]";
+CLI::Validator whole_number(numbers const& allowed) {
+  std::string const range =
+      "[" + std::to_string(allowed.least) + " - " + std::to_string(allowed.most) + "]";
   return CLI::Validator(
       [=](std::string& text) {
         std::optional<std::uint64_t> const value = number_in(text);
-        if (!value || *value < least || *value > most) {
+        if (!value || *value < allowed.least || *value > allowed.most) {
           return "'" + text + "' is not a whole number in " + range;
         }
         // Without leading zeros, which would be read as the sign of another base.
@@ -90,6 +92,59 @@ CLI::Validator one_of(std::vector<std::string> const& names) {
         return is_one ? std::string() : "'" + text + "' is none of " + list;
       },
       list);
+}
+
+// Shows that a word is never left out, though it may be the first one.
+class needed_word_formatter : public CLI::Formatter {
+ public:
+  explicit needed_word_formatter(std::string name) : name_(std::move(name)) {}
+  std::string make_option_usage(CLI::Option const* option) const override {
+    std::string const usage = CLI::Formatter::make_option_usage(option);
+    return usage == "[" + name_ + "]" ? name_ : usage;
+  }
+
+ private:
+  std::string name_;
+};
+
+}  // namespace
+
+CLI::App& add_subcommand(CLI::App& tool, char const* name, char const* text,
+                         std::function<void()> when_named) {
+  CLI::App& command = *tool.add_subcommand(name, text);
+  command.callback(std::move(when_named));
+  return command;
+}
+
+void set_footer(CLI::App& command, std::string const& text) { command.footer(text); }
+
+template <typename Number>
+void add_number(CLI::App& command, char const* name, Number& value, std::string const& text,
+                numbers const& allowed) {
+  CLI::Option& added = *command.add_option(name, value, text)
+                            ->transform(whole_number(allowed))
+                            ->type_name(allowed.shown);
+  if (!allowed.otherwise.empty()) added.default_str(allowed.otherwise);
+}
+
+template <typename Name>
+void add_choice(CLI::App& command, char const* name, Name& value, std::string const& text,
+                std::vector<std::string> const& names, std::string const& otherwise) {
+  CLI::Option& added =
+      *command.add_option(name, value, text)->check(one_of(names))->type_name("NAME");
+  if (!otherwise.empty()) added.default_str(otherwise);
+}
+
+void add_flag(CLI::App& command, char const* name, bool& value, std::string const& text,
+              char const* needed) {
+  CLI::Option& added = *command.add_flag(name, value, text);
+  if (needed != nullptr) added.needs(command.get_option(needed));
+}
+
+void add_needed_word(CLI::App& command, char const* name, std::string& value,
+                     std::string const& text) {
+  command.add_option(name, value, text)->type_name("");
+  command.formatter(std::make_shared<needed_word_formatter>(name));
 }
 
 void add_folder(CLI::App& command, recorder_folder& folder, fallback otherwise) {
@@ -111,7 +166,7 @@ void complete(recorder_folder& folder, fallback otherwise) {
   } else if (otherwise == fallback::built_in) {
     folder = {lab::default_recorder_folder, recorder_folder::origin::built_in};
   } else {
-    throw CLI::ValidationError("no recorder is named: give DIR, or set STLAB_RECORDER");
+    throw wrong_usage("no recorder is named: give DIR, or set STLAB_RECORDER");
   }
 }
 
@@ -138,15 +193,25 @@ void add_now(CLI::App& command, std::int64_t& now_ms) {
       ->default_str("the clock");
 }
 
-CLI::Option* add_volume(CLI::App& command, std::string& volume, std::string const& otherwise) {
-  return command.add_option("--volume", volume, "The volume's name")
-      ->type_name("NAME")
-      ->default_str(otherwise);
+void add_volume(CLI::App& command, std::string& volume, std::string const& otherwise,
+                std::string const& text) {
+  CLI::Option& added = *command.add_option("--volume", volume, text)->type_name("NAME");
+  if (otherwise.empty()) {
+    added.required();
+  } else {
+    added.default_str(otherwise);
+  }
+}
+
+template <typename Number>
+void add_channel(CLI::App& command, Number& channel, std::string const& text,
+                 std::string const& otherwise) {
+  add_number(command, "--channel", channel, text, {0, most_channel, otherwise});
 }
 
 void add_stream(CLI::App& command, std::int32_t& stream, std::string& type,
                 std::vector<std::string> const& types) {
-  add_number(command, "--stream", stream, "The stream, 0 to 4", 0, 4)->type_name("S");
+  add_number(command, "--stream", stream, "The stream, 0 to 4", {0, 4, "", "S"});
   add_choice(command, "--type", type, "The recording type", types);
 }
 
@@ -154,7 +219,26 @@ std::int32_t type_code(std::string const& name) {
   for (lab::recording_type const& each : lab::recording_types) {
     if (name == each.name) return each.code;
   }
-  throw CLI::ValidationError("there is no recording type " + name);
+  throw wrong_usage("there is no recording type " + name);
 }
+
+template void add_number(CLI::App&, char const*, std::int32_t&, std::string const&, numbers const&);
+template void add_number(CLI::App&, char const*, std::uint64_t&, std::string const&,
+                         numbers const&);
+template void add_number(CLI::App&, char const*, std::optional<std::int32_t>&, std::string const&,
+                         numbers const&);
+template void add_number(CLI::App&, char const*, std::vector<std::int32_t>&, std::string const&,
+                         numbers const&);
+
+template void add_channel(CLI::App&, std::int32_t&, std::string const&, std::string const&);
+template void add_channel(CLI::App&, std::optional<std::int32_t>&, std::string const&,
+                          std::string const&);
+template void add_channel(CLI::App&, std::vector<std::int32_t>&, std::string const&,
+                          std::string const&);
+
+template void add_choice(CLI::App&, char const*, std::string&, std::string const&,
+                         std::vector<std::string> const&, std::string const&);
+template void add_choice(CLI::App&, char const*, std::optional<std::string>&, std::string const&,
+                         std::vector<std::string> const&, std::string const&);
 
 }  // namespace stlab

@@ -114,10 +114,10 @@ void add_record(CLI::App& tool, action& chosen) {
       "Records the latest hours, up to the present one, that a stream does not have yet",
       fallback::none, record);
   add_now(command, asked.now_ms);
-  add_channel(command, asked.channels, "Channels, counted from 0")->default_str("all");
+  add_channel(command, asked.channels, "Channels, counted from 0", "all");
   add_stream(command, asked.stream, asked.type, {"normal", "alarm", "manual"});
-  add_number(command, "--hours", asked.hours, "Hours for each channel", 1, most_hours);
-  add_number(command, "--units", asked.units, "Units for each hour", 1, most_units);
+  add_number(command, "--hours", asked.hours, "Hours for each channel", {1, most_hours});
+  add_number(command, "--units", asked.units, "Units for each hour", {1, most_units});
 }
 
 }  // namespace stlab

@@ -279,11 +279,10 @@ void add_show(CLI::App& tool, action& chosen) {
       "Shows spaces, volumes (# used, . preallocated, ! lost, ? not mounted), channels and "
       "periods",
       fallback::built_in, show);
-  add_volume(command, asked.volume, "all")->description("Only what belongs to this volume");
-  add_channel(command, asked.channel, "Only what belongs to this channel, counted from 0")
-      ->default_str("all");
-  command.add_flag("--periods", asked.each_period,
-                   "Each period, not only a summary for each stream");
+  add_volume(command, asked.volume, "all", "Only what belongs to this volume");
+  add_channel(command, asked.channel, "Only what belongs to this channel, counted from 0", "all");
+  add_flag(command, "--periods", asked.each_period,
+           "Each period, not only a summary for each stream");
 }
 
 }  // namespace stlab
