@@ -42,6 +42,7 @@ void add_leak(CLI::App& tool, action& chosen);
 void add_lose_id(CLI::App& tool, action& chosen);
 void add_assign(CLI::App& tool, action& chosen);
 void add_check(CLI::App& tool, action& chosen);
+void add_collect(CLI::App& tool, action& chosen);
 void add_damage(CLI::App& tool, action& chosen);
 void add_mount(CLI::App& tool, action& chosen);
 

@@ -23,6 +23,7 @@ void add_commands(CLI::App& tool, action& chosen) {
   add_lose_id(tool, chosen);
   add_assign(tool, chosen);
   add_check(tool, chosen);
+  add_collect(tool, chosen);
   add_damage(tool, chosen);
   add_mount(tool, chosen);
   add_help(tool, chosen);

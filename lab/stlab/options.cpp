@@ -94,6 +94,16 @@ CLI::Validator one_of(std::vector<std::string> const& names) {
       list);
 }
 
+void add_text(CLI::App& command, char const* name, std::string& value, std::string const& text,
+              std::string const& otherwise, char const* shown) {
+  CLI::Option& added = *command.add_option(name, value, text)->type_name(shown);
+  if (otherwise.empty()) {
+    added.required();
+  } else {
+    added.default_str(otherwise);
+  }
+}
+
 // Shows that a word is never left out, though it may be the first one.
 class needed_word_formatter : public CLI::Formatter {
  public:
@@ -139,6 +149,11 @@ void add_flag(CLI::App& command, char const* name, bool& value, std::string cons
               char const* needed) {
   CLI::Option& added = *command.add_flag(name, value, text);
   if (needed != nullptr) added.needs(command.get_option(needed));
+}
+
+void add_file(CLI::App& command, char const* name, std::string& file, std::string const& text,
+              std::string const& otherwise) {
+  add_text(command, name, file, text, otherwise, "FILE");
 }
 
 void add_needed_word(CLI::App& command, char const* name, std::string& value,
@@ -195,12 +210,7 @@ void add_now(CLI::App& command, std::int64_t& now_ms) {
 
 void add_volume(CLI::App& command, std::string& volume, std::string const& otherwise,
                 std::string const& text) {
-  CLI::Option& added = *command.add_option("--volume", volume, text)->type_name("NAME");
-  if (otherwise.empty()) {
-    added.required();
-  } else {
-    added.default_str(otherwise);
-  }
+  add_text(command, "--volume", volume, text, otherwise, "NAME");
 }
 
 template <typename Number>

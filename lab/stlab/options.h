@@ -42,6 +42,10 @@ void add_choice(CLI::App& command, char const* name, Name& value, std::string co
 void add_flag(CLI::App& command, char const* name, bool& value, std::string const& text,
               char const* needed = nullptr);
 
+// An option that takes a file's path; needed unless something stands for none.
+void add_file(CLI::App& command, char const* name, std::string& file, std::string const& text,
+              std::string const& otherwise);
+
 // A word that the usage shows as needed; whether it is there the command looks itself.
 void add_needed_word(CLI::App& command, char const* name, std::string& value,
                      std::string const& text);

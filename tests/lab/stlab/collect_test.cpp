@@ -1,0 +1,84 @@
+// What stlab collects for a report of a fault.
+#include <fstream>
+
+#include "snapshot.h"
+#include "stlab_test.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using support::holds;
+
+class stlab_collect : public stlab_program::stlab_test {
+ protected:
+  fs::path const report = folder / "report";
+
+  std::string collected(std::string const& options = "") {
+    expect_done(run("collect " + recorder.string() + " --output " + report.string() + options),
+                "collected into " + report.string() + "\n");
+    return support::content_of(report);
+  }
+};
+
+TEST_F(stlab_collect, holds_versions_findings_schema_and_counts) {
+  make();
+  record(0, stream(0), 0, 2);
+  fs::remove(volume(1).path / "identity");
+  support::unchanged const watched(recorder);
+  expect_parts(collected(),
+               {"== Version ==\nstlab ",
+                " UTC\n\n== Check ==\nnot-mounted: volume vol2: ", "\n== Schema ==\nSQLite ",
+                "application 1398033474, format 1\nCREATE TABLE recorder",
+                "\n== Counts ==\nrecorder 1\nspace 2\nvolume 4\n", "period 1\n",
+                "unit recorded 2\n", "\n== Trace ==\nnone is named\n"});
+}
+
+TEST_F(stlab_collect, of_no_recorder_tells_why_there_is_none) {
+  expect_parts(collected(), {"== Check ==\n" + recorder.string() + ": cannot open recorder: ",
+                             "== Counts ==\n" + recorder.string() + "/catalogue.db: "});
+}
+
+TEST_F(stlab_collect, of_another_catalogue_shows_what_it_is) {
+  make();
+  break_table("unit");
+  auto const broken = collected();
+  expect_parts(broken, {"== Schema ==\nSQLite ", "CREATE TABLE period", "== Counts ==\n"});
+}
+
+TEST_F(stlab_collect, takes_the_lines_of_calls_from_the_end_of_a_trace) {
+  make();
+  fs::path const calls = folder / "trace";
+  {
+    std::ofstream lines(calls);
+    lines << "[\"first\",{},null]\n";
+    for (int i = 0; i < 5000; ++i)
+      lines << "[\"long\",{\"text\":\"" << std::string(1000, 'x') << "\"}]\n";
+    lines << "a password\n[\"last\",{\"text\":\"\x1b\"},0]\n";
+  }
+  auto const typed = collected(" --trace " + calls.string());
+  EXPECT_TRUE(holds(typed, "[\"last\",{\"text\":\"\\x1b\"},0]\n"));
+  EXPECT_FALSE(holds(typed, "password"));
+  EXPECT_FALSE(holds(typed, "[\"first\""));
+  EXPECT_LT(typed.size(), 5U << 20U);
+  fs::remove(report);
+  extra["STLAB_TRACE"] = calls.string();
+  auto const named = collected();
+  EXPECT_EQ(typed.substr(typed.find("== Trace")), named.substr(named.find("== Trace")));
+}
+
+TEST_F(stlab_collect, writes_over_nothing) {
+  make();
+  std::ofstream(report) << "content";
+  expect_refused(run("collect " + recorder.string() + " --output " + report.string()),
+                 report.string() + ": cannot create: File exists");
+  EXPECT_EQ("content", support::content_of(report));
+}
+
+TEST_F(stlab_collect, needs_a_file_to_write) {
+  make();
+  auto const result = run("collect " + recorder.string());
+  EXPECT_EQ(2, result.status);
+  EXPECT_TRUE(holds(result.errors, "the option --output is missing")) << result.errors;
+}
+
+}  // namespace
