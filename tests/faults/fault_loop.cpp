@@ -230,9 +230,9 @@ class loop {
     }
   }
 
-  // Second faults multiply; without the longer variants every fifth place gets
+  // Second faults multiply; without the longer variants every ninth place gets
   // them, and one kind a point, all kinds in turn.
-  bool is_in_turn() { return support::are_long_checks_wanted() || ++turn_ % 5 == 0; }
+  bool is_in_turn() { return support::are_long_checks_wanted() || ++turn_ % 9 == 0; }
 
   faults kinds_in_turn(int m) {
     auto const all = kinds_at(m);
