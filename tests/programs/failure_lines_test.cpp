@@ -12,6 +12,7 @@
 #include "commands/commands.h"
 #include "lab/recorder/recorder.h"
 #include "lab/volume/lock.h"
+#include "manual_page.h"
 #include "program_test.h"
 
 namespace {
@@ -289,6 +290,32 @@ TEST(failure_lines, none_in_the_sources_is_left_out) {
     }
   }
   EXPECT_GE(found, 40);
+}
+
+// What a line of the manual page stands for: any text is in the place of <name>.
+std::regex pattern_of(std::string const& line) {
+  std::string const literal =
+      std::regex_replace(line, std::regex(R"([.[\](){}*+?^$|\\])"), R"(\$&)");
+  return std::regex("\t?" + std::regex_replace(literal, std::regex("<[a-z]+>"), ".+"));
+}
+
+TEST(failure_lines, each_is_in_the_manual_page_and_the_page_has_no_others) {
+  auto const told = support::manual_page(MANUALS "/st.8").part("DIAGNOSTICS").heads();
+  auto const& printed = failing_prints();
+  auto const fits = [](std::string const& line, failing_print const& which) {
+    return std::regex_match(which.line, pattern_of(line));
+  };
+  for (failing_print const& each : printed) {
+    EXPECT_EQ(std::count_if(told.begin(), told.end(),
+                            [&](std::string const& line) { return fits(line, each); }),
+              1)
+        << each.line;
+  }
+  for (std::string const& line : told) {
+    EXPECT_TRUE(std::any_of(printed.begin(), printed.end(), [&](failing_print const& each) {
+      return fits(line, each);
+    })) << line;
+  }
 }
 
 // Whatever the service answers, st ends well and nothing that a period holds is
