@@ -189,6 +189,8 @@ class Completion(unittest.TestCase):
         (self.folder / "rec two").mkdir()
         (self.folder / "rec file").touch()
         self.assertEqual(self.shell.words("stlab check rec"), ["stlab", "check", "rec two/"])
+        self.assertEqual(self.shell.words("stlab collect --trace rec\\ f")[2:],
+                         ["--trace", "rec file"])
         self.assertIn("null-ids", self.shell.listed("stlab damage "))
         self.assertEqual(self.shell.words("stlab damage nul"), ["stlab", "damage", "null-ids"])
 
@@ -205,6 +207,15 @@ class Completion(unittest.TestCase):
         shell = self.shell_in(self.folder, self.folder / "nowhere")
         for line in ("st ", "st vollist ", "stlab ", "stlab leak --volume "):
             self.assertEqual(shell.completed(line), line)
+
+    def test_another_program_of_the_name_is_not_started(self):
+        other = self.folder / "other"
+        other.mkdir()
+        (other / "st").write_text(f"#!/bin/sh\ntouch '{other}/started'\n")
+        (other / "st").chmod(0o755)
+        shell = self.shell_in(self.folder, other)
+        self.assertEqual(shell.completed("st "), "st ")
+        self.assertFalse((other / "started").exists())
 
     def test_without_a_recorder_nothing_is_said(self):
         shell = self.shell_in(self.folder, self.bin, STLAB_RECORDER="/nowhere", STLAB_LOCK_TIMEOUT_MS="x")
