@@ -169,7 +169,13 @@ bool remove_empty_folder(folder const& in, std::string const& name) {
 }
 
 void make_file(folder const& in, std::string const& name, std::string const& content) {
-  write_at(0, create(in, name), in, name, content);
+  descriptor const made = create(in, name);
+  try {
+    write_at(0, made, in, name, content);
+  } catch (error const&) {
+    remove_tree(in, name);
+    throw;
+  }
 }
 
 void make_file_like(folder const& in, std::string const& other, std::string const& name) {

@@ -29,7 +29,8 @@ bool remove_tree(folder const& in, std::string const& name) noexcept;
 // removed.
 bool remove_empty_folder(folder const& in, std::string const& name);
 
-// Makes a file that is not there yet, with the given content.
+// Makes a file that is not there yet, with the given content. Nothing of it stays on
+// failure, as far as it can be removed.
 void make_file(folder const& in, std::string const& name, std::string const& content);
 
 // Makes an empty file that is not there yet, with the permissions of `other` in

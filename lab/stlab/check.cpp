@@ -101,9 +101,11 @@ void add_check(CLI::App& tool, action& chosen) {
       tool, chosen, "check",
       "Compares folders and catalogue; only undoes a catalogue change that a crash cut short",
       fallback::built_in, check, settle);
-  add_flag(command, "--repair", asked.repairs,
-           "Repairs what is found and sets aside what has no place; removes no recording. "
-           "Needs DIR or STLAB_RECORDER");
+  add_flag(
+      command, "--repair", asked.repairs,
+      "Repairs what is found, gives leaked units back and sets aside what has no place; removes "
+      "no recording that is known. "
+      "Needs DIR or STLAB_RECORDER");
   add_flag(command, "--give-up", asked.gives_up,
            "With --repair: drops recordings that are missing, once all else is in its place",
            "--repair");

@@ -1,9 +1,14 @@
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/utsname.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <sstream>
+#include <system_error>
 
 #include "lab/catalogue/catalogue.h"
 #include "lab/check/check.h"
@@ -20,9 +25,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Of a trace the end is taken, of a schema the beginning.
-constexpr std::streamoff most_of_trace = std::streamoff{4} * 1024 * 1024;
-constexpr int most_of_schema = 100;
+constexpr off_t most_of_trace = off_t{4} * 1024 * 1024;
 
 struct settings {
   recorder_folder folder;
@@ -63,10 +66,8 @@ std::string findings_in(recorder_folder const& folder) {
   return all.empty() ? "clean\n" : all;
 }
 
-// Of any catalogue, also one that is no recorder's.
 lab::database opened(recorder_folder const& folder) {
-  return {lab::resolved(folder.path) / lab::catalogue_file, lab::database::mode::read_only,
-          lab::default_lock_timeout};
+  return lab::open_catalogue(lab::resolved(folder.path), lab::access::read_only);
 }
 
 std::string schema_of(lab::database const& catalogue) {
@@ -75,41 +76,52 @@ std::string schema_of(lab::database const& catalogue) {
   if (version.next()) all += version.text(0) + '\n';
   all += "application " + std::to_string(lab::number_of(catalogue, "PRAGMA application_id")) +
          ", format " + std::to_string(lab::number_of(catalogue, "PRAGMA user_version")) + '\n';
-  lab::statement each(catalogue, "SELECT sql FROM sqlite_schema WHERE sql IS NOT NULL LIMIT ?");
-  each.with(most_of_schema);
+  lab::statement each(catalogue, "SELECT sql FROM sqlite_schema WHERE sql IS NOT NULL");
   while (each.next()) all += lines_of(each.text(0));
   return all;
 }
 
 std::string counts_in(lab::database const& catalogue) {
   std::string all;
-  for (std::string const table :
-       {"recorder", "space", "volume", "channel", "assignment", "period", "unit"}) {
-    all += table + ' ' + answer_to([&] {
-             auto const query = "SELECT count(*) FROM " + table;
+  auto const add = [&](std::string const& what, std::string const& from) {
+    auto const query = "SELECT count(*) FROM " + from;
+    all += what + ' ' + answer_to([&] {
              return std::to_string(lab::number_of(catalogue, query.c_str())) + '\n';
            });
+  };
+  for (char const* table :
+       {"recorder", "space", "volume", "channel", "assignment", "period", "unit"}) {
+    add(table, table);
   }
-  lab::statement units(catalogue, "SELECT state, count(*) FROM unit GROUP BY state ORDER BY state");
-  while (units.next()) {
-    all += "unit " + lab::printable(units.text(0)) + ' ' + std::to_string(units.integer(1)) + '\n';
+  for (char const* state : {"free", "recording", "recorded", "recycling", "bad"}) {
+    add(std::string("unit ") + state, std::string("unit WHERE state = '") + state + "'");
   }
   return all;
+}
+
+// The last bytes that a file had when it was opened. Opening it waits for nobody.
+std::string end_of(fs::path const& file) {
+  lab::descriptor const opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  struct stat status {};
+  if (opened.number() < 0 || ::fstat(opened.number(), &status) != 0) {
+    throw std::system_error(errno, std::generic_category(), file.string());
+  }
+  if (!S_ISREG(status.st_mode)) throw lab::error(file.string() + ": not a file");
+  auto const start = std::max<off_t>(0, status.st_size - most_of_trace);
+  std::string bytes(static_cast<std::size_t>(status.st_size - start), '\0');
+  ssize_t const count = ::pread(opened.number(), bytes.data(), bytes.size(), start);
+  if (count < 0) throw std::system_error(errno, std::generic_category(), file.string());
+  bytes.resize(static_cast<std::size_t>(count));
+  if (start > 0) bytes.erase(0, bytes.find('\n'));
+  return bytes;
 }
 
 // Only the lines that the client library writes.
 std::string trace_in(fs::path const& file) {
   if (file.empty()) return "none is named\n";
-  if (!fs::is_regular_file(file)) return lab::printable(file.string()) + ": not a file\n";
-  std::ifstream trace(file, std::ios::binary);
-  auto const bytes = static_cast<std::streamoff>(fs::file_size(file));
-  std::string line;
-  if (bytes > most_of_trace) {
-    trace.seekg(bytes - most_of_trace);
-    std::getline(trace, line);
-  }
+  std::istringstream lines(end_of(file));
   std::string all;
-  while (std::getline(trace, line)) {
+  for (std::string line; std::getline(lines, line);) {
     if (line.rfind("[\"", 0) == 0) all += lab::printable(line) + '\n';
   }
   return all;
@@ -147,7 +159,7 @@ void add_collect(CLI::App& tool, action& chosen) {
   auto [command, asked] = add_command(
       tool, chosen, "collect",
       "Collects into one file what a report of a fault needs: versions, what check finds, the "
-      "catalogue's schema and counts, and a trace; no recording and no camera's name",
+      "catalogue's schema and counts, and a trace; no recording",
       fallback::built_in, collect, settle);
   add_file(command, "--output", asked.output, "The file, which must not be there yet", "");
   add_file(command, "--trace", asked.trace, "A trace that belongs to it",

@@ -1,4 +1,6 @@
 // What stlab collects for a report of a fault.
+#include <sys/stat.h>
+
 #include <fstream>
 
 #include "snapshot.h"
@@ -35,14 +37,37 @@ TEST_F(stlab_collect, holds_versions_findings_schema_and_counts) {
 
 TEST_F(stlab_collect, of_no_recorder_tells_why_there_is_none) {
   expect_parts(collected(), {"== Check ==\n" + recorder.string() + ": cannot open recorder: ",
-                             "== Counts ==\n" + recorder.string() + "/catalogue.db: "});
+                             "== Counts ==\n" + recorder.string() + ": cannot open recorder: "});
 }
 
-TEST_F(stlab_collect, of_another_catalogue_shows_what_it_is) {
+TEST_F(stlab_collect, of_a_catalogue_that_is_refused_tells_why) {
   make();
-  break_table("unit");
-  auto const broken = collected();
-  expect_parts(broken, {"== Schema ==\nSQLite ", "CREATE TABLE period", "== Counts ==\n"});
+  fs::path const catalogue = recorder / "catalogue.db";
+  fs::remove(catalogue);
+  ASSERT_EQ(0, mkfifo(catalogue.c_str(), 0600));
+  expect_parts(collected(), {"== Schema ==\n" + recorder.string() +
+                             ": not a recorder: catalogue.db is not a file"});
+}
+
+TEST_F(stlab_collect, leaves_nothing_of_a_report_that_cannot_be_written) {
+  make();
+  auto const result =
+      support::run({"/bin/sh", "-c",
+                    "trap '' XFSZ; ulimit -f 4; exec '" STLAB_PROGRAM "' collect '" +
+                        recorder.string() + "' --output '" + report.string() + "'"},
+                   extra, folder);
+  expect_refused(result, report.string() + ": cannot write: File too large");
+  EXPECT_FALSE(fs::exists(report));
+}
+
+TEST_F(stlab_collect, waits_for_no_trace) {
+  make();
+  fs::path const pipe = folder / "pipe";
+  ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+  EXPECT_TRUE(holds(collected(" --trace " + pipe.string()), pipe.string() + ": not a file\n"));
+  fs::remove(report);
+  auto const absent = (folder / "absent").string();
+  EXPECT_TRUE(holds(collected(" --trace " + absent), absent + ": No such file or directory\n"));
 }
 
 TEST_F(stlab_collect, takes_the_lines_of_calls_from_the_end_of_a_trace) {
