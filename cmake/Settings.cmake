@@ -6,6 +6,13 @@ target_compile_features(st_settings INTERFACE cxx_std_17)
 # Percentages are single-precision sums that print alike on every machine.
 target_compile_options(st_settings INTERFACE -ffp-contract=off)
 
+# Volumes hold more than 32 bits count, and so do their files' inode numbers.
+target_compile_definitions(st_settings INTERFACE _FILE_OFFSET_BITS=64)
+option(ST_64_BIT_TIME "Count time in 64 bits on 32-bit machines too (needs a C library that can: glibc 2.34)" OFF)
+if(ST_64_BIT_TIME)
+  target_compile_definitions(st_settings INTERFACE _TIME_BITS=64)
+endif()
+
 option(ST_SANITIZE "Build with the address, leak and undefined behaviour sanitizers" OFF)
 if(ST_SANITIZE)
   set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -107,10 +107,11 @@ class programs : public support::program_test {
 };
 
 TEST_F(programs, hold_no_fault_points_unless_built_with_them) {
-  EXPECT_FALSE(holds(content_of(ST_PROGRAM), "STLAB_FAULT:"));
-  EXPECT_FALSE(holds(content_of(STLAB_PROGRAM), "STLAB_FAULT:"));
-  EXPECT_TRUE(holds(content_of(ST_FAULTS_PROGRAM), "STLAB_FAULT:"));
-  EXPECT_TRUE(holds(content_of(STLAB_FAULTS_PROGRAM), "STLAB_FAULT:"));
+  std::filesystem::path const built = PROGRAMS_FOLDER;
+  EXPECT_FALSE(holds(content_of(built / "st"), "STLAB_FAULT:"));
+  EXPECT_FALSE(holds(content_of(built / "stlab"), "STLAB_FAULT:"));
+  EXPECT_TRUE(holds(content_of(built / "st_faults"), "STLAB_FAULT:"));
+  EXPECT_TRUE(holds(content_of(built / "stlab_faults"), "STLAB_FAULT:"));
 }
 
 TEST_F(programs, refuse_what_is_no_fault) {
