@@ -61,6 +61,8 @@ descriptor open_to_read(folder const& in, std::string const& name) {
   return opened;
 }
 
+static_assert(sizeof(off_t) == sizeof(std::int64_t), "large files need _FILE_OFFSET_BITS=64");
+
 // To read, too: where the file system cannot allocate blocks, the C library reads
 // what is there.
 descriptor open_to_write(folder const& in, std::string const& name) {

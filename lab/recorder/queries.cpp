@@ -2,10 +2,12 @@
 #include <algorithm>
 #include <ctime>
 #include <map>
+#include <optional>
 #include <set>
 #include <utility>
 
 #include "lab/recorder/state.h"
+#include "lab/util/calendar.h"
 #include "lab/volume/layout.h"
 #include "lab/volume/place.h"
 #include "lab/volume/values.h"
@@ -148,10 +150,9 @@ std::vector<period> periods_in(database const& catalogue, statement& query) {
 }
 
 std::tm local_time(std::int64_t time_ms) {
-  auto const seconds = static_cast<std::time_t>(time_ms / 1000 - (time_ms % 1000 < 0 ? 1 : 0));
-  std::tm local{};
-  if (localtime_r(&seconds, &local) == nullptr) throw error("a time is out of range");
-  return local;
+  std::optional<std::tm> const local = local_time_of(time_ms);
+  if (!local) throw error("a time is out of range");
+  return *local;
 }
 
 std::string date_text(std::tm const& local) {

@@ -1,18 +1,20 @@
 #include "lab/stlab/hours.h"
 
-#include <ctime>
+#include <array>
+#include <cstdio>
 #include <limits>
 #include <optional>
+
+#include "lab/util/calendar.h"
 
 namespace stlab {
 
 std::string utc_text(std::int64_t time_ms) {
-  auto const seconds = static_cast<std::time_t>(time_ms / 1000 - (time_ms % 1000 < 0 ? 1 : 0));
-  std::tm parts{};
-  if (::gmtime_r(&seconds, &parts) == nullptr) return "out of range";
-  char text[40];
-  std::size_t const length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", &parts);
-  return {text, length};
+  lab::utc_time const utc = lab::utc_of(time_ms);
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%lld-%02d-%02d %02d:%02d",
+                static_cast<long long>(utc.year), utc.month, utc.day, utc.hour, utc.minute);
+  return text.data();
 }
 
 std::vector<lab::period> periods_from(lab::recorder const& in, lab::stream const& of,

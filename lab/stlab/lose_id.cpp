@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <ctime>
+#include <optional>
 
 #include "lab/stlab/commands.h"
 #include "lab/stlab/hours.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
 #include "lab/stlab/text.h"
+#include "lab/util/calendar.h"
 
 namespace stlab {
 
@@ -26,15 +28,14 @@ struct settings {
 // The start of the UTC hour that holds the local midnight `days_back` days
 // before the one that began the local day of `time_ms`.
 std::int64_t midnight_hour(std::int64_t time_ms, int days_back) {
-  auto const seconds = static_cast<std::time_t>(time_ms / 1000);
-  std::tm parts{};
-  if (::localtime_r(&seconds, &parts) == nullptr) throw refusal("the time is out of range");
-  parts.tm_hour = 0;
-  parts.tm_min = 0;
-  parts.tm_sec = 0;
-  parts.tm_mday -= days_back;
-  parts.tm_isdst = -1;
-  return lab::hour_of(std::int64_t{std::mktime(&parts)} * 1000);
+  std::optional<std::tm> parts = lab::local_time_of(time_ms);
+  if (!parts) throw refusal("the time is out of range");
+  parts->tm_hour = 0;
+  parts->tm_min = 0;
+  parts->tm_sec = 0;
+  parts->tm_mday -= days_back;
+  parts->tm_isdst = -1;
+  return lab::hour_of(std::int64_t{std::mktime(&*parts)} * 1000);
 }
 
 bool is_lost(lab::period const& which) { return which.storage_id.empty(); }

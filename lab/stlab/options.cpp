@@ -10,6 +10,7 @@
 #include <tuple>
 
 #include "lab/recorder/recorder.h"
+#include "lab/util/calendar.h"
 #include "lab/volume/recording_type.h"
 
 namespace stlab {
@@ -34,6 +35,9 @@ std::optional<std::int64_t> seconds_of(std::string const& text) {
   auto const number = [&parts](std::size_t part) {
     return parts[part].matched ? std::stoi(parts[part]) : 0;
   };
+  if (parts[7].length() > 0) {
+    return lab::seconds_of({number(1), number(2), number(3), number(4), number(5), number(6)});
+  }
   std::tm asked{};
   asked.tm_year = number(1) - 1900;
   asked.tm_mon = number(2) - 1;
@@ -43,8 +47,7 @@ std::optional<std::int64_t> seconds_of(std::string const& text) {
   asked.tm_sec = number(6);
   asked.tm_isdst = -1;
   std::tm found = asked;
-  bool const is_utc = parts[7].length() > 0;
-  std::time_t const seconds = is_utc ? ::timegm(&found) : ::mktime(&found);
+  std::time_t const seconds = std::mktime(&found);
   // What is out of range has been counted over into another date or time.
   auto const fields = [](std::tm const& of) {
     return std::tuple(of.tm_year, of.tm_mon, of.tm_mday, of.tm_hour, of.tm_min, of.tm_sec);
@@ -205,7 +208,8 @@ void add_now(CLI::App& command, std::int64_t& now_ms) {
                   "'2026-11-21 07:00:30', which is local time, or UTC with a Z at its end")
       ->transform(moment)
       ->type_name("MOMENT")
-      ->default_str("the clock");
+      ->default_str("the clock")
+      ->required(now_ms < 0);
 }
 
 void add_volume(CLI::App& command, std::string& volume, std::string const& otherwise,

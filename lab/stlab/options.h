@@ -102,6 +102,8 @@ added_command<Settings> add_command(CLI::App& tool, action& chosen, char const* 
 }
 
 // The present moment, by default the clock's; read once, when the option is added.
+// A clock before 1970, or beyond what time_t holds, is no default: then the option
+// is needed.
 void add_now(CLI::App& command, std::int64_t& now_ms);
 
 // A volume's name, `text` saying which; needed unless something stands for none.

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <ctime>
 #include <limits>
 
+#include "lab/util/calendar.h"
 #include "lab/volume/recording_type.h"
 
 namespace lab {
@@ -61,14 +61,11 @@ std::string storage_folder(std::string_view volume_path, std::string_view storag
 
 std::string hour_folder_name(std::int32_t channel_number, std::int32_t recording_type,
                              std::int32_t stream, std::int64_t time_ms) {
-  auto const seconds = static_cast<std::time_t>(hour_of(time_ms) / 1000);
-  std::tm utc{};
-  if (gmtime_r(&seconds, &utc) == nullptr) utc = std::tm{};
+  utc_time const utc = utc_of(hour_of(time_ms));
   std::array<char, 96> name{};
   std::snprintf(name.data(), name.size(), "ch%02lld_%s_S%02d_%04lld%02d%02d%02d",
                 static_cast<long long>(channel_number) + 1, letters_of_type(recording_type), stream,
-                static_cast<long long>(utc.tm_year) + 1900, utc.tm_mon + 1, utc.tm_mday,
-                utc.tm_hour);
+                static_cast<long long>(utc.year), utc.month, utc.day, utc.hour);
   return name.data();
 }
 

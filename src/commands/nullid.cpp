@@ -27,11 +27,11 @@ int print_null_periods(channel_sid const& channel, recording_type const& type,
   int printed = 0;
   char start[256];
   char end[256];
-  std::optional<std::time_t> last_end;
+  std::optional<std::int64_t> last_end;
   for (time_period const& period : periods) {
     if (!has_null_storage_id(period)) continue;
-    auto const start_time = static_cast<std::time_t>(period.start_time / 1000);
-    auto const end_time = static_cast<std::time_t>(period.end_time / 1000);
+    std::int64_t const start_time = period.start_time / 1000;
+    std::int64_t const end_time = period.end_time / 1000;
     // Most periods begin where the one before has ended.
     if (last_end == start_time) {
       copy_text(start, sizeof start, end);

@@ -5,7 +5,7 @@
 
 namespace st {
 
-std::int64_t recycle_span_start() noexcept {
+std::int64_t recycle_span_start() {
   constexpr std::int64_t thirty_days = std::int64_t{30} * 86400;
   return (now_seconds() - thirty_days) * 1000;
 }

@@ -13,7 +13,7 @@
 namespace st {
 
 // Nothing is recycled that is older than 30 days. In ms since the epoch.
-std::int64_t recycle_span_start() noexcept;
+std::int64_t recycle_span_start();
 
 // One ms before the earliest start among `count` periods. Returns 0 and writes
 // it to `span_end_ms`; -1, leaving it untouched, when `periods` does not hold

@@ -16,14 +16,23 @@
 #include "cli/dispatcher.h"
 #include "environment.h"
 
+#if defined(_TIME_BITS) && _TIME_BITS == 64 && __TIMESIZE == 32
+#define TIME_SYMBOL "__time64"
+#else
+#define TIME_SYMBOL "time"
+#endif
+
 // The clock of everything in a test program, time() by its symbol: what the
-// script says, or the real one.
-std::time_t scripted_time(std::time_t* out) noexcept __asm__("time");
+// script says, or the real one. A moment that time_t cannot hold is -1, as the C
+// library has it.
+std::time_t scripted_time(std::time_t* out) noexcept __asm__(TIME_SYMBOL);
 std::time_t scripted_time(std::time_t* out) noexcept {
   auto const& clock = scripted::call_log::instance().script().clock;
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
-  std::time_t const seconds = clock ? static_cast<std::time_t>(clock()) : now.tv_sec;
+  std::int64_t const asked = clock ? clock() : std::int64_t{now.tv_sec};
+  auto const held = static_cast<std::time_t>(asked);
+  std::time_t const seconds = held == asked ? held : -1;
   if (out != nullptr) *out = seconds;
   return seconds;
 }

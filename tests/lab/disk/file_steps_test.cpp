@@ -43,6 +43,16 @@ TEST_F(file_steps, copy_every_byte_of_more_than_one_piece) {
   EXPECT_EQ(content, support::contents_of(from().path()).at("it"));
 }
 
+TEST_F(file_steps, count_in_64_bits) {
+  constexpr std::int64_t large = std::int64_t{5} << 30;  // of which no block is there
+  lab::steps::make_file(from(), "it", "tail");
+  lab::steps::cut_file(from(), "it", large);
+  EXPECT_EQ(large, static_cast<std::int64_t>(fs::file_size(from().path() / "it")));
+  lab::steps::write_head(from(), "it", "head");
+  lab::steps::cut_file(from(), "it", 4);
+  EXPECT_EQ("head", support::contents_of(from().path()).at("it"));
+}
+
 TEST_F(file_steps, move_to_a_free_name_only) {
   lab::steps::make_file(from(), "it", "new");
   lab::steps::make_file(to(), "it", "old");

@@ -1,5 +1,6 @@
 // How stlab is called, and how it ends.
 #include <cstdlib>
+#include <ctime>
 #include <regex>
 
 #include "lab/catalogue/sqlite.h"
@@ -303,6 +304,14 @@ TEST_F(a_moment, is_local_unless_it_ends_in_z) {
   EXPECT_EQ("2026-11-20 07:00 UTC", recorded_at("2026-11-20 07:30Z"));
   EXPECT_EQ("2026-11-18 22:00 UTC", recorded_at("2026-11-19"));
   EXPECT_EQ("2026-11-18 00:00 UTC", recorded_at("2026-11-18Z"));
+}
+
+TEST_F(a_moment, is_local_as_far_as_time_t_counts) {
+  make();
+  EXPECT_EQ("2100-02-28 23:00 UTC", recorded_at("2100-02-28 23:59:59Z"));
+  EXPECT_EQ("2100-03-01 00:00 UTC", recorded_at("4107542400"));
+  bool const is_short = sizeof(std::time_t) == 4;
+  EXPECT_EQ(is_short ? "2" : "2100-03-02 07:00 UTC", recorded_at("2100-03-02 07:30"));
 }
 
 TEST_F(a_moment, is_checked_strictly) {

@@ -72,4 +72,10 @@ TEST(layout, an_hour_folder_has_a_name_for_every_number) {
   EXPECT_EQ("ch2147483648_NR_S00_1969123123", lab::hour_folder_name(2147483647, 4, 0, -1));
 }
 
+TEST(layout, an_hour_folder_tells_hours_that_32_bits_of_seconds_do_not_reach) {
+  EXPECT_EQ("ch01_NR_S00_2038011903", lab::hour_folder_name(0, 4, 0, 2'147'483'648'000));
+  EXPECT_EQ("ch01_NR_S00_2100022823", lab::hour_folder_name(0, 4, 0, 4'107'538'800'000));
+  EXPECT_EQ("ch01_NR_S00_1900010100", lab::hour_folder_name(0, 4, 0, -2'208'988'800'000));
+}
+
 }  // namespace

@@ -230,6 +230,19 @@ TEST(nullid, reads_the_clock_once) {
   EXPECT_EQ(run(script, nullid(all)).calls, asked({channel_0, channel_text(1, 'd')}));
 }
 
+TEST(nullid, asks_up_to_the_clock_as_far_as_time_t_counts) {
+  auto script = with_channels({channel(0, 'c')});
+  script.clock = [] { return 2130105600; };  // 2037-07-01
+  EXPECT_EQ(lines_with(run(script, nullid(all)).calls, ", 0, 2130105600000, ").size(), 8U);
+  script.clock = [] { return std::int64_t{2177452800}; };  // 2039-01-01
+  auto const late = run(script, nullid(all));
+  bool const is_short = sizeof(std::time_t) == 4;
+  EXPECT_EQ(lines_with(late.calls, ", 0, 2177452800000, ").size(), is_short ? 0U : 8U);
+  EXPECT_EQ(lines_with(late.calls, "get_time_period_list").size(), is_short ? 0U : 8U);
+  EXPECT_EQ(late.escaped.has_value(), is_short);
+  EXPECT_EQ(late.output.empty(), is_short) << late.output;
+}
+
 TEST(nullid, releases_when_any_call_throws) {
   EXPECT_EQ(expect_releases_when_any_call_throws(with_channels({channel(0, 'c'), channel(1, 'd')}),
                                                  nullid(all)),
@@ -242,7 +255,7 @@ std::string time_text(std::int64_t seconds, std::string const& zone = "UTC") {
                setenv("TZ", zone.c_str(), 1);
                tzset();
                char text[256];
-               st::format_time_text(static_cast<std::time_t>(seconds), text);
+               st::format_time_text(seconds, text);
                std::printf("%s", text);
              })
       .output;
@@ -260,11 +273,19 @@ TEST(time_text, is_local_time) {
   EXPECT_EQ(time_text(0, "XXX5"), "[1969-12-31 19:00:00]");
 }
 
+TEST(time_text, beyond_time_t_shows_zero_fields) {
+  EXPECT_EQ(time_text(2147483647), "[2038-1-19 03:14:07]");
+  bool const is_short = sizeof(std::time_t) == 4;
+  EXPECT_EQ(time_text(2147483648), is_short ? "[1900-1-00 00:00:00]" : "[2038-1-19 03:14:08]");
+  EXPECT_EQ(time_text(4102444800), is_short ? "[1900-1-00 00:00:00]" : "[2100-1-01 00:00:00]");
+}
+
 TEST(time_text, out_of_range_or_of_a_year_beyond_32_bits_shows_zero_fields) {
-  if (sizeof(std::time_t) == 4) GTEST_SKIP() << "no time of 32 bits is out of range";
   EXPECT_EQ(time_text(std::numeric_limits<std::int64_t>::max()), "[1900-1-00 00:00:00]");
   EXPECT_EQ(time_text(std::numeric_limits<std::int64_t>::min()), "[1900-1-00 00:00:00]");
-  EXPECT_EQ(time_text(67767976233532799), "[2147483647-12-31 23:59:59]");
+  if (sizeof(std::time_t) > 4) {
+    EXPECT_EQ(time_text(67767976233532799), "[2147483647-12-31 23:59:59]");
+  }
   EXPECT_EQ(time_text(67767976233532800), "[1900-1-00 00:00:00]");
   EXPECT_EQ(time_text(67768036191676799), "[1900-1-00 00:00:00]");
 }

@@ -161,13 +161,28 @@ TEST(volclean, computes_the_span_s_start_once_and_its_end_at_each_lookup) {
   EXPECT_EQ(lines_with(run(script, volclean(0)).calls, "recycle_stream_data"), expected);
 }
 
-TEST(volclean, times_beyond_32_bits_of_seconds_are_widened) {
-  if (sizeof(std::time_t) == 4) GTEST_SKIP() << "the clock has 32 bits of seconds";
+support::child_outcome at_clock(std::int64_t seconds) {
   auto script = one_channel.with_periods({});
-  constexpr std::int64_t late = 4102444800;  // 2100
-  script.clock = [] { return late; };
-  EXPECT_EQ(lines_with(run(script, volclean(0)).calls, ", 4099852800000, 4102444800000, 0)").size(),
+  script.clock = [seconds] { return seconds; };
+  return run(script, volclean(0));
+}
+
+TEST(volclean, times_beyond_32_bits_of_milliseconds_are_widened) {
+  // 2037-07-01
+  EXPECT_EQ(lines_with(at_clock(2130105600).calls, ", 2127513600000, 2130105600000, 0)").size(),
             20U);
+}
+
+TEST(volclean, beyond_time_t_recycles_nothing_and_fails) {
+  support::child_outcome const late = at_clock(2177452800);  // 2039-01-01
+  std::size_t const recycled = lines_with(late.calls, ", 2174860800000, 2177452800000, 0)").size();
+  if (sizeof(std::time_t) > 4) {
+    EXPECT_EQ(recycled, 20U);
+    EXPECT_EQ(late.escaped, std::nullopt);
+  } else {
+    EXPECT_EQ(lines_with(late.calls, "recycle_stream_data"), lines());
+    EXPECT_EQ(late.escaped, "the clock is beyond what time_t holds");
+  }
 }
 
 TEST(volclean, releases_when_any_call_throws) {
