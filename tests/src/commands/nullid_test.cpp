@@ -235,7 +235,7 @@ TEST(nullid, asks_up_to_the_clock_as_far_as_time_t_counts) {
   script.clock = [] { return 2130105600; };  // 2037-07-01
   EXPECT_EQ(lines_with(run(script, nullid(all)).calls, ", 0, 2130105600000, ").size(), 8U);
   script.clock = [] { return std::int64_t{2177452800}; };  // 2039-01-01
-  auto const late = run(script, nullid(all));
+  auto const late = in_child(script, nullid(all));
   bool const is_short = sizeof(std::time_t) == 4;
   EXPECT_EQ(lines_with(late.calls, ", 0, 2177452800000, ").size(), is_short ? 0U : 8U);
   EXPECT_EQ(lines_with(late.calls, "get_time_period_list").size(), is_short ? 0U : 8U);

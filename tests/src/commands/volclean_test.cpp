@@ -164,7 +164,7 @@ TEST(volclean, computes_the_span_s_start_once_and_its_end_at_each_lookup) {
 support::child_outcome at_clock(std::int64_t seconds) {
   auto script = one_channel.with_periods({});
   script.clock = [seconds] { return seconds; };
-  return run(script, volclean(0));
+  return in_child(script, volclean(0));
 }
 
 TEST(volclean, times_beyond_32_bits_of_milliseconds_are_widened) {
