@@ -12,6 +12,7 @@ option(ST_64_BIT_TIME "Count time in 64 bits on 32-bit machines too (needs a C l
 if(ST_64_BIT_TIME)
   target_compile_definitions(st_settings INTERFACE _TIME_BITS=64)
 endif()
+
 # Programs may be loaded anywhere, and the lab's objects also go into a shared
 # library, where nobody replaces our functions by others of the same name.
 include(CheckPIESupported)
