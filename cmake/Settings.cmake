@@ -13,22 +13,18 @@ if(ST_64_BIT_TIME)
   target_compile_definitions(st_settings INTERFACE _TIME_BITS=64)
 endif()
 
-# Programs may be loaded anywhere, and the lab's objects also go into a shared
-# library, where nobody replaces our functions by others of the same name.
-include(CheckPIESupported)
-check_pie_supported(LANGUAGES CXX)
-set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-target_compile_options(st_settings INTERFACE -fno-semantic-interposition)
-
-# What is installed is hardened: a call through a table that somebody has
-# overwritten, or a write past a buffer's end, ends the run (tools/hardening).
+# What is installed is hardened (tools/hardening): it may be loaded anywhere, a write
+# past a buffer's end ends the run, and nothing that the loader fills in can be
+# written afterwards.
 include(CheckCXXCompilerFlag)
 check_cxx_compiler_flag(-fstack-clash-protection ST_HAS_STACK_CLASH_PROTECTION)
 target_compile_options(st_settings INTERFACE $<$<NOT:$<CONFIG:Debug>>:
   -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2
-  $<$<BOOL:${ST_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>>)
-target_link_options(st_settings INTERFACE
-  $<$<NOT:$<CONFIG:Debug>>:LINKER:-z,relro,-z,now,-z,noexecstack>)
+  $<$<BOOL:${ST_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>
+  $<$<NOT:$<BOOL:$<TARGET_PROPERTY:POSITION_INDEPENDENT_CODE>>>:-fPIE>>)
+target_link_options(st_settings INTERFACE $<$<NOT:$<CONFIG:Debug>>:
+  LINKER:-z,relro,-z,now,-z,noexecstack
+  $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie>>)
 
 option(ST_SANITIZE "Build with the address, leak and undefined behaviour sanitizers" OFF)
 if(ST_SANITIZE)
