@@ -12,6 +12,18 @@ set(CTEST_CUSTOM_TESTS_IGNORE
   # A minute of SQLite's own steps.
   lab_engine_tests.sqlite.a_statement_may_run_as_often_as_wanted
   lab_engine_tests.sqlite.no_statement_works_without_end
+  # These look at the models and loops that the tests use.
+  lab_faults.faults.are_what_breaks_a_recycling_that_frees_first
+  lab_faults.faults.are_what_breaks_a_recycling_that_moves_first
+  lab_faults.power_loss_model.catches_a_recording_that_leaves_out_a_sync
+  lab_faults.power_loss_model.catches_a_recycling_that_leaves_out_a_sync
+  lab_faults.power_loss_model.catches_a_recycling_in_the_wrong_order
+  # Dozens of runs each: the recorders that lie in one way each stay.
+  hostile.by_seed/hostile_recorders.do_no_harm/0
+  hostile.by_seed/hostile_recorders.do_no_harm/1
+  hostile.by_seed/hostile_recorders.do_no_harm/2
+  hostile.by_seed/hostile_recorders.do_no_harm/3
+  hostile.by_seed/hostile_recorders.do_no_harm/4
   # Hundreds of runs, each from a stop at another step: minutes. The loops over
   # recycling through the unit and over setting volumes stay.
   corpus.stopped_repair.is_finished_by_the_next_one

@@ -231,12 +231,11 @@ class loop {
   }
 
   // Second faults multiply; without the longer variants every ninth place gets
-  // them, and one kind a point, all kinds in turn.
+  // them. A point gets one kind of them, all kinds in turn.
   bool is_in_turn() { return support::are_long_checks_wanted() || ++turn_ % 9 == 0; }
 
   faults kinds_in_turn(int m) {
     auto const all = kinds_at(m);
-    if (support::are_long_checks_wanted()) return all;
     return {all[static_cast<std::size_t>(++turn_) % all.size()]};
   }
 
