@@ -6,7 +6,7 @@
 
 // The option parser's, which is slow to compile: only options.cpp, help.cpp and main.cpp
 // read its header.
-namespace CLI {
+namespace CLI {  // NOLINT(readability-identifier-naming)
 class App;
 }
 

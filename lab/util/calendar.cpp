@@ -55,8 +55,8 @@ utc_time utc_of(std::int64_t time_ms) {
 }
 
 std::optional<std::int64_t> seconds_of(utc_time const& time) {
-  std::int64_t const seconds =
-      days_to(time) * seconds_a_day + time.hour * 3600 + time.minute * 60 + time.second;
+  std::int64_t const seconds = days_to(time) * seconds_a_day + std::int64_t{time.hour} * 3600 +
+                               std::int64_t{time.minute} * 60 + time.second;
   // What is out of range has been counted over into another date or time.
   if (fields(utc_of(seconds * 1000)) != fields(time)) return std::nullopt;
   return seconds;
