@@ -59,4 +59,6 @@ tools/floor new any program | grep -q '^new any: GLIBC_2' || fail "no version is
 expect_failure 'allowed is GLIBC_2.1:' tools/floor old any program
 expect_failure 'allowed is none:' tools/floor none any program
 expect_failure 'says nothing of other' tools/floor other any program
+"${CXX:-g++}" -shared -nostdlib -x c++ /dev/null -o empty
+expect_failure 'asks for no version' tools/floor new any empty
 echo "Each fault was found."

@@ -75,15 +75,17 @@ TEST_F(stlab_collect, takes_the_lines_of_calls_from_the_end_of_a_trace) {
   fs::path const calls = folder / "trace";
   {
     std::ofstream lines(calls);
-    lines << "[\"first\",{},null]\n";
-    for (int i = 0; i < 5000; ++i)
-      lines << "[\"long\",{\"text\":\"" << std::string(1000, 'x') << "\"}]\n";
-    lines << "a password\n[\"last\",{\"text\":\"\x1b\"},0]\n";
+    std::string const long_call = R"(["long",")" + std::string(1000, 'x') + "\"]\n";
+    lines << R"(["first"])" << '\n';
+    for (int i = 0; i < 5000; ++i) lines << long_call;
+    lines << "a password\n"
+          << R"(["last",")"
+          << "\x1b\"]\n";
   }
   auto const typed = collected(" --trace " + calls.string());
-  EXPECT_TRUE(holds(typed, "[\"last\",{\"text\":\"\\x1b\"},0]\n"));
+  EXPECT_TRUE(holds(typed, R"(["last","\x1b"])"));
   EXPECT_FALSE(holds(typed, "password"));
-  EXPECT_FALSE(holds(typed, "[\"first\""));
+  EXPECT_FALSE(holds(typed, "first"));
   EXPECT_LT(typed.size(), 5U << 20U);
   fs::remove(report);
   extra["STLAB_TRACE"] = calls.string();

@@ -1,5 +1,6 @@
 // One st with the lab's shared client library, and with a recorder's own behind an
 // empty library of the same name.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -42,6 +43,10 @@ TEST_F(either_library, of_a_recorder_shows_that_recorder) {
 }
 
 TEST_F(either_library, is_missed_by_name_when_there_is_none) {
+  if (void* const installed = dlopen("libstclient.so.0", RTLD_LAZY)) {
+    dlclose(installed);
+    GTEST_SKIP() << "a libstclient.so.0 is installed here";
+  }
   outcome const result = run_either({"spacelist"}, {});
   EXPECT_NE(result.status, 0);
   EXPECT_NE(result.errors.find("libstclient.so.0"), std::string::npos) << result.errors;
