@@ -233,7 +233,7 @@ std::int32_t type_code(std::string const& name) {
   for (lab::recording_type const& each : lab::recording_types) {
     if (name == each.name) return each.code;
   }
-  throw wrong_usage("there is no recording type " + name);
+  throw refusal("there is no recording type " + name);
 }
 
 template void add_number(CLI::App&, char const*, std::int32_t&, std::string const&, numbers const&);
