@@ -122,7 +122,7 @@ class loop {
     bool hit = true;
     for (int n = 1; hit; ++n) {
       hit = false;
-      for (auto const& each : kinds_at(n)) hit = one_fault({each}, n) || hit;
+      for (auto const& each : support::in_turn(kinds_at(n), n)) hit = one_fault({each}, n) || hit;
     }
     for (auto const& [digest, state] : left_) {
       if (what_.with == scenario::journal::kept) recover_on_a_full_disk(digest, state);
@@ -230,9 +230,9 @@ class loop {
     }
   }
 
-  // Second faults multiply; without the longer variants every ninth place gets
-  // them. A point gets one kind of them, all kinds in turn.
-  bool is_in_turn() { return support::are_long_checks_wanted() || ++turn_ % 9 == 0; }
+  // Second faults multiply: every third place gets them, and every ninth in the short
+  // variant. A point gets one kind of them, all kinds in turn.
+  bool is_in_turn() { return ++turn_ % (3 * support::stride(3)) == 0; }
 
   faults kinds_in_turn(int m) {
     auto const all = kinds_at(m);

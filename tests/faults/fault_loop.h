@@ -1,5 +1,6 @@
 // Runs an operation again and again, with a fault at its first point, at its
-// second one and so on until it meets none, and looks at what each leaves.
+// second one and so on until it meets none, and looks at what each leaves. A point
+// gets one kind of fault, all kinds in turn; with ST_LONG_CHECKS=1 it gets every kind.
 #pragma once
 
 #include <functional>

@@ -20,7 +20,7 @@ using support::environment;
 using support::outcome;
 using support::words;
 
-// 20, or 200 with ST_LONG_CHECKS=1 in the environment.
+// 20, or 100 with ST_LONG_CHECKS=1 in the environment.
 int rounds();
 
 inline constexpr char clean_report[] =
