@@ -7,7 +7,10 @@ that cannot stand in one file, as two of them use a name for different things, a
 read apart. Where a fault is found, the sources are read once more, each alone, so
 that what is said names the file and the line.
 
-  tools/tidy.py BUILD     (a build folder with its compile_commands.json)
+  tools/tidy.py [--recent] BUILD     (a build folder with its compile_commands.json)
+
+With --recent it reads, of the tests, those that the last COMMITS commits changed,
+and follows the paths through a function less far.
 """
 
 import json
@@ -22,17 +25,30 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 AT_ONCE = 12  # sources in one reading
+COMMITS = 20
 TREE = Path(__file__).resolve().parent.parent
 
 
 def flags_of(command, source):
+    """What the compiler is told but for its input and its output."""
     words = shlex.split(command)[1:]
     output = words.index("-o")
     del words[output : output + 2]
     return tuple(word for word in words if word not in (source, "-c"))
 
 
-def batches(build):
+def recent(source, changed):
+    name = os.path.relpath(source, TREE)
+    return changed is None or not name.startswith("tests/") or name in changed
+
+
+def changed_lately():
+    """None when nobody knows, as in a clone without its past."""
+    said = run(["git", "diff", "--name-only", f"HEAD~{COMMITS}"], TREE)
+    return None if said.returncode else set(said.stdout.splitlines())
+
+
+def batches(build, changed=None):
     """Sources of one folder and of the same flags, at most AT_ONCE of them each."""
     alike = defaultdict(dict)
     for entry in json.loads((build / "compile_commands.json").read_text()):
@@ -42,7 +58,7 @@ def batches(build):
             alike[key][source] = True
     seen = set()
     for (folder, flags), sources in alike.items():
-        mine = [source for source in sources if source not in seen]
+        mine = [each for each in sources if each not in seen and recent(each, changed)]
         seen.update(mine)
         for start in range(0, len(mine), AT_ONCE):
             yield folder, flags, mine[start : start + AT_ONCE]
@@ -75,12 +91,18 @@ def run(command, folder):
 
 
 def main():
-    build = Path(sys.argv[1]).resolve()
-    found = list(batches(build))
+    *options, name = sys.argv[1:]
+    if options not in ([], ["--recent"]):
+        sys.exit(__doc__)
+    build = Path(name).resolve()
+    found = list(batches(build, changed_lately() if options else None))
+    if options:
+        shallow = ("-Xclang", "-analyzer-config", "-Xclang", "mode=shallow")
+        found = [(folder, flags + shallow, sources) for folder, flags, sources in found]
     if not found:
         sys.exit(f"{build}/compile_commands.json names no source of this tree")
-    with tempfile.TemporaryDirectory() as name, ThreadPoolExecutor(os.cpu_count()) as readers:
-        scratch = Path(name)
+    with tempfile.TemporaryDirectory() as apart, ThreadPoolExecutor(os.cpu_count()) as readers:
+        scratch = Path(apart)
         for folder, _, _ in found:
             (scratch / os.path.relpath(folder, TREE)).mkdir(parents=True, exist_ok=True)
         for folder in (scratch, *filter(Path.is_dir, scratch.rglob("*"))):
