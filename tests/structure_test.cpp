@@ -1,6 +1,7 @@
 // What may include what: cli knows commands, commands knows storage, storage
 // knows nobody; the lab knows the contract and neither cli nor commands; bench
-// knows the contract, and nobody knows bench.
+// knows the contract, and nobody knows bench; the report knows the contract and the
+// routines by which st decides, and none of the others knows the report.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -142,6 +143,50 @@ TEST(layers, nobody_knows_bench) {
     for (include const& each : includes(folder)) {
       EXPECT_EQ(each.name.find("bench/"), std::string::npos)
           << each.file << " includes " << each.name;
+    }
+  }
+}
+
+// How st measures, decides and finds a span: the report does it alike, and does not
+// know what changes anything.
+std::set<std::string> const& reported_headers() {
+  static std::set<std::string> const headers{"commands/channel_walk.h", "commands/leak.h",
+                                             "commands/preallocate_probe.h", "commands/recycling.h",
+                                             "commands/time_text.h"};
+  return headers;
+}
+
+TEST(layers, the_report_knows_storage_and_how_st_decides) {
+  for (include const& each : includes("report")) {
+    if (!each.quoted) continue;
+    std::string const layer = layer_of(each.name);
+    EXPECT_TRUE(layer == "report" || layer == "storage" || reported_headers().count(each.name) == 1)
+        << each.file << " includes " << each.name;
+  }
+}
+
+TEST(layers, nobody_knows_the_report) {
+  for (char const* folder : {"src", "lab", "bench"}) {
+    for (include const& each : includes(folder)) {
+      EXPECT_NE(layer_of(each.name), "report") << each.file << " includes " << each.name;
+    }
+  }
+}
+
+TEST(report, only_its_command_line_knows_the_option_parser) {
+  for (include const& each : includes("report")) {
+    if (layer_of(each.name) != "CLI") continue;
+    EXPECT_EQ(each.file, "report/options.cpp");
+  }
+}
+
+TEST(report, names_nothing_that_recycles_or_sets) {
+  std::regex const changing(
+      R"(CFSTier|CFSUnit|recycle_stream\b|recycle_stream_data|\bfile_storage\b)"
+      R"(|set_volume_info|apply_volume_setting|recycle_volume_units)");
+  for (fs::path const& file : sources("report")) {
+    for (std::string const& line : lines(file)) {
+      EXPECT_FALSE(std::regex_search(line, changing)) << file << ": " << line;
     }
   }
 }

@@ -96,9 +96,10 @@ def main():
         sys.exit(__doc__)
     build = Path(name).resolve()
     found = list(batches(build, changed_lately() if options else None))
-    if options:
-        shallow = ("-Xclang", "-analyzer-config", "-Xclang", "mode=shallow")
-        found = [(folder, flags + shallow, sources) for folder, flags, sources in found]
+    # Some functions have paths without end.
+    depth = "mode=shallow" if options else "max-nodes=40000"
+    depth = ("-Xclang", "-analyzer-config", "-Xclang", depth)
+    found = [(folder, flags + depth, sources) for folder, flags, sources in found]
     if not found:
         sys.exit(f"{build}/compile_commands.json names no source of this tree")
     with tempfile.TemporaryDirectory() as apart, ThreadPoolExecutor(os.cpu_count()) as readers:

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <numeric>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -35,7 +36,7 @@ void require_usable_path(fs::path const& where, make_plan const& plan) {
   auto const share = where / share_folder;
   require_path_without_share(where);
   for (auto const& volume : plan.volumes) {
-    auto const storage = storage_folder((share / volume.name).string(), volume.sid_text);
+    auto const storage = storage_folder((share / volume.folder).string(), volume.sid_text);
     auto const longest = storage + "/" + preallocate_folder;
     if (longest.size() > longest_preallocate_path) {
       throw error(where.string() + ": path is too long: " + std::to_string(longest.size()) +
@@ -73,7 +74,12 @@ void require_absent_or_empty(fs::path const& where) {
   if (!names.empty()) fail_as_not_empty(where, names);
 }
 
-void require_room(fs::path const& where, make_plan const& plan, make_options const& options) {
+std::int64_t units_of(make_plan const& plan) {
+  return std::accumulate(plan.volumes.begin(), plan.volumes.end(), std::int64_t{0},
+                         [](auto sum, auto const& volume) { return sum + volume.units; });
+}
+
+void require_room(fs::path const& where, make_plan const& plan) {
   auto existing = where;
   std::error_code problem;
   while (!fs::exists(existing, problem) && existing.has_relative_path()) {
@@ -82,10 +88,13 @@ void require_room(fs::path const& where, make_plan const& plan, make_options con
   struct statvfs disk {};
   if (statvfs(existing.c_str(), &disk) != 0) fail_with_errno(existing, "cannot look at the disk");
   auto const volumes = static_cast<std::int64_t>(plan.volumes.size());
+  auto const units = units_of(plan);
   auto const recordings = static_cast<std::int64_t>(plan.recordings.size());
-  // Folders, catalogue and its journal come on top of the units.
-  std::int64_t const kilobytes = volumes * (plan.units + 64) + recordings * 8 + 8192;
-  std::int64_t const needed_mb = volumes * options.volume_mb + kilobytes / 1024;
+  // Folders, catalogue and its journal come on top of the units; only a recording with
+  // units has a folder.
+  std::int64_t const kilobytes =
+      units + volumes * 64 + std::min(recordings, units) * 8 + recordings / 2 + 8192;
+  std::int64_t const needed_mb = units * plan.unit_mb + kilobytes / 1024;
   auto const block = static_cast<std::int64_t>(disk.f_frsize);
   auto const free_mb =
       static_cast<std::int64_t>(disk.f_bavail) / (megabyte / std::min(block, megabyte));
@@ -150,7 +159,7 @@ planned_recording const* recording_of(make_plan const& plan, planned_volume cons
 class unit_count {
  public:
   unit_count(make_plan const& plan, progress const& report)
-      : total_(static_cast<std::int64_t>(plan.volumes.size()) * plan.units), report_(report) {}
+      : total_(units_of(plan)), report_(report) {}
 
   void add_one() {
     ++done_;
@@ -169,8 +178,8 @@ class unit_count {
 
 void lay_volume(folder const& share, make_plan const& plan, planned_volume const& planned,
                 std::int64_t unit_bytes, unit_count& count) {
-  steps::make_folder(share, planned.name);
-  folder const place(share, planned.name);
+  steps::make_folder(share, planned.folder);
+  folder const place(share, planned.folder);
   steps::make_file(place, identity_file, identity_text(planned.sid_text));
   steps::make_folder(place, storage_folder_name(planned.sid_text));
   folder const storage(place, storage_folder_name(planned.sid_text));
@@ -179,11 +188,11 @@ void lay_volume(folder const& share, make_plan const& plan, planned_volume const
   auto const preallocate = [&](folder const& in, std::string const& name) {
     steps::preallocate_file(in, name, unit_bytes, [&count] { count.tell(); });
   };
-  for (int unit = 0; unit < plan.units; ++unit) {
+  for (int unit = 0; unit < planned.units; ++unit) {
     auto const name = unit_name(unit);
     if (auto const* const of = recording_of(plan, planned, unit)) {
-      auto const hour_name =
-          hour_folder_name(of->channel, of->recording_type, of->stream, of->hour_ms);
+      auto const number = plan.channels[static_cast<std::size_t>(of->channel)].number;
+      auto const hour_name = hour_folder_name(number, of->recording_type, of->stream, of->hour_ms);
       steps::make_folder(storage, hour_name);
       folder const hour(storage, hour_name);
       preallocate(hour, name);
@@ -196,20 +205,25 @@ void lay_volume(folder const& share, make_plan const& plan, planned_volume const
 }
 
 void insert_spaces_and_volumes(database& catalogue, make_plan const& plan) {
-  statement space(catalogue, "INSERT INTO space (id, sid, name, uuid) VALUES (?, ?, ?, ?)");
+  statement space(catalogue,
+                  "INSERT INTO space (id, sid, name, uuid, status, spare_state)"
+                  "  VALUES (?, ?, ?, ?, ?, ?)");
   for (std::size_t index = 0; index < plan.spaces.size(); ++index) {
     auto const& planned = plan.spaces[index];
-    space.with(static_cast<std::int64_t>(index + 1), planned.sid, planned.name, planned.uuid).run();
+    space
+        .with(static_cast<std::int64_t>(index + 1), planned.sid, planned.name, planned.uuid,
+              planned.status, planned.spare_state)
+        .run();
   }
-  statement volume(
-      catalogue,
-      "INSERT INTO volume (id, space_id, sid_number, sid_text, name, folder, volume_no)"
-      "  VALUES (?1, ?2, ?1, ?3, ?4, ?4, ?1)");
+  statement volume(catalogue,
+                   "INSERT INTO volume (id, space_id, sid_number, sid_text, name, folder, type,"
+                   "                    state, volume_no)"
+                   "  VALUES (?1, ?2, ?1, ?3, ?4, ?5, ?6, ?7, ?8)");
   for (std::size_t index = 0; index < plan.volumes.size(); ++index) {
     auto const& planned = plan.volumes[index];
     volume
         .with(static_cast<std::int64_t>(index + 1), planned.space + 1, planned.sid_text,
-              planned.name)
+              planned.name, planned.folder, planned.type, planned.state, planned.number)
         .run();
   }
 }
@@ -218,9 +232,10 @@ void insert_channels(database& catalogue, make_plan const& plan) {
   statement channel(catalogue, "INSERT INTO channel (id, number, sid) VALUES (?, ?, ?)");
   statement assignment(catalogue, "INSERT INTO assignment (channel_id, volume_id) VALUES (?, ?)");
   for (std::size_t index = 0; index < plan.channels.size(); ++index) {
-    auto const number = static_cast<std::int64_t>(index);
-    channel.with(number + 1, number, plan.channels[index].sid).run();
-    assignment.with(number + 1, plan.channels[index].volume + 1).run();
+    auto const& planned = plan.channels[index];
+    auto const id = static_cast<std::int64_t>(index + 1);
+    channel.with(id, planned.number, planned.sid).run();
+    for (int const volume : planned.volumes) assignment.with(id, volume + 1).run();
   }
 }
 
@@ -234,11 +249,10 @@ void insert_periods(database& catalogue, make_plan const& plan, unit_count const
                    "  VALUES (?, ?, ?, ?, ?, ?, ?)");
   for (std::size_t index = 0; index < plan.recordings.size(); ++index) {
     auto const& recording = plan.recordings[index];
-    auto const& channel = plan.channels[static_cast<std::size_t>(recording.channel)];
+    if (recording.is_forgotten) continue;
     period
         .with(static_cast<std::int64_t>(index + 1), recording.channel + 1, recording.recording_type,
-              recording.stream, recording.hour_ms, recording.hour_ms + hour_milliseconds,
-              plan.volumes[static_cast<std::size_t>(channel.volume)].sid_text)
+              recording.stream, recording.start_ms, recording.end_ms, recording.storage_id)
         .run();
     if (index % static_cast<std::size_t>(rows_at_once) == 0) count.tell();
   }
@@ -251,28 +265,35 @@ void insert_units(database& catalogue, make_plan const& plan, std::size_t volume
                      "INSERT INTO unit (volume_id, name, state, channel_id, recording_type, stream,"
                      "                  hour_ms, period_id)"
                      "  VALUES (?, ?, 'recorded', ?, ?, ?, ?, ?)");
+  statement lost(catalogue,
+                 "INSERT INTO unit (volume_id, name, state, channel_id, recording_type, stream,"
+                 "                  hour_ms)"
+                 "  VALUES (?, ?, 'recorded', ?, ?, ?, ?)");
   auto const volume_id = static_cast<std::int64_t>(volume + 1);
-  for (int unit = 0; unit < plan.units; ++unit) {
+  for (int unit = 0; unit < plan.volumes[volume].units; ++unit) {
     if (unit % rows_at_once == 0) count.tell();
     auto const name = unit_name(unit);
-    if (auto const* const of = recording_of(plan, plan.volumes[volume], unit)) {
+    auto const* const of = recording_of(plan, plan.volumes[volume], unit);
+    if (of == nullptr) {
+      free_unit.with(volume_id, name).run();
+    } else if (of->is_forgotten) {
+      lost.with(volume_id, name, of->channel + 1, of->recording_type, of->stream, of->hour_ms)
+          .run();
+    } else {
       recorded
           .with(volume_id, name, of->channel + 1, of->recording_type, of->stream, of->hour_ms,
                 of - plan.recordings.data() + 1)
           .run();
-    } else {
-      free_unit.with(volume_id, name).run();
     }
   }
 }
 
-void write_catalogue(fs::path const& file, make_plan const& plan, make_options const& options,
-                     unit_count const& count) {
+void write_catalogue(fs::path const& file, make_plan const& plan, unit_count const& count) {
   database catalogue(file, database::mode::create, default_lock_timeout);
   transaction all(catalogue, transaction_kind::writing);
   catalogue.execute(catalogue_schema);
   statement(catalogue, "INSERT INTO recorder (id, unit_mb, seed, made_ms) VALUES (1, ?, ?, ?)")
-      .with(options.unit_mb, static_cast<std::int64_t>(options.seed), options.now_ms)
+      .with(plan.unit_mb, static_cast<std::int64_t>(plan.seed), plan.now_ms)
       .run();
   insert_spaces_and_volumes(catalogue, plan);
   insert_channels(catalogue, plan);
@@ -288,20 +309,23 @@ void write_catalogue(fs::path const& file, make_plan const& plan, make_options c
 
 void make_recorder(fs::path const& folder_to_make, make_options const& options,
                    progress const& report) {
-  auto const plan = plan_recorder(options);
+  make_recorder(folder_to_make, plan_recorder(options), report);
+}
+
+void make_recorder(fs::path const& folder_to_make, make_plan const& plan, progress const& report) {
   auto const where = resolved(folder_to_make);
   require_usable_path(where, plan);
   require_absent_or_empty(where);
-  require_room(where, plan, options);
+  require_room(where, plan);
   making made(where);
   made.claim();
   lab::folder const recorder_folder(where);
   lab::folder const share(recorder_folder, share_folder);
   unit_count count(plan, report);
   for (auto const& volume : plan.volumes) {
-    lay_volume(share, plan, volume, options.unit_mb * megabyte, count);
+    lay_volume(share, plan, volume, plan.unit_mb * megabyte, count);
   }
-  write_catalogue(where / new_catalogue_file, plan, options, count);
+  write_catalogue(where / new_catalogue_file, plan, count);
   // Units can be given back on a full disk: nothing of the catalogue's needs
   // space then.
   std::error_code ignored;

@@ -19,4 +19,8 @@ using progress = std::function<void(std::int64_t done, std::int64_t total)>;
 void make_recorder(std::filesystem::path const& folder, make_options const& options,
                    progress const& report);
 
+// The same, of a plan.
+void make_recorder(std::filesystem::path const& folder, make_plan const& plan,
+                   progress const& report);
+
 }  // namespace lab

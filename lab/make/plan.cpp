@@ -83,8 +83,8 @@ std::int64_t take_one(std::vector<std::int64_t>& hours, random& numbers) {
 
 // Records hours of one channel until its share of units is used up or every
 // fourth hour or so is still missing. The first ones show each kind once.
-std::vector<planned_recording> record_channel(int channel, int units, make_options const& options,
-                                              random& numbers) {
+std::vector<planned_recording> record_channel(int channel, int units, std::string const& storage_id,
+                                              make_options const& options, random& numbers) {
   // Of each kind, those that are left to be taken.
   std::vector hours(kinds.size(), past_hours(options.now_ms, options.days));
   int const most = options.days * hours_a_day;
@@ -94,8 +94,9 @@ std::vector<planned_recording> record_channel(int channel, int units, make_optio
     auto const kind = shown < kinds.size() ? shown : chosen_kind(numbers);
     if (hours[kind].empty()) continue;
     int const size = std::min(units, numbers.below(4) == 0 ? 2 : 1);
-    found.push_back({channel, kinds[kind].recording_type, kinds[kind].stream,
-                     take_one(hours[kind], numbers), size});
+    auto const hour_ms = take_one(hours[kind], numbers);
+    found.push_back({channel, kinds[kind].recording_type, kinds[kind].stream, hour_ms, size,
+                     hour_ms, hour_ms + hour_milliseconds, storage_id});
     units -= size;
   }
   return found;
@@ -110,7 +111,7 @@ void assign_units(make_plan& plan) {
   for (std::size_t index = 0; index < plan.recordings.size(); ++index) {
     auto const& recording = plan.recordings[index];
     auto const& channel = plan.channels[static_cast<std::size_t>(recording.channel)];
-    auto& recorded = plan.volumes[static_cast<std::size_t>(channel.volume)].recorded;
+    auto& recorded = plan.volumes[static_cast<std::size_t>(channel.volumes.front())].recorded;
     recorded.insert(recorded.end(), static_cast<std::size_t>(recording.units),
                     static_cast<int>(index));
   }
@@ -118,12 +119,14 @@ void assign_units(make_plan& plan) {
 
 void plan_recordings(make_plan& plan, make_options const& options, random& numbers) {
   for (int channel = 0; channel < options.channels; ++channel) {
-    int const volume = plan.channels[static_cast<std::size_t>(channel)].volume;
+    auto const& volumes = plan.channels[static_cast<std::size_t>(channel)].volumes;
+    auto const& volume = plan.volumes[static_cast<std::size_t>(volumes.front())];
     auto const sharing =
         std::count_if(plan.channels.begin(), plan.channels.end(),
-                      [volume](auto const& other) { return other.volume == volume; });
-    auto const share = std::int64_t{plan.units} * filled_percent / 100 / sharing;
-    auto const recorded = record_channel(channel, static_cast<int>(share), options, numbers);
+                      [&volumes](auto const& other) { return other.volumes == volumes; });
+    auto const share = std::int64_t{volume.units} * filled_percent / 100 / sharing;
+    auto const recorded =
+        record_channel(channel, static_cast<int>(share), volume.sid_text, options, numbers);
     plan.recordings.insert(plan.recordings.end(), recorded.begin(), recorded.end());
   }
   std::sort(plan.recordings.begin(), plan.recordings.end(),
@@ -151,17 +154,22 @@ make_plan plan_recorder(make_options const& options) {
   require_in_range(options);
   random numbers(options.seed);
   std::set<std::string> taken;
-  make_plan plan{};
-  plan.units = options.volume_mb / options.unit_mb;
+  make_plan plan;
+  plan.unit_mb = options.unit_mb;
+  plan.seed = options.seed;
+  plan.now_ms = options.now_ms;
   for (int space = 0; space < options.spaces; ++space) {
     plan.spaces.push_back({numbers.uuid(), "Storage" + std::to_string(space + 1), numbers.uuid()});
     for (int within = 0; within < options.volumes; ++within) {
-      auto const name = volume_folder_name(static_cast<int>(plan.volumes.size()));
-      plan.volumes.push_back({space, new_id(numbers, taken), name, {}});
+      auto const index = static_cast<int>(plan.volumes.size());
+      auto const name = volume_folder_name(index);
+      plan.volumes.push_back({space, new_id(numbers, taken), name, name, index + 1,
+                              options.volume_mb / options.unit_mb});
     }
   }
   for (int channel = 0; channel < options.channels; ++channel) {
-    plan.channels.push_back({new_id(numbers, taken), volume_of_channel(channel, options)});
+    plan.channels.push_back(
+        {new_id(numbers, taken), channel, {volume_of_channel(channel, options)}});
   }
   plan_recordings(plan, options, numbers);
   return plan;

@@ -14,27 +14,39 @@ struct planned_space {
   std::string sid;
   std::string name;
   std::string uuid;
+  std::int32_t status = 0;
+  std::int32_t spare_state = 0;
 };
 
 struct planned_volume {
   int space;
   std::string sid_text;
   std::string name;
-  std::vector<int> recorded;  // the recording of each of its first units; the others are free
+  std::string folder;
+  std::int32_t number;
+  int units;
+  std::vector<int> recorded = {};  // the recording of each of its first units; the others are free
+  std::int32_t type = 0;
+  std::int32_t state = 0;
 };
 
 struct planned_channel {
   std::string sid;
-  int volume;
+  std::int32_t number;       // from 0
+  std::vector<int> volumes;  // those that it records into
 };
 
-// One hour recorded by a channel into its volume.
+// What a channel has recorded, or what retention has forgotten of it.
 struct planned_recording {
   int channel;
   std::int32_t recording_type;
   std::int32_t stream;
-  std::int64_t hour_ms;
+  std::int64_t hour_ms;  // in which its units lie
   int units;
+  std::int64_t start_ms;
+  std::int64_t end_ms;
+  std::string storage_id;
+  bool is_forgotten = false;  // without a period
 };
 
 struct make_options {
@@ -62,11 +74,13 @@ inline constexpr limits channel_limits{1, 256};
 inline constexpr limits day_limits{0, 3650};
 
 struct make_plan {
-  std::vector<planned_space> spaces;
-  std::vector<planned_volume> volumes;
-  std::vector<planned_channel> channels;
-  std::vector<planned_recording> recordings;
-  int units;  // a volume
+  std::vector<planned_space> spaces = {};
+  std::vector<planned_volume> volumes = {};
+  std::vector<planned_channel> channels = {};
+  std::vector<planned_recording> recordings = {};
+  int unit_mb = 1;
+  std::uint64_t seed = 0;
+  std::int64_t now_ms = 0;
 };
 
 // Throws lab::error when an option is out of its range, or the volume size is no

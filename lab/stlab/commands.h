@@ -35,6 +35,7 @@ class unusable : public std::runtime_error {
 // Each adds its subcommand to the tool. When the command line names it,
 // `chosen` becomes its action.
 void add_make(CLI::App& tool, action& chosen);
+void add_import(CLI::App& tool, action& chosen);
 void add_show(CLI::App& tool, action& chosen);
 void add_record(CLI::App& tool, action& chosen);
 void add_expire(CLI::App& tool, action& chosen);

@@ -16,6 +16,7 @@ namespace {
 
 void add_commands(CLI::App& tool, action& chosen) {
   add_make(tool, chosen);
+  add_import(tool, chosen);
   add_show(tool, chosen);
   add_record(tool, chosen);
   add_expire(tool, chosen);

@@ -34,7 +34,7 @@ bind -x '"\C-t": printf "<<%s>>\n" "$READLINE_LINE"'
 
 
 class Shell:
-    """A bash that has loaded both completions; `path` stands in front of its PATH."""
+    """A bash that has loaded all completions; `path` stands in front of its PATH."""
 
     def __init__(self, folder, path, **variables):
         environment = {"PATH": f"{path}:/usr/sbin:/usr/bin:/sbin:/bin", "TERM": "dumb", "PS1": "",
@@ -302,6 +302,53 @@ class StrangeNames(unittest.TestCase):
         self.shell.completed("st volset ")
         self.assertEqual((self.folder / "asked").read_text().splitlines(),
                          ["", "spacelist", "vollist one"])
+
+
+REPORT_OPTIONS = ["--anonymous", "--ascii", "--check", "--color", "--columns", "--compare",
+                  "--expect-days", "--help", "--html", "--json", "--metrics", "--preview",
+                  "--version"]
+
+
+class Report(unittest.TestCase):
+    """Of st-report, which is not started for it."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.temporary = tempfile.TemporaryDirectory(prefix="st-completion-")
+        folder = pathlib.Path(cls.temporary.name)
+        (folder / "old report.json").touch()
+        (folder / "other.html").touch()
+        cls.shell = Shell(folder, folder)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.shell.close()
+        cls.temporary.cleanup()
+
+    def test_each_option_is_completed(self):
+        self.assertEqual(sorted(self.shell.listed("st-report ")), REPORT_OPTIONS)
+        self.assertEqual(sorted(self.shell.listed("st-report --json --")), REPORT_OPTIONS)
+        self.assertEqual(self.shell.completed("st-report --prev"), "st-report --preview ")
+
+    def test_files_behind_options_that_take_one(self):
+        for option in ("--html", "--metrics", "--compare"):
+            for between in (" ", "="):
+                with self.subTest(option=option, between=between):
+                    line = f"st-report {option}{between}"
+                    self.assertEqual(self.shell.completed(line + "ol"), line + "old\\ report.json ")
+
+    def test_values(self):
+        for between in (" ", "="):
+            line = f"st-report --color{between}"
+            self.assertEqual(sorted(self.shell.listed(line)), ["always", "auto", "never"])
+            self.assertEqual(self.shell.completed(line + "n"), line + "never ")
+        for line in ("st-report --columns ", "st-report --expect-days ", "st-report x"):
+            self.assertEqual(self.shell.completed(line), line)
+
+    def test_settings_of_the_shell_change_nothing(self):
+        self.shell.run("set -u; set -f; IFS=-; shopt -s nocasematch nullglob failglob")
+        self.test_values()
+        self.test_each_option_is_completed()
 
 
 if __name__ == "__main__":

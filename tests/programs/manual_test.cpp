@@ -83,7 +83,7 @@ TEST_F(manual, each_command_of_stlab_has_its_section_and_its_example) {
   for (std::string const& word : found_in(help(), "^  ([a-z][a-z-]*) ")) {
     commands.insert("stlab " + word);
   }
-  EXPECT_EQ(commands.size(), 12U);
+  EXPECT_EQ(commands.size(), 13U);
   EXPECT_EQ(subsections(stlab_page(), "stlab "), commands);
   for (std::string const& command : commands) {
     EXPECT_TRUE(shows_example(stlab_page().part(command), command)) << command;

@@ -50,10 +50,10 @@ TEST(make_plan, names_count_over_all_spaces) {
 TEST(make_plan, channels_go_round_spaces_before_volumes) {
   auto const plan = lab::plan_recorder(defaults());
   ASSERT_EQ(4U, plan.channels.size());
-  EXPECT_EQ(0, plan.channels[0].volume);
-  EXPECT_EQ(2, plan.channels[1].volume);
-  EXPECT_EQ(1, plan.channels[2].volume);
-  EXPECT_EQ(3, plan.channels[3].volume);
+  EXPECT_EQ(std::vector<int>{0}, plan.channels[0].volumes);
+  EXPECT_EQ(std::vector<int>{2}, plan.channels[1].volumes);
+  EXPECT_EQ(std::vector<int>{1}, plan.channels[2].volumes);
+  EXPECT_EQ(std::vector<int>{3}, plan.channels[3].volumes);
 }
 
 TEST(make_plan, recordings_are_whole_past_hours_within_the_days) {
@@ -83,7 +83,7 @@ TEST(make_plan, units_are_given_out_once_and_leave_room) {
     auto const& recorded = plan.volumes[static_cast<std::size_t>(volume)].recorded;
     for (int const recording : recorded) {
       int const channel = plan.recordings[static_cast<std::size_t>(recording)].channel;
-      EXPECT_EQ(volume, plan.channels[static_cast<std::size_t>(channel)].volume);
+      EXPECT_EQ(volume, plan.channels[static_cast<std::size_t>(channel)].volumes.at(0));
       ++given[recording];
     }
     EXPECT_LE(recorded.size(), 38U) << "volume " << volume;
