@@ -70,7 +70,7 @@ TEST(json, tells_no_preview_from_an_empty_one) {
 
 TEST(json, is_valid_whatever_the_texts_hold) {
   auto of = whole_report();
-  std::string const bytes("\xff\x00\n\x1b[2J\xc3\x28\xed\xa0\x80\xf4\x90\x80\x80", 18);
+  std::string const bytes("\xff\x00\n\x1b[2J\xc3\x28\xed\xa0\x80\xf4\x90\x80\x80", 16);
   of.spaces[0].name = of.volumes[0].path = of.channels[0].id = of.needs[0].text = bytes;
   of.arguments = of.channels[0].volumes = of.problems = {bytes};
   of.channels[0].streams[0].periods[0].storage_id = bytes;
