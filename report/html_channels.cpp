@@ -17,6 +17,7 @@ constexpr auto whole = markup_table::of::whole;
 
 std::vector<kept> kept_by_each(std::vector<channel> const& channels) {
   std::vector<kept> all;
+  all.reserve(channels.size());
   for (channel const& each : channels) all.push_back(kept_by_channel(each));
   return all;
 }

@@ -15,7 +15,7 @@ struct layout {
 
 // What needs attention first, then spaces, volumes, channels and, if it was asked for,
 // what st would give back. Ends with a newline.
-std::string text_of(value const& of, layout const& in);
+std::string text_of(value const& of, layout const& wanted);
 
 // Only what needs attention and what could not be asked, a line each; empty when there
 // is nothing.

@@ -143,7 +143,7 @@ TEST(page, of_256_channels_and_90_days_is_small_enough_to_open_at_once) {
 TEST(page, that_would_be_too_large_leaves_calendars_out_and_says_so) {
   auto value = sample::large(1, 400);
   auto& periods = value.channels[0].streams[0].periods;
-  for (auto at = periods.begin(); at != periods.end(); ++at) at->end_ms -= hour_ms / 2;
+  for (auto& each : periods) each.end_ms -= hour_ms / 2;
   std::size_t which = 0;
   for (auto& each : value.channels[0].streams) {
     each.periods.clear();

@@ -14,7 +14,6 @@ namespace report {
 namespace {
 
 using support::day;
-using support::hour;
 using support::now;
 
 class import : public support::engine_test {

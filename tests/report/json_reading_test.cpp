@@ -36,23 +36,23 @@ struct refused {
 
 TEST(json_reading, says_what_is_wrong_and_where) {
   for (refused const& each : {
-           refused{"{\"format\":1", "{\"format\":2", "format 2 is not known, only 1"},
-           {"{\"format\":1,", "{", "format is missing"},
-           {"\"format\":1", "\"format\":\"1\"", "format is no whole number"},
-           {"\"exit_status\":1", "\"exit_status\":4", "exit_status is out of range"},
-           {"\"exit_status\":1", "\"exit_status\":-1", "exit_status is out of range"},
-           {"\"made_ms\":1732172400000", "\"made_ms\":9223372036854775808",
+           refused{R"({"format":1)", R"({"format":2)", "format 2 is not known, only 1"},
+           {R"({"format":1,)", "{", "format is missing"},
+           {R"("format":1)", R"("format":"1")", "format is no whole number"},
+           {R"("exit_status":1)", R"("exit_status":4)", "exit_status is out of range"},
+           {R"("exit_status":1)", R"("exit_status":-1)", "exit_status is out of range"},
+           {R"("made_ms":1732172400000)", R"("made_ms":9223372036854775808)",
             "made_ms is out of range"},
-           {"\"made_ms\":1732172400000", "\"made_ms\":1e3", "made_ms is no whole number"},
-           {"\"arguments\":[", "\"arguments\":[7,", "arguments[0] is no text"},
-           {"\"code\":\"leak\"", "\"code\":\"leek\"", "needs_attention[0].code is not known"},
-           {"\"spaces\":[", "\"spaces\":[[],", "spaces[0] is no object"},
-           {"\"spaces\":", "\"spaces\":7,\"s\":", "spaces is no list"},
-           {"\"status\":0", "\"status\":2147483648", "spaces[0].status is out of range"},
-           {"\"name\":\"vol2\",", "", "volumes[1].name is missing"},
-           {"\"leak\":true", "\"leak\":1", "volumes[0].leak is neither true nor false"},
-           {"\"measured\":\"done\"", "\"measured\":\"\"", "volumes[0].measured is not known"},
-           {"\"measured\":\"done\"", "\"measured\":\"failed\"",
+           {R"("made_ms":1732172400000)", R"("made_ms":1e3)", "made_ms is no whole number"},
+           {R"("arguments":[)", R"("arguments":[7,)", "arguments[0] is no text"},
+           {R"("code":"leak")", R"("code":"leek")", "needs_attention[0].code is not known"},
+           {R"("spaces":[)", R"("spaces":[[],)", "spaces[0] is no object"},
+           {R"("spaces":)", R"("spaces":7,"s":)", "spaces is no list"},
+           {R"("status":0)", R"("status":2147483648)", "spaces[0].status is out of range"},
+           {R"("name":"vol2",)", "", "volumes[1].name is missing"},
+           {R"("leak":true)", R"("leak":1)", "volumes[0].leak is neither true nor false"},
+           {R"("measured":"done")", R"("measured":"")", "volumes[0].measured is not known"},
+           {R"("measured":"done")", R"("measured":"failed")",
             "volumes[0].lost_mb was not measured"},
            {"1732150800000,0]", "1732150800000,1]",
             "channels[0].streams[0].periods[0].storage_id is out of range"},
@@ -62,8 +62,8 @@ TEST(json_reading, says_what_is_wrong_and_where) {
             "channels[0].streams[0].periods[0].length is not 3"},
            {"[1732147200000,", "[null,",
             "channels[0].streams[0].periods[0].start_ms is no whole number"},
-           {"\"preview\":{", "\"preview\":[],\"p\":{", "preview is no object"},
-           {"\"target\":\"vol1\"", "\"target\":null", "preview.autoclean[0].target is no text"},
+           {R"("preview":{)", R"("preview":[],"p":{)", "preview is no object"},
+           {R"("target":"vol1")", R"("target":null)", "preview.autoclean[0].target is no text"},
        }) {
     EXPECT_EQ(refusal_of(changed(each.part, each.by)), "no report: " + std::string(each.why));
   }
@@ -96,7 +96,7 @@ TEST(json_reading, refuses_lists_that_are_too_long) {
 }
 
 TEST(json_reading, takes_the_last_of_doubled_fields_and_passes_over_unknown_ones) {
-  auto const text = changed("\"name\":\"vol2\"", "\"name\":7,\"name\":\"twice\",\"more\":[{}]");
+  auto const text = changed(R"("name":"vol2")", R"("name":7,"name":"twice","more":[{}])");
   EXPECT_EQ(value_of_json(text).volumes.at(1).name, "twice");
 }
 

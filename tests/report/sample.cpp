@@ -18,7 +18,7 @@ report::space space(std::string const& id, std::int64_t used_mb, std::string con
   report::space made;
   made.id = made.uuid = id;
   made.name = "Storage" + id;
-  made.total_mb = 128 * 1024;
+  made.total_mb = std::int64_t{128} * 1024;
   made.used_mb = used_mb;
   made.status_name = status;
   return made;

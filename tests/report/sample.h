@@ -8,7 +8,7 @@
 
 namespace sample {
 
-inline constexpr std::int64_t hour_ms = 3600 * 1000;
+inline constexpr std::int64_t hour_ms = std::int64_t{3600} * 1000;
 inline constexpr std::int64_t day_ms = 24 * hour_ms;
 
 // "2026-11-22 07:30" by UTC, in ms since the epoch.
