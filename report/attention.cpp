@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
 
 #include "report/concerns.h"
 #include "report/days.h"
 #include "report/subject.h"
+#include "report/wording.h"
 
 namespace report {
 
@@ -28,10 +28,6 @@ constexpr std::int32_t space_expanding = 3;
 constexpr std::int32_t volume_active = 0;
 constexpr std::int32_t volume_standing_by = 1;
 
-std::string counted(std::uint64_t count, char const* one) {
-  return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
-}
-
 // " [Error]", or nothing for a code without a name.
 std::string bracketed(std::string const& name) { return name.empty() ? "" : " [" + name + "]"; }
 
@@ -52,11 +48,8 @@ std::string lost_text(volume const& of) {
   std::int64_t const lost = of.lost_mb.value_or(0);
   std::string text =
       "lost " + std::to_string(lost) + " MB of " + std::to_string(of.total_mb) + " MB";
-  if (of.total_mb <= 0) return text;
-  char percent[32];
-  std::snprintf(percent, sizeof percent, " (%.1f %%)",
-                static_cast<double>(lost) * 100 / static_cast<double>(of.total_mb));
-  return text + percent;
+  std::string const share = share_text(lost, of.total_mb);
+  return share == "-" ? text : text + " (" + share + ")";
 }
 
 void look_at_volume(list& needs, volume const& of) {
@@ -73,24 +66,18 @@ void look_at_volume(list& needs, volume const& of) {
   if (of.leak) needs.push_back({concern::leak, subject_of(of), lost_text(of)});
 }
 
-// "NR S01", by which st names a stream.
-std::string name_of(stream const& of) {
-  return of.type_name + (of.number < 10 ? " S0" : " S") + std::to_string(of.number);
-}
-
 void look_for_null_ids(list& needs, channel const& of) {
-  std::uint64_t count = 0;
+  std::size_t const count = periods_without_id(of);
+  if (count == 0) return;
   std::string streams;
   for (stream const& each : of.streams) {
-    auto const without = std::count_if(each.periods.begin(), each.periods.end(),
-                                       [](period const& one) { return one.storage_id.empty(); });
-    if (without == 0) continue;
-    count += static_cast<std::uint64_t>(without);
-    streams += (streams.empty() ? "" : ", ") + name_of(each);
+    bool const has_any = std::any_of(each.periods.begin(), each.periods.end(),
+                                     [](period const& one) { return one.storage_id.empty(); });
+    if (!has_any) continue;
+    streams += (streams.empty() ? "" : ", ") + stream_text(each.type_name, each.number);
   }
-  if (count == 0) return;
   needs.push_back({concern::null_id, subject_of(of),
-                   counted(count, "period") + " without a storage id: " + streams});
+                   count_text(count, "period", "periods") + " without a storage id: " + streams});
 }
 
 void look_at_channel(list& needs, channel const& of, std::optional<int> expected_days) {
@@ -105,10 +92,11 @@ void look_at_channel(list& needs, channel const& of, std::optional<int> expected
     return;
   }
   if (!expected_days) return;
-  int const days = kept_by(periods_of(of)).days;
+  int const days = kept_by_channel(of).days;
   if (days >= *expected_days) return;
   needs.push_back({concern::too_few_days, subject_of(of),
-                   "it keeps " + counted(static_cast<std::uint64_t>(std::max(days, 0)), "day") +
+                   "it keeps " +
+                       count_text(static_cast<std::size_t>(std::max(days, 0)), "day", "days") +
                        ", and " + std::to_string(*expected_days) + " are expected"});
 }
 

@@ -212,14 +212,4 @@ kept kept_by(std::vector<period> const& periods) { return kept_in({&periods}); }
 
 kept kept_by_channel(channel const& of) { return kept_in(lists_of(of)); }
 
-std::vector<period> periods_of(channel const& of) {
-  std::vector<period> all;
-  for (stream const& each : of.streams) {
-    all.insert(all.end(), each.periods.begin(), each.periods.end());
-  }
-  std::stable_sort(all.begin(), all.end(),
-                   [](period const& a, period const& b) { return a.start_ms < b.start_ms; });
-  return all;
-}
-
 }  // namespace report

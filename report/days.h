@@ -44,7 +44,4 @@ kept kept_by(std::vector<period> const& periods);
 // The same of all streams of a channel together.
 kept kept_by_channel(channel const& of);
 
-// The periods of all streams of a channel, sorted by their start.
-std::vector<period> periods_of(channel const& of);
-
 }  // namespace report

@@ -1,9 +1,8 @@
-// Lines of a terminal: their width, their colours, and a table that fits.
+// Lines of a terminal: their width and their colours.
 #pragma once
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "report/text.h"
 
@@ -36,30 +35,5 @@ std::string painted(std::string const& text, style as, layout const& in);
 
 // A heading and its end of line.
 std::string heading(std::string const& text, layout const& in);
-
-// Columns side by side, with a head. Where they do not fit, the last ones that may go are
-// left out; then the widest are cut.
-class table {
- public:
-  struct column {
-    std::string title;
-    aligned side = aligned::left;
-    bool may_go = false;
-  };
-
-  explicit table(std::vector<column> columns);
-
-  // As many cells as there are columns, of text that can be shown.
-  void add(std::vector<std::string> row);
-
-  std::string text(layout const& in) const;
-
- private:
-  // Of each column; 0 for one that is left out.
-  std::vector<int> widths(layout const& in) const;
-
-  std::vector<column> columns_;
-  std::vector<std::vector<std::string>> rows_;
-};
 
 }  // namespace report

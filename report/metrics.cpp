@@ -5,6 +5,7 @@
 
 #include "report/days.h"
 #include "report/metric_text.h"
+#include "report/wording.h"
 
 namespace report {
 
@@ -79,11 +80,11 @@ struct channel_summary {
 
 channel_summary summary_of(channel const& of) {
   channel_summary result;
-  result.keeps = kept_by(periods_of(of));
+  result.without_id = periods_without_id(of);
+  result.keeps = kept_by_channel(of);
   for (stream const& each : of.streams) {
     if (!each.asked) ++result.not_asked;
     result.periods += each.periods.size();
-    for (period const& one : each.periods) result.without_id += one.storage_id.empty() ? 1 : 0;
   }
   for (recorded_size const& each : of.sizes) {
     result.normal_mb += static_cast<double>(each.normal_mb);

@@ -1,9 +1,9 @@
+#include "report/table.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
 #include <utility>
-
-#include "report/lines.h"
 
 namespace report {
 

@@ -8,7 +8,7 @@
 
 #include "report/calendar.h"
 #include "report/days.h"
-#include "report/lines.h"
+#include "report/table.h"
 #include "report/text_parts.h"
 #include "report/wording.h"
 

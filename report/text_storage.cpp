@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "report/bar.h"
-#include "report/lines.h"
+#include "report/table.h"
 #include "report/text_parts.h"
 #include "report/wording.h"
 

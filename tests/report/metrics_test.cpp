@@ -119,7 +119,7 @@ TEST(metrics, tell_the_time_that_a_channel_keeps) {
   lines const all = lines_of(of);
   for (channel const& each : of.channels) {
     std::string const labels = "{channel=\"" + std::to_string(each.number) + "\"} ";
-    kept const keeps = kept_by(periods_of(each));
+    kept const keeps = kept_by_channel(each);
     EXPECT_TRUE(has(all, "st_report_channel_kept_seconds" + labels +
                              std::to_string(std::int64_t{86400} * keeps.days)));
     EXPECT_TRUE(has(all, "st_report_channel_gaps" + labels + std::to_string(keeps.days_with_gaps)));
