@@ -86,6 +86,13 @@ ROWS = (
         unit="volumes, 32 channels",
         variables={"BENCH_FOLDER": "{folder}", "BENCH_VOLUMES": "{size}",
                    "BENCH_CHANNELS": "32", "BENCH_LEAKING_PERCENT": "100"}, make=VOLUMES),
+    Row("st-report --json", ("{bin}/generated_st_report", "--json"),
+        ("{bench}/st-lists", "{bin}/generated_st", "{folder}"), limit=1.2,
+        sizes=(24, 720, 2160), unit="hourly periods a stream, 256 channels",
+        # Nothing needs attention.
+        variables={"BENCH_FOLDER": "{folder}", "BENCH_VOLUMES": "2", "BENCH_CHANNELS": "256",
+                   "BENCH_PERIODS": "{size}", "BENCH_NULL_PERCENT": "0"},
+        make=("{bench}/make-volumes", "{folder}", "2")),
     lab("lab: spacelist", ("{bin}/st", "spacelist"),
         ("/usr/bin/sqlite3", "-readonly", "{folder}/r/catalogue.db", SPACES), limit=1.1,
         make=("{bin}/stlab", "make", "{folder}/r")),
