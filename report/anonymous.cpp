@@ -168,7 +168,7 @@ class anonymiser {
     for (auto& each : of.volumes) each = volume_name(each);
     for (auto& each : of.sizes) each.space_uuid = id(each.space_uuid);
     for (auto& each : of.streams) {
-      for (auto& one : each.periods) one.storage_id = id(one.storage_id);
+      for (auto& one : each.periods) one.storage_id = id(std::string(one.storage_id.view()));
     }
   }
 

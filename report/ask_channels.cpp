@@ -52,19 +52,22 @@ void check_period(asked_stream const& of, period const& each) {
 
 void take_periods(asked_stream const& of, std::list<time_period> const& records) {
   of.told.asked = true;
-  of.told.periods.reserve(records.size());
+  auto& periods = of.told.periods;
+  periods.reserve(records.size());
+  shared_text last_id;
   for (time_period const& record : records) {
-    period told;
-    told.start_ms = record.start_time;
-    told.end_ms = record.end_time;
-    told.storage_id = of.in.clean(st::field_text(record.storage_id.text), "a period's storage id",
-                                  [&] { return of.name(); });
-    check_period(of, told);
-    of.told.periods.push_back(std::move(told));
+    auto const id = st::field_text(record.storage_id.text);
+    if (id != last_id.view()) {
+      last_id = of.in.clean(id, "a period's storage id", [&] { return of.name(); });
+    }
+    check_period(of, periods.emplace_back(period{record.start_time, record.end_time, last_id}));
   }
-  std::stable_sort(
-      of.told.periods.begin(), of.told.periods.end(),
-      [](period const& left, period const& right) { return left.start_ms < right.start_ms; });
+  auto const is_before = [](period const& left, period const& right) {
+    return left.start_ms < right.start_ms;
+  };
+  if (!std::is_sorted(periods.begin(), periods.end(), is_before)) {
+    std::stable_sort(periods.begin(), periods.end(), is_before);
+  }
 }
 
 void ask_stream(asked_stream const& of, IFrameChannelSession& session) {

@@ -79,15 +79,15 @@ class id_list {
  public:
   explicit id_list(channel const& of) {
     for (auto const& each : of.streams) {
-      for (auto const& one : each.periods) add(one.storage_id);
+      for (auto const& one : each.periods) add(one.storage_id.view());
     }
   }
   json const& ids() const { return ids_; }
-  std::size_t place_of(std::string const& id) const { return places_.at(id); }
+  std::size_t place_of(std::string_view id) const { return places_.at(id); }
 
  private:
-  void add(std::string const& id) {
-    if (!id.empty() && places_.emplace(id, ids_.size()).second) ids_.push_back(id);
+  void add(std::string_view id) {
+    if (!id.empty() && places_.emplace(id, ids_.size()).second) ids_.emplace_back(id);
   }
 
   json ids_ = json::array();
@@ -111,7 +111,7 @@ void append_period(std::string& text, period const& of, id_list const& ids) {
   if (of.storage_id.empty()) {
     text += "null";
   } else {
-    append_number(text, ids.place_of(of.storage_id));
+    append_number(text, ids.place_of(of.storage_id.view()));
   }
   text += ']';
 }
@@ -204,7 +204,8 @@ std::string json_of(value const& of) {
   append_lines(text, "volumes", of.volumes);
   append_channels(text, of.channels);
   if (of.would_do) append_preview(text, *of.would_do);
-  return text + "}\n";
+  text += "}\n";
+  return text;
 }
 
 }  // namespace report

@@ -93,7 +93,8 @@ std::string text_for(report::options const& asked, report::value const& told) {
     case report::printing::check:
       return report::check_lines_of(told, report::layout_of(asked.shows));
     case report::printing::json:
-      return report::json_of(asked.anonymous ? report::anonymous(told) : told);
+      if (asked.anonymous) return report::json_of(report::anonymous(told));
+      return report::json_of(told);
     case report::printing::nothing:
       break;
   }

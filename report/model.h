@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "report/shared_text.h"
+
 namespace report {
 
 struct space {
@@ -48,7 +50,7 @@ struct volume {
 struct period {
   std::int64_t start_ms = 0;
   std::int64_t end_ms = 0;
-  std::string storage_id;  // empty: it is kept under no storage id
+  shared_text storage_id;  // empty: it is kept under no storage id
 };
 
 // One stream of one recording type.

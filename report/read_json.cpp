@@ -161,7 +161,7 @@ recorded_size recorded_size_in(json const& in) {
 }
 
 // [start_ms, end_ms, place of its storage id or null]
-period period_in(json const& node, std::vector<std::string> const& ids) {
+period period_in(json const& node, std::vector<shared_text> const& ids) {
   if (!node.is_array() || node.size() != 3) fail("length is not 3");
   period found{number_of(node[0], "start_ms"), number_of(node[1], "end_ms"), {}};
   if (node[2].is_null()) return found;
@@ -170,7 +170,7 @@ period period_in(json const& node, std::vector<std::string> const& ids) {
   return found;
 }
 
-stream stream_in(json const& in, std::vector<std::string> const& ids) {
+stream stream_in(json const& in, std::vector<shared_text> const& ids) {
   stream found{small(in, "recording_type"),
                text(in, "type_name"),
                small(in, "stream"),
@@ -192,7 +192,8 @@ stream stream_in(json const& in, std::vector<std::string> const& ids) {
 }
 
 channel channel_in(json const& in) {
-  auto const ids = texts(in, "storage_ids", most_periods);
+  auto const texts_of_ids = texts(in, "storage_ids", most_periods);
+  std::vector<shared_text> const ids(texts_of_ids.begin(), texts_of_ids.end());
   return {small(in, "number"), text(in, "id"), texts(in, "volumes"),
           objects(in, "streams", [&ids](json const& each) { return stream_in(each, ids); }),
           objects(in, "sizes", recorded_size_in)};

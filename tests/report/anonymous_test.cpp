@@ -84,9 +84,9 @@ TEST(anonymous, keeps_equal_texts_equal_and_others_apart) {
   EXPECT_EQ(of.channels[0].streams[0].periods[0].storage_id, of.volumes[0].id);
   EXPECT_EQ(of.would_do.value().autoclean[0].target, "vol 1");
   EXPECT_EQ(of.would_do.value().volclean[0].target, "space 1");
-  std::set<std::string> const ids{
+  std::set<std::string_view> const ids{
       of.spaces[0].id,  of.spaces[0].uuid, of.volumes[0].id,
-      of.volumes[1].id, of.channels[0].id, of.channels[0].streams[0].periods[2].storage_id};
+      of.volumes[1].id, of.channels[0].id, of.channels[0].streams[0].periods[2].storage_id.view()};
   EXPECT_EQ(ids.size(), 6U);
   EXPECT_EQ(of.spaces[0].uuid.size(), 36U);
   EXPECT_EQ(of.volumes[0].id.size(), 32U);

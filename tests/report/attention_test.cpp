@@ -139,7 +139,7 @@ TEST(attention, a_space_is_normal_or_being_worked_on) {
 TEST(attention, periods_without_an_id_are_counted_for_each_channel) {
   value of;
   of.channels = {sound_channel(1), sound_channel(4)};
-  of.channels[1].streams[0].periods[1].storage_id.clear();
+  of.channels[1].streams[0].periods[1].storage_id = {};
   EXPECT_EQ(needs_of(of), (lines{"null-id channel 4: 1 period without a storage id: NR S00"}));
   of.channels[1].streams.push_back(
       with_periods(3, {{noon_ms, noon_ms + 1, ""}, {noon_ms, noon_ms + 2, ""}}));
@@ -200,7 +200,7 @@ TEST(attention, the_worst_comes_first) {
   of.volumes[2].state = 7;
   of.volumes[3].measured = measuring::not_mounted;
   of.channels = {sound_channel(1), sound_channel(2), sound_channel(3, 1)};
-  of.channels[0].streams[0].periods[0].storage_id.clear();
+  of.channels[0].streams[0].periods[0].storage_id = {};
   of.channels[1].streams.clear();
   std::string codes;
   for (attention const& each : attention_of(of, 2)) {

@@ -44,7 +44,8 @@ void print(std::ostream& out, report::channel const& of) {
     out << "  " << each.type_name << '/' << each.recording_type << " S" << each.number
         << (each.asked ? ":" : ": not asked");
     for (report::period const& period : each.periods) {
-      out << ' ' << period.start_ms << '-' << period.end_ms << '(' << period.storage_id << ')';
+      out << ' ' << period.start_ms << '-' << period.end_ms << '(' << period.storage_id.view()
+          << ')';
     }
     out << '\n';
   }

@@ -87,7 +87,7 @@ std::vector<report::channel> small_channels() {
   two.streams = {
       hourly(stream(true, 0), first, 96, [](int hour) { return hour < 40 || hour > 52; }),
       hourly(stream(true, 1), first + 9 * hour_ms, 70, always)};
-  for (std::size_t at = 60; at < 64; ++at) two.streams[1].periods[at].storage_id.clear();
+  for (std::size_t at = 60; at < 64; ++at) two.streams[1].periods[at].storage_id = {};
   auto three = channel(3, "vol4");
   three.sizes.clear();
   three.streams = {stream(true, 0)};
@@ -175,7 +175,7 @@ report::value large(int channels, int days) {
         return which < 2 ? (hour + at) % 97 != 0 : (hour / 3 + at + which) % 4 == 0;
       }));
     }
-    for (std::size_t lost = 0; lost < 7; ++lost) added.streams[0].periods[lost].storage_id.clear();
+    for (std::size_t lost = 0; lost < 7; ++lost) added.streams[0].periods[lost].storage_id = {};
   }
   return made;
 }
