@@ -41,6 +41,8 @@ st_report_volume_leak{volume="vol1"} 0
 st_report_volume_leak{volume="vol2"} 0
 st_report_volume_mounted{volume="vol1"} 1
 st_report_volume_mounted{volume="vol2"} 1
+st_report_volume_state{volume="vol1"} 0
+st_report_volume_state{volume="vol2"} 1
 """
 LEAKING = SOUND.replace('leak{volume="vol2"} 0', 'leak{volume="vol2"} 1')
 LEAK_LINE = "leak: volume vol2 has lost 7 MB\n"
@@ -124,6 +126,17 @@ class Autoclean(unittest.TestCase):
                          (1, "Before:\n" + LEAK_LINE,
                           "st-autoclean: a volume is not mounted: nothing is cleaned\n"))
         self.assertEqual(self.called, [CALL])
+
+    def test_nothing_is_cleaned_while_the_service_says_not_mounted(self):
+        for state in (2, 3):
+            with self.subTest(state=state):
+                self.answers("before", 1, LEAK_LINE,
+                             LEAKING + f'st_report_volume_state{{volume="vol1"}} {state}\n')
+                self.assertEqual(self.run_it(),
+                                 (1, "Before:\n" + LEAK_LINE,
+                                  "st-autoclean: a volume is not mounted: nothing is cleaned\n"))
+                self.assertEqual(self.called, [CALL])
+                (self.folder / "called").unlink()
 
     def test_nothing_is_cleaned_while_answers_make_no_sense(self):
         self.answers("before", 1, LEAK_LINE, LEAKING.replace("answers 0", "answers 2"))
