@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <set>
 #include <string_view>
@@ -14,6 +15,8 @@ namespace report {
 namespace {
 
 constexpr std::size_t shortest_known = 3;  // shorter ones would be met everywhere in a line
+// What they are met behind when they stand for themselves.
+constexpr std::string_view naming[] = {"space ", "volume ", "holds what is no text: "};
 constexpr std::size_t shortest_id = 16;
 constexpr std::size_t id_length = 32;
 constexpr std::size_t long_id_length = 36;
@@ -52,6 +55,17 @@ std::string masked(std::string_view text) {
   return done;
 }
 
+bool ends_with(std::string_view text, std::string_view end) {
+  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+// Whether what lies between the two is named there, as a whole.
+bool is_named_between(std::string_view before, std::string_view behind) {
+  bool const ends = behind.empty() || behind.front() == ' ' || behind.front() == ':';
+  return ends && std::any_of(std::begin(naming), std::end(naming),
+                             [&](std::string_view each) { return ends_with(before, each); });
+}
+
 class stand_ins {
  public:
   // The stand-in of a text, the one that `make` gives for a new number if it has none;
@@ -62,7 +76,7 @@ class stand_ins {
     auto const [found, is_new] = given_.emplace(text, std::string());
     if (is_new) {
       found->second = make(++count);
-      if (text.size() >= shortest_known) lengths_.insert(text.size());
+      lengths_.insert(text.size());
     }
     return found->second;
   }
@@ -72,7 +86,7 @@ class stand_ins {
     std::string done;
     std::size_t copied = 0;
     for (std::size_t at = 0; at < line.size();) {
-      auto const found = longest_at(line.substr(at));
+      auto const found = longest_at(line, at);
       if (found == given_.end()) {
         ++at;
         continue;
@@ -87,9 +101,13 @@ class stand_ins {
  private:
   using texts = std::map<std::string, std::string, std::less<>>;
 
-  texts::const_iterator longest_at(std::string_view rest) const {
+  texts::const_iterator longest_at(std::string_view line, std::size_t at) const {
+    auto const rest = line.substr(at);
     for (auto const length : lengths_) {
       if (length > rest.size()) continue;
+      bool const is_met =
+          length >= shortest_known || is_named_between(line.substr(0, at), rest.substr(length));
+      if (!is_met) continue;
       auto const found = given_.find(rest.substr(0, length));
       if (found != given_.end()) return found;
     }

@@ -103,6 +103,28 @@ TEST(anonymous, keeps_lines_readable) {
   EXPECT_EQ(of.problems[1], "an id of nobody, (not told) in (not told)");
 }
 
+TEST(anonymous, leaves_no_short_name_where_a_line_names_it) {
+  auto of = whole_report();
+  of.spaces[0].name = "A";
+  of.volumes[0].name = "7";
+  of.volumes[1].name = "B2";
+  of.needs = {{concern::leak, "volume 7", "lost 7 MB of 77 MB"},
+              {concern::space_state, "space A", "its status is 7"}};
+  of.not_asked = {"channel 7 on space A: how much is recorded could not be asked (result 7)"};
+  of.problems = {"volume B2 belongs to no space that is listed",
+                 "volume 7: its used size is negative (-7 MB)",
+                 "volume 2 of the list: its name holds what is no text: B2"};
+  of = anonymous(of);
+  EXPECT_EQ(of.needs[0].subject, "volume vol 1");
+  EXPECT_EQ(of.needs[0].text, "lost 7 MB of 77 MB");
+  EXPECT_EQ(of.needs[1].subject, "space space 1");
+  EXPECT_EQ(of.not_asked[0],
+            "channel 7 on space space 1: how much is recorded could not be asked (result 7)");
+  EXPECT_EQ(of.problems[0], "volume vol 2 belongs to no space that is listed");
+  EXPECT_EQ(of.problems[1], "volume vol 1: its used size is negative (-7 MB)");
+  EXPECT_EQ(of.problems[2], "volume 2 of the list: its name holds what is no text: vol 2");
+}
+
 TEST(anonymous, keeps_numbers_and_what_is_empty) {
   auto const before = whole_report();
   auto const of = anonymous(before);
