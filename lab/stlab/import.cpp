@@ -32,9 +32,9 @@ std::string content_of(std::string const& file) {
   if (status.type() == std::filesystem::file_type::not_found)
     throw refusal(file + ": no such file");
   if (status.type() != std::filesystem::file_type::regular) throw refusal(file + ": not a file");
-  if (std::filesystem::file_size(file, problem) > longest_report) {
-    throw refusal(file + ": more than 64 MB");
-  }
+  auto const size = std::filesystem::file_size(file, problem);
+  if (size > longest_report) throw refusal(file + ": more than 64 MB");
+  if (size == 0) return {};  // a stream without a character fails as one that cannot be read
   std::ifstream stream(file, std::ios::binary);
   std::ostringstream content;
   content << stream.rdbuf();

@@ -47,6 +47,7 @@ TEST_F(stlab_import, makes_a_gigabyte_at_most_unless_told_otherwise) {
 TEST_F(stlab_import, refuses_what_is_no_report_and_makes_nothing) {
   expect_refused(import("{}"), "report.json: no report: format is missing");
   expect_refused(import("[1"), "report.json: no report: not JSON from byte 3 on");
+  expect_refused(import(""), "report.json: no report: not JSON from byte 1 on");
   expect_refused(run("import nothing.json " + recorder.string()), "nothing.json: no such file");
   expect_refused(run("import . " + recorder.string()), ".: not a file");
   EXPECT_FALSE(std::filesystem::exists(recorder));
