@@ -68,13 +68,14 @@ class importer {
   }
 
   import_plan plan() {
+    // First, as stand-ins for ever so many would take hours to find.
+    require("spaces", report_.spaces.size(), space_limits.most);
+    require("volumes", report_.volumes.size(), space_limits.most * volume_limits.most);
+    require("channels", report_.channels.size(), channel_limits.most);
     for (auto const& each : report_.spaces) add(each);
     for (auto const& each : report_.volumes) add(each);
     if (plan_.volumes.empty()) throw error("the report has no volume that lies in a space of it");
-    require("spaces", plan_.spaces.size(), space_limits.most);
-    require("volumes", plan_.volumes.size(), space_limits.most * volume_limits.most);
     for (auto const& each : report_.channels) add(each);
-    require("channels", plan_.channels.size(), channel_limits.most);
     sort_recordings();
     auto const left = give_units(plan_, budgets_, shares_);
     tell_deviations();
@@ -194,22 +195,23 @@ class importer {
         distinct(of.id, is_storage_id(of.id), channel_ids_, [this] { return numbers_.digits(32); }),
         of.number - 1,
         {}};
+    std::set<int> used;
     for (auto const& name : of.volumes) {
       auto const volume = volumes_.find(name);
       if (volume == volumes_.end()) continue;
-      auto const& all = planned.volumes;
-      bool const is_new = std::count(all.begin(), all.end(), volume->second) == 0;
-      if (is_new) planned.volumes.push_back(volume->second);
+      if (used.insert(volume->second).second) planned.volumes.push_back(volume->second);
     }
     int const channel = static_cast<int>(plan_.channels.size());
     plan_.channels.push_back(planned);
-    for (auto const& each : of.sizes) add(each, channel);
+    std::set<int> shared;
+    for (auto const& each : of.sizes) add(each, channel, shared);
     for (auto const& each : of.streams) add(each, of.storage_ids, channel);
   }
 
-  void add(reported_size const& of, int channel) {
+  // Of several sizes on one space the first counts.
+  void add(reported_size const& of, int channel, std::set<int>& shared) {
     auto const space = spaces_.find(of.space_uuid);
-    if (space == spaces_.end()) return;
+    if (space == spaces_.end() || !shared.insert(space->second).second) return;
     double const normal = positive(of.normal_mb);
     double const alarm = positive(of.alarm_mb);
     double const other = std::max(0.0, positive(of.all_mb) - normal - alarm);

@@ -156,6 +156,34 @@ TEST_F(import, refuses_what_is_no_report) {
   EXPECT_EQ(refusal_of(json_of(many)), "the report has 101 spaces; at most 64 can be made");
 }
 
+// All doubled: for each second one a free number, name and folder would have to be found.
+TEST_F(import, refuses_many_volumes_at_once) {
+  constexpr int many = 50'000;
+  lab::reported_recorder told;
+  told.spaces.push_back({"", "u", "", 0, 0});
+  for (int volume = 0; volume < 2 * many; ++volume) {
+    auto const name = "vol" + std::to_string(many + volume % many);
+    told.volumes.push_back(
+        {"", name, "/" + name, many + volume % many, "u", 0, 0, 1, 0, 0, false, false});
+  }
+  EXPECT_EQ(support::failure_of([&] { lab::plan_import(told, 64); }),
+            "the report has 100000 volumes; at most 4096 can be made");
+}
+
+TEST_F(import, counts_the_first_size_of_a_channel_on_a_space) {
+  auto recorder = made(busy());
+  auto told = of(root());
+  auto const once = json_of(told);
+  for (auto& each : told.channels) {
+    auto again = each.sizes.at(0);
+    again.normal_mb = 0;
+    again.all_mb = again.alarm_mb = 32;
+    each.sizes.insert(each.sizes.end(), 3, again);
+  }
+  import_of(told);
+  EXPECT_EQ(json_of(of(imported())), once);
+}
+
 TEST_F(import, makes_what_can_be_made_of_nonsense) {
   auto told = nonsense_report();
   told.spaces.push_back({"", "u", "../../up", 0, 0, 0, "", 0});
