@@ -94,11 +94,27 @@ void add_options(CLI::App& tool, words& typed) {
   tool.get_formatter()->column_width(24);
 }
 
+// Two options that name one file, of which one would be written over the other; else empty.
+std::string same_file_in(words const& typed) {
+  std::pair<char const*, std::string const*> const files[] = {
+      {"--html", &typed.html}, {"--metrics", &typed.metrics}, {"--compare", &typed.compare}};
+  std::map<std::filesystem::path, char const*> known;
+  for (auto const& [option, file] : files) {
+    if (file->empty()) continue;
+    auto const path = std::filesystem::path(*file).lexically_normal();
+    auto const [found, is_new] = known.emplace(path, option);
+    if (!is_new) return std::string(found->second) + " and " + option;
+  }
+  return {};
+}
+
 // What of it does not go together; empty when all does.
 std::string contradiction_in(words const& typed) {
   if (typed.check && typed.json) return "--check and --json exclude each other";
   if (typed.anonymous && !typed.json) return "--anonymous needs --json";
   if (!typed.compare.empty() && typed.html.empty()) return "--compare needs --html";
+  std::string const same = same_file_in(typed);
+  if (!same.empty()) return same + " name the same file";
   return {};
 }
 
