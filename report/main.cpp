@@ -118,18 +118,17 @@ files prepare(report::options const& asked) {
   return prepared;
 }
 
-int write_files(files const& to, report::value const& told) {
-  int status = told.exit_status;
+// Each tells of the status as it is when it is written.
+void write_files(files const& to, report::value& told) {
   if (!to.html.empty()) {
-    status = attempt("write " + to.html.string(), status, [&] {
+    told.exit_status = attempt("write " + to.html.string(), told.exit_status, [&] {
       report::write_file(to.html, report::html_of(told, to.before ? &*to.before : nullptr));
     });
   }
   if (!to.metrics.empty()) {
-    status = attempt("write " + to.metrics.string(), status,
-                     [&] { report::write_file(to.metrics, report::metrics_of(told)); });
+    told.exit_status = attempt("write " + to.metrics.string(), told.exit_status,
+                               [&] { report::write_file(to.metrics, report::metrics_of(told)); });
   }
-  return status;
 }
 
 int perform(report::options const& asked, std::vector<std::string> const& arguments) {
@@ -140,7 +139,7 @@ int perform(report::options const& asked, std::vector<std::string> const& argume
 
   report::value told = ask(asked, arguments);
   for (std::string const& each : told.not_asked) tell(each);
-  told.exit_status = write_files(to, told);
+  write_files(to, told);
   return print(text_for(asked, told), told.exit_status);
 }
 

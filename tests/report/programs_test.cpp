@@ -110,6 +110,13 @@ TEST_F(program, ends_with_3_when_a_file_cannot_be_written) {
                                "st-report: cannot write /nowhere/m: No such file or directory\n");
 }
 
+TEST_F(program, tells_in_the_metrics_that_the_page_could_not_be_written) {
+  make();
+  outcome const result = shell("$R --html . --metrics m; cat m");
+  EXPECT_TRUE(support::holds(result.output, "\nst_report_exit_status 3\n")) << result.output;
+  EXPECT_TRUE(support::holds(result.output, "\nst_report_service_reachable 1\n"));
+}
+
 TEST_F(program, ends_with_3_when_an_older_report_cannot_be_read) {
   make();
   outcome const result = shell("$R --html page --compare old", {{"STLAB_TRACE", folder / "trace"}});
