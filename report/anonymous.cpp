@@ -1,6 +1,6 @@
 // Each text that names something gets a stand-in when it is first met. Lines for persons
 // may name anything: known texts in them get their stand-ins, and what else looks like
-// an id or a path is masked.
+// an id or a path is masked; of what the service said in its own words nothing is kept.
 #include "report/anonymous.h"
 
 #include <algorithm>
@@ -10,10 +10,13 @@
 #include <set>
 #include <string_view>
 
+#include "report/ask.h"
+
 namespace report {
 
 namespace {
 
+constexpr std::string_view not_told = "(not told)";
 constexpr std::size_t shortest_known = 3;  // shorter ones would be met everywhere in a line
 // What they are met behind when they stand for themselves.
 constexpr std::string_view naming[] = {"space ", "volume ", "holds what is no text: "};
@@ -46,7 +49,7 @@ std::string masked(std::string_view text) {
   std::string done;
   while (!text.empty()) {
     auto const word = text.substr(0, text.find(' '));
-    done += is_telling(word) ? "(not told)" : word;
+    done += is_telling(word) ? not_told : word;
     text.remove_prefix(word.size());
     auto const blanks = std::min(text.find_first_not_of(' '), text.size());
     done += text.substr(0, blanks);
@@ -134,9 +137,11 @@ class anonymiser {
       each.subject = known_.in_line(each.subject);
       each.text = known_.in_line(each.text);
     }
-    for (auto* const lines : {&of.not_asked, &of.problems}) {
-      for (auto& line : *lines) line = known_.in_line(line);
+    for (auto& line : of.not_asked) {
+      bool const is_of_service = line.rfind(ended_early, 0) == 0;
+      line = is_of_service ? ended_early + std::string(not_told) : known_.in_line(line);
     }
+    for (auto& line : of.problems) line = known_.in_line(line);
   }
 
  private:

@@ -40,7 +40,7 @@ value ask(previewing preview) {
   try {
     ask_service(in, preview);
   } catch (std::exception const& problem) {
-    in.told.not_asked.push_back("asking ended early: " + clean_text(problem.what()));
+    in.told.not_asked.push_back(ended_early + clean_text(problem.what()));
   } catch (...) {
     in.told.not_asked.emplace_back("asking ended early");
   }

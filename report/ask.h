@@ -7,6 +7,9 @@ namespace report {
 
 enum class previewing { no, yes };
 
+// Begins a line of not_asked that ends with what the service said in its own words.
+inline constexpr char ended_early[] = "asking ended early: ";
+
 // One pass over the service. Fills spaces, volumes, channels, problems, not_asked and,
 // if it is wanted, would_do; what cannot be asked is named in not_asked and left out.
 //

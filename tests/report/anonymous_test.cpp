@@ -125,6 +125,13 @@ TEST(anonymous, leaves_no_short_name_where_a_line_names_it) {
   EXPECT_EQ(of.problems[2], "volume 2 of the list: its name holds what is no text: vol 2");
 }
 
+TEST(anonymous, leaves_nothing_of_what_the_service_said_in_its_own_words) {
+  auto of = whole_report();
+  of.not_asked = {"asking ended early: no answer from 10.1.2.3 (gate-south)", "asking ended early"};
+  EXPECT_EQ(anonymous(of).not_asked,
+            (std::vector<std::string>{"asking ended early: (not told)", "asking ended early"}));
+}
+
 TEST(anonymous, keeps_numbers_and_what_is_empty) {
   auto const before = whole_report();
   auto const of = anonymous(before);
