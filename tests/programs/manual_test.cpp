@@ -1,35 +1,17 @@
 // The manual pages: their examples work as printed, and they name what the programs
 // name, no less and no more.
-#include <regex>
-#include <set>
+#include "manual_test.h"
 
 #include "lab/check/finding.h"
-#include "manual_page.h"
-#include "program_test.h"
 #include "storage/codes.h"
-#include "typed_session.h"
 
 namespace support {
 namespace {
 
 namespace fs = std::filesystem;
 
-using names = std::set<std::string>;
-
 manual_page st_page() { return manual_page(MANUALS "/st.8"); }
 manual_page stlab_page() { return manual_page(MANUALS "/stlab.1"); }
-
-// What the first parenthesis holds, wherever the expression fits.
-names found_in(std::string const& text, std::string const& expression) {
-  std::regex const wanted(expression, std::regex::ECMAScript | std::regex::multiline);
-  names found;
-  for (std::sregex_iterator match(text.begin(), text.end(), wanted), end; match != end; ++match) {
-    found.insert((*match)[1]);
-  }
-  return found;
-}
-
-names as_set(std::vector<std::string> const& all) { return {all.begin(), all.end()}; }
 
 // The subsections whose titles begin so.
 names subsections(manual_page const& page, std::string const& beginning) {
@@ -40,32 +22,20 @@ names subsections(manual_page const& page, std::string const& beginning) {
   return found;
 }
 
-bool shows_example(manual_page const& part, std::string const& command) {
-  for (std::string const& line : part.shown()) {
-    if (begins_with(line + " ", "$ " + command + " ")) return true;
-  }
-  return false;
-}
-
-class manual : public program_test {
+class manual : public manual_test {
  protected:
-  // Where an installed program is found.
-  environment const installed{
-      {"PATH", fs::path(ST_PROGRAM).parent_path().string() + ":/usr/sbin:/usr/bin:/sbin:/bin"}};
-
   std::string help(std::string const& command = {}) const {
     return run(words{STLAB_PROGRAM, "help"} + words(command), {}, folder).output;
   }
 };
 
-TEST_F(manual, the_examples_of_st_work_as_printed) {
-  EXPECT_GE(st_page().shown().size(), 90U);
-  expect_works_as_shown(st_page().shown(), folder, installed);
-}
+TEST_F(manual, the_examples_of_st_work_as_printed) { expect_examples_work(st_page()); }
 
-TEST_F(manual, the_examples_of_stlab_work_as_printed) {
-  EXPECT_GE(stlab_page().shown().size(), 60U);
-  expect_works_as_shown(stlab_page().shown(), folder, installed);
+TEST_F(manual, the_examples_of_stlab_work_as_printed) { expect_examples_work(stlab_page()); }
+
+TEST_F(manual, has_all_its_sections_and_examples) {
+  expect_built_of(st_page(), 25, 26);
+  expect_built_of(stlab_page(), 21, 25);
 }
 
 TEST_F(manual, each_command_of_st_has_its_section_and_its_example) {
@@ -93,12 +63,10 @@ TEST_F(manual, each_command_of_stlab_has_its_section_and_its_example) {
 TEST_F(manual, each_option_of_stlab_is_in_the_section_of_its_command) {
   std::size_t count = 0;
   for (std::string const& word : found_in(help(), "^  ([a-z][a-z-]*) ")) {
-    names options = found_in(help(word), "^  (?:--[a-z-]+,)?(--[a-z-]+)");
-    options.merge(found_in(help(word), "^  (--[a-z-]+)"));
-    names told;
-    for (std::string const& head : stlab_page().part("stlab " + word).heads()) {
-      told.merge(found_in(head, "(--[a-z-]+)"));
-    }
+    names options = options_in(help(word));
+    // Every command's, told once for all.
+    EXPECT_EQ(options.erase("-h") + options.erase("--help"), 2U) << word;
+    names const told = options_told(stlab_page().part("stlab " + word));
     EXPECT_EQ(told, options) << word;
     count += options.size();
   }

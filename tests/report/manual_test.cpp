@@ -1,42 +1,40 @@
 // docs/st-report.8: it names each option, code and metric, no less and no more. So
 // does what else tells of them to users.
-#include <gtest/gtest.h>
+#include "manual_test.h"
 
-#include <fstream>
+#include <algorithm>
 #include <regex>
-#include <set>
 
-#include "files.h"
-#include "manual_page.h"
 #include "report/metrics.h"
 #include "samples.h"
 
 namespace report {
 namespace {
 
-using names = std::set<std::string>;
+using support::as_set;
 using support::content_of;
+using support::found_in;
+using support::names;
 
 support::manual_page page() { return support::manual_page(TREE "/docs/st-report.8"); }
 
-// What the first parenthesis holds, wherever the expression fits.
-names found_in(std::string const& text, std::string const& expression) {
-  std::regex const wanted(expression, std::regex::ECMAScript | std::regex::multiline);
-  names found;
-  for (std::sregex_iterator match(text.begin(), text.end(), wanted), end; match != end; ++match) {
-    found.insert((*match)[1]);
+// A shell that starts st-report as a user does, and what the program says of itself.
+class manual_of_st_report : public support::manual_test {
+ protected:
+  names options() const {
+    support::outcome const help = support::run({ST_REPORT_PROGRAM, "--help"}, {}, folder);
+    EXPECT_EQ(help.status, 0) << help.errors;
+    names found = support::options_in(help.output);
+    EXPECT_EQ(found.size(), 14U);
+    return found;
   }
-  return found;
-}
-
-names as_set(std::vector<std::string> const& all) { return {all.begin(), all.end()}; }
-
-names const& options() {
-  static names const all{"--anonymous", "--ascii",       "--check",  "--color", "--columns",
-                         "--compare",   "--expect-days", "--help",   "--html",  "--json",
-                         "--metrics",   "--preview",     "--version"};
-  return all;
-}
+  // The short form apart.
+  names long_options() const {
+    names found = options();
+    EXPECT_EQ(found.erase("-h"), 1U);
+    return found;
+  }
+};
 
 // Codes as the comments of report/model.h name them.
 names codes() {
@@ -60,29 +58,29 @@ names words_in(std::string const& file, std::string const& expression) {
   return found_in(content_of(std::string(TREE "/") + file), expression);
 }
 
-TEST(manual_page_of_st_report, has_each_option_with_an_example) {
-  names told;
-  for (std::string const& head : page().part("Options").heads()) {
-    told.insert(head.substr(0, head.find(' ')));
-  }
-  EXPECT_EQ(told, options());
-  for (std::string const& option : options()) {
-    std::regex const example(R"re(\$ st-report( .*)? )re" + option + R"re(( .*)?)re");
-    bool shown = false;
-    for (std::string const& line : page().part("Options").shown()) {
-      shown = shown || std::regex_match(line, example);
-    }
-    EXPECT_TRUE(shown) << option;
+TEST_F(manual_of_st_report, has_examples_that_work_as_printed) { expect_examples_work(page()); }
+
+TEST_F(manual_of_st_report, has_all_its_sections_and_examples) { expect_built_of(page(), 17, 24); }
+
+TEST_F(manual_of_st_report, has_each_option_with_an_example) {
+  EXPECT_EQ(support::options_told(page().part("Options")), options());
+  for (std::string const& option : long_options()) {
+    std::regex const example(R"re((.* )?st-report( .*)? )re" + option + R"re(( .*)?)re");
+    auto const typed = support::typed_in(page().part("Options"));
+    EXPECT_TRUE(std::any_of(typed.begin(), typed.end(), [&](std::string const& line) {
+      return std::regex_match(line, example);
+    })) << option;
   }
 }
 
-TEST(manual_page_of_st_report, has_each_option_in_its_synopsis) {
-  names const told = words_in("docs/st-report.8", R"re(^\.(?:Op )?Fl (-[a-z-]+))re");
-  names in_short;
-  for (std::string const& option : options()) in_short.insert(option.substr(1));
-  in_short.erase("-help");     // behind --version
-  in_short.erase("-compare");  // behind --html
-  for (std::string const& option : in_short) EXPECT_EQ(told.count(option), 1U) << option;
+TEST_F(manual_of_st_report, has_each_option_in_its_synopsis) {
+  std::string const source = content_of(TREE "/docs/st-report.8");
+  names told;
+  for (std::string const& each :
+       found_in(source.substr(0, source.find(".Sh DESCRIPTION\n")), "Fl (-[a-z-]+)")) {
+    told.insert("-" + each);
+  }
+  EXPECT_EQ(told, long_options());
 }
 
 TEST(manual_page_of_st_report, says_of_each_code_what_to_do_next) {
@@ -113,9 +111,8 @@ TEST(manual_page_of_st_report, names_the_units_and_what_is_installed) {
   }
 }
 
-TEST(completion_of_st_report, has_each_option) {
-  names found = words_in("completion/st-report", R"re((--[a-z-]+))re");
-  EXPECT_EQ(found, options());
+TEST_F(manual_of_st_report, names_what_completion_offers) {
+  EXPECT_EQ(words_in("completion/st-report", R"re((--[a-z-]+))re"), long_options());
 }
 
 TEST(rules_of_st_report, ask_for_metrics_and_codes_that_there_are) {

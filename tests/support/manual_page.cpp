@@ -60,6 +60,14 @@ std::string markdown(std::string const& line) {
 
 manual_page::manual_page(std::filesystem::path const& file) : lines_(lines_of(content_of(file))) {}
 
+std::vector<std::string> manual_page::titles() const {
+  std::vector<std::string> titles;
+  for (std::string const& line : lines_) {
+    if (begins_with(line, ".Sh ") || begins_with(line, ".Ss ")) titles.push_back(line.substr(4));
+  }
+  return titles;
+}
+
 std::vector<std::string> manual_page::subsections() const {
   std::vector<std::string> titles;
   for (std::string const& line : lines_) {

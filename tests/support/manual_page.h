@@ -13,6 +13,9 @@ class manual_page {
  public:
   explicit manual_page(std::filesystem::path const& file);
 
+  // The titles of its sections and subsections, in their order.
+  std::vector<std::string> titles() const;
+
   // The titles of its subsections.
   std::vector<std::string> subsections() const;
 

@@ -27,18 +27,24 @@ void write_session(std::filesystem::path const& file, std::vector<std::string> c
   }
 }
 
+// Whether the text is a moment of the form: capitals stand for digits.
+bool fits(std::string const& form, std::string const& text) {
+  return std::equal(form.begin(), form.end(), text.begin(), text.end(), [](char letter, char sign) {
+    bool const is_letter = letter >= 'A' && letter <= 'Z';
+    return is_letter ? sign >= '0' && sign <= '9' : sign == letter;
+  });
+}
+
 // Where the form of a moment is shown, the moment that was printed.
-std::string with_moment_of(std::string const& printed, std::string shown) {
-  std::string const form = "YYYY-MM-DD HH:00";
-  std::size_t const at = shown.find(form);
-  if (at == std::string::npos || printed.size() < at + form.size()) return shown;
-  std::string const moment = printed.substr(at, form.size());
-  bool const fits =
-      std::equal(form.begin(), form.end(), moment.begin(), [](char letter, char sign) {
-        bool const is_letter = letter >= 'A' && letter <= 'Z';
-        return is_letter ? sign >= '0' && sign <= '9' : sign == letter;
-      });
-  return fits ? shown.replace(at, form.size(), moment) : shown;
+std::string with_moments_of(std::string const& printed, std::string shown) {
+  for (std::string const form : {"YYYY-MM-DD HH:00", "YYYY-MM-DD HH:MM"}) {
+    for (std::size_t at = 0; (at = shown.find(form, at)) != std::string::npos; at += form.size()) {
+      if (printed.size() < at) break;
+      std::string const moment = printed.substr(at, form.size());
+      if (fits(form, moment)) shown.replace(at, form.size(), moment);
+    }
+  }
+  return shown;
 }
 
 std::string joined(std::vector<std::string> const& lines) {
@@ -58,7 +64,7 @@ void expect_works_as_shown(std::vector<std::string> shown, std::filesystem::path
           folder);
   std::vector<std::string> const printed = lines_of(result.output);
   for (std::size_t i = 0; i < std::min(shown.size(), printed.size()); ++i) {
-    shown[i] = with_moment_of(printed[i], shown[i]);
+    shown[i] = with_moments_of(printed[i], shown[i]);
   }
   EXPECT_EQ(joined(shown), joined(printed));
 }

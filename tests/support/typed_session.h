@@ -13,7 +13,7 @@ namespace support {
 // nothing but what `extra` and the lines before have told it. Expects that what
 // comes back, on standard error too, is what is shown. A command that fails is not
 // shown as one that works: its status comes back as a line of its own. Where
-// "YYYY-MM-DD HH:00" is shown, any moment may come back.
+// "YYYY-MM-DD HH:00" or "YYYY-MM-DD HH:MM" is shown, any such moment may come back.
 void expect_works_as_shown(std::vector<std::string> shown, std::filesystem::path const& folder,
                            environment const& extra = {});
 
