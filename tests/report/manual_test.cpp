@@ -136,19 +136,5 @@ TEST(st_autoclean, asks_for_metrics_that_there_are) {
   for (std::string const& name : asked) EXPECT_EQ(all.count(name), 1U) << name;
 }
 
-TEST(readme, has_the_exit_statuses_of_st_report) {
-  support::manual_page const part = page().part("EXIT STATUS");
-  std::string const all = content_of(TREE "/README.md");
-  std::size_t const at = all.find("## See everything: st-report\n");
-  ASSERT_NE(at, std::string::npos);
-  std::string const section = all.substr(at, all.find("\n## ", at + 1) - at);
-  for (std::string const& status : part.heads()) {
-    std::string const text = part.text_under(status);
-    EXPECT_NE(section.find("| " + status + " | " + text.substr(0, text.find('.')) + " |\n"),
-              std::string::npos)
-        << status;
-  }
-}
-
 }  // namespace
 }  // namespace report
