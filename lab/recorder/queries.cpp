@@ -54,6 +54,15 @@ constexpr char const* account_query =
     "       count(*) FILTER (WHERE state = 'bad' OR (state = 'recorded' AND period_id IS NULL))"
     "  FROM unit WHERE volume_id = ?";
 
+constexpr char const* unit_groups_query =
+    "SELECT u.volume_id, u.state, u.channel_id IS NOT NULL, u.channel_id, u.recording_type,"
+    "       u.stream, u.hour_ms, u.period_id IS NOT NULL, u.period_id, p.storage_id <> '', count(*)"
+    "  FROM unit u LEFT JOIN period p ON p.id = u.period_id"
+    "  GROUP BY u.volume_id, u.state, u.channel_id, u.recording_type, u.stream, u.hour_ms,"
+    "           u.period_id"
+    "  ORDER BY u.channel_id, u.recording_type DESC, u.stream, u.hour_ms, u.volume_id,"
+    "           u.period_id, u.state";
+
 // Attributes recordings to spaces by the storage ids of their periods, for
 // pairings, channels and sizes alike, so that they never disagree.
 // In the order of the periods, so that nothing needs to be sorted: they can be
@@ -348,12 +357,6 @@ std::int64_t recorder::recorded_mb(std::int64_t space_id, std::int64_t channel_i
          number_of(state_->catalogue, recorded_query, space_id, channel_id, recording_type);
 }
 
-std::int64_t recorder::unattributed_mb() const {
-  return unit_mb() * number_of(state_->catalogue,
-                               "SELECT count(*) FROM period p JOIN unit u ON u.period_id = p.id"
-                               "  WHERE p.storage_id = ''");
-}
-
 std::optional<std::int64_t> recorder::latest_leaked_hour(stream const& of) const {
   statement query(state_->catalogue, leaked_hour_query);
   query.with(of.channel_id, of.recording_type, of.number);
@@ -389,6 +392,22 @@ volume_account recorder::account(std::int64_t volume_id) const {
   statement query(state_->catalogue, account_query);
   query.with(volume_id).next();
   return {query.integer(0), query.integer(1), query.integer(2), query.integer(3), query.integer(4)};
+}
+
+std::vector<unit_group> recorder::unit_groups() const {
+  statement query(state_->catalogue, unit_groups_query);
+  std::vector<unit_group> found;
+  while (query.next()) {
+    unit_group group{query.integer(0),      unit_state_in(query, 1), {}, 0, {},
+                     query.integer(9) != 0, query.integer(10)};
+    if (query.integer(2) != 0) {
+      group.of = stream{query.integer(3), recording_type_in(query, 4), stream_in(query, 5)};
+      group.hour_ms = time_in(query, 6);
+    }
+    if (query.integer(7) != 0) group.period_id = query.integer(8);
+    found.push_back(group);
+  }
+  return found;
 }
 
 bool recorder::has_volume_numbered(std::int32_t volume_no) const {

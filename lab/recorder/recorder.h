@@ -21,6 +21,7 @@
 
 #include "lab/catalogue/catalogue.h"
 #include "lab/util/error.h"
+#include "lab/volume/unit_state.h"
 
 namespace lab {
 
@@ -118,6 +119,18 @@ struct volume_account {
   std::int64_t lost;          // recorded without a period, or bad
 };
 
+// Units of one volume that stand alike by the catalogue: in one state and, unless they are
+// free or bad, in one hour of one stream, and of one period or none.
+struct unit_group {
+  std::int64_t volume_id;
+  unit_state state;
+  std::optional<stream> of;
+  std::int64_t hour_ms;  // 0 of free and bad ones
+  std::optional<std::int64_t> period_id;
+  bool has_storage_id;  // the period
+  std::int64_t units;
+};
+
 inline constexpr int most_unit_mb = 1024;
 
 // Where the client library looks when STLAB_RECORDER is unset or empty.
@@ -188,9 +201,6 @@ class recorder {
   std::int64_t recorded_mb(std::int64_t space_id, std::int64_t channel_id,
                            std::optional<std::int32_t> recording_type) const;
 
-  // MB recorded under no storage id, which are no space's.
-  std::int64_t unattributed_mb() const;
-
   // The start of the latest hour of the stream with units that no period
   // holds, on whichever volume.
   std::optional<std::int64_t> latest_leaked_hour(stream const& of) const;
@@ -203,6 +213,10 @@ class recorder {
   std::vector<channel> volume_channels(std::int32_t volume_no) const;
 
   volume_account account(std::int64_t volume_id) const;
+
+  // By channel, then recording type (normal, manual, alarm), stream, hour and volume; those
+  // of no stream first.
+  std::vector<unit_group> unit_groups() const;
 
   // Whether a unit of any volume is in transit.
   bool has_units_in_transit() const;

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <iostream>
 #include <map>
 #include <optional>
@@ -8,34 +7,22 @@
 #include <utility>
 
 #include "lab/stlab/commands.h"
-#include "lab/stlab/hours.h"
 #include "lab/stlab/options.h"
 #include "lab/stlab/recorder_access.h"
 #include "lab/stlab/text.h"
 #include "lab/util/text.h"
-#include "lab/volume/recording_type.h"
+#include "lab/volume/layout.h"
+#include "lab/volume/place.h"
 
 namespace stlab {
 
 namespace {
 
-enum class period_detail { summary, each };
+enum class hour_detail { sums, each };
 
-constexpr std::size_t widest_bar = 40;
-constexpr std::size_t bar_indent = 4;
 constexpr std::size_t continuation_indent = 6;
 
-constexpr char const* state_names[] = {
-    "active",         "standby",        "NOT MOUNTED",   "standby, NOT MOUNTED",
-    "making folders", "over threshold", "being removed", "unknown error",
-};
-
-std::string state_name(std::int32_t state) {
-  if (state < 0 || static_cast<std::size_t>(state) >= std::size(state_names)) {
-    return "state " + std::to_string(state);
-  }
-  return state_names[state];
-}
+using unit_groups = std::vector<lab::unit_group>;
 
 // What of a recorder is shown: all of it, or what belongs to one volume, to one
 // channel, or to both.
@@ -43,16 +30,17 @@ struct selection {
   std::optional<lab::volume> volume;
   std::optional<lab::channel> channel;
 
-  std::set<std::int64_t> volumes_of_channel;  // into which it records, or has recorded
-
-  bool holds(lab::volume const& which) const {
-    return (!volume || volume->id == which.id) &&
-           (!channel || volumes_of_channel.count(which.id) == 1);
+  bool holds(lab::unit_group const& which) const {
+    return (!volume || volume->id == which.volume_id) &&
+           (!channel || (which.of && which.of->channel_id == channel->id));
   }
-  bool holds(lab::channel const& which) const { return !channel || channel->id == which.id; }
-  bool holds(lab::period const& which) const {
-    return (!volume || volume->sid_text == which.storage_id) &&
-           (!channel || channel->id == which.channel_id);
+  // Of those with units that are shown.
+  bool holds(lab::volume const& which, std::set<std::int64_t> const& with_units) const {
+    return (!volume || volume->id == which.id) && (!channel || with_units.count(which.id) == 1);
+  }
+  bool holds(lab::channel const& which, std::set<std::int64_t> const& with_units) const {
+    if (channel) return channel->id == which.id;
+    return !volume || with_units.count(which.id) == 1;
   }
 };
 
@@ -61,213 +49,154 @@ void show_line(std::string const& text) {
   std::cout << wrapped(lab::printable(text), columns(), continuation_indent) << '\n';
 }
 
-std::int64_t bar_width() {
-  return static_cast<std::int64_t>(std::min(widest_bar, columns() - bar_indent - 2));
+bool is_without_period(lab::unit_group const& units) {
+  return units.state == lab::unit_state::recorded && !units.period_id;
 }
 
-// '#' used, '.' preallocated, '!' lost, each in proportion. A part that is not 0
-// shows at least one character, at the cost of the widest one.
-std::string bar(lab::volume_account const& account) {
-  struct part {
-    std::int64_t units;
-    char sign;
-    std::int64_t width;
-  };
-  std::array<part, 3> parts{{{account.held + account.moving, '#', 0},
-                             {account.preallocated, '.', 0},
-                             {account.lost, '!', 0}}};
-  std::int64_t left = bar_width();
-  if (account.total == 0) return '[' + std::string(static_cast<std::size_t>(left), ' ') + ']';
-  for (part& each : parts) {
-    if (each.units <= 0) continue;
-    each.width = std::max<std::int64_t>(1, each.units * bar_width() / account.total);
-    left -= each.width;
+// "64 units: 26 free, 38 recorded (7 without a period)".
+std::string states_text(unit_groups const& all, std::int64_t volume_id) {
+  std::map<lab::unit_state, std::int64_t> units;
+  std::int64_t total = 0;
+  std::int64_t without_period = 0;
+  for (lab::unit_group const& each : all) {
+    if (each.volume_id != volume_id) continue;
+    units[each.state] += each.units;
+    total += each.units;
+    if (is_without_period(each)) without_period += each.units;
   }
-  part& spare = parts[1];
-  part& widest =
-      *std::max_element(parts.begin(), parts.end(),
-                        [](part const& one, part const& two) { return one.width < two.width; });
-  (spare.width + left >= 1 && spare.units > 0 ? spare : widest).width += left;
-  std::string text = "[";
-  for (part const& each : parts) text.append(static_cast<std::size_t>(each.width), each.sign);
-  return text + ']';
-}
-
-std::string unknown_bar() {
-  return '[' + std::string(static_cast<std::size_t>(bar_width()), '?') + ']';
-}
-
-std::string megabytes(std::int64_t mb) { return std::to_string(mb) + " MB"; }
-
-void show_volume(lab::recorder const& in, lab::volume const& volume) {
-  lab::volume_account const account = in.account(volume.id);
-  std::int64_t const unit_mb = in.unit_mb();
-  bool const mounted = is_mounted(volume);
-  show_line("  volume " + volume.name + "  no " + std::to_string(volume.volume_no) + ", " +
-            (volume.type == 0 ? "normal" : "spare") + ", " + state_name(volume.state));
-  show_line(std::string(bar_indent, ' ') + "storage_id " + volume.sid_text);
-  show_line(std::string(bar_indent, ' ') + (mounted ? bar(account) : unknown_bar()));
-  show_line(std::string(bar_indent, ' ') + (mounted ? "" : "by the catalogue: ") + "total " +
-            megabytes(account.total * unit_mb) + ": used " +
-            std::to_string((account.held + account.moving) * unit_mb) + ", preallocated " +
-            std::to_string(account.preallocated * unit_mb) + ", lost " +
-            std::to_string(account.lost * unit_mb));
-}
-
-void show_recorded(lab::recorder const& in, lab::space const& space, selection const& chosen) {
-  std::int64_t total_mb = 0;
-  for (lab::channel const& channel : in.space_channels(space.id)) {
-    if (!chosen.holds(channel)) continue;
-    auto const recorded = [&](std::optional<std::int32_t> type) {
-      return in.recorded_mb(space.id, channel.id, type);
-    };
-    total_mb += recorded(std::nullopt);
-    std::string of_types;
-    for (lab::recording_type const& each : lab::recording_types) {
-      of_types += (of_types.empty() ? "" : ", ") + std::string(each.name) + " " +
-                  std::to_string(recorded(each.code));
+  std::string text = counted(total, "unit");
+  for (auto const& [state, count] : units) {
+    text += (state == units.begin()->first ? ": " : ", ") + std::to_string(count) + " " +
+            lab::text_of(state);
+    if (state == lab::unit_state::recorded && without_period > 0) {
+      text += " (" + std::to_string(without_period) + " without a period)";
     }
-    show_line("  " + channel_label(channel.number) + " recorded " +
-              megabytes(recorded(std::nullopt)) + " (" + of_types + ")");
   }
-  if (!chosen.channel) show_line("  recorded in all " + megabytes(total_mb));
+  return text;
 }
 
-// What st calls uuid, storage_id, channel_id and channel is called so here.
-void show_space(lab::recorder const& in, lab::space const& space, selection const& chosen) {
-  std::vector<lab::volume> volumes = in.volumes();
-  volumes.erase(std::remove_if(volumes.begin(), volumes.end(),
-                               [&](lab::volume const& each) {
-                                 return each.space_id != space.id || !chosen.holds(each);
-                               }),
-                volumes.end());
-  if (volumes.empty() && (chosen.volume || chosen.channel)) return;
-  show_line("space " + space.name + "  uuid " + space.sid);
-  show_line("  status " + std::to_string(space.status) + ", total " + megabytes(space.total_mb) +
-            ", used " + megabytes(space.used_mb));
-  for (lab::volume const& volume : volumes) show_volume(in, volume);
-  if (!chosen.volume) show_recorded(in, space, chosen);
+void show_volume(lab::volume const& volume, unit_groups const& all) {
+  show_line("volume " + volume.name + "  id " + std::to_string(volume.id) + ", " +
+            states_text(all, volume.id));
+  show_line("  " + std::string(lab::share_folder) + "/" + volume.path.filename().string() + "/" +
+            lab::storage_folder_name(volume.sid_text));
 }
 
-// The ids of the volumes into which the channel records, or has recorded.
-std::set<std::int64_t> volumes_of(lab::recorder const& in, lab::channel const& channel) {
-  std::set<std::string> storages;
-  for (lab::period const& each : in.periods()) {
-    if (each.channel_id == channel.id) storages.insert(each.storage_id);
-  }
-  std::set<std::int64_t> ids;
-  for (lab::volume const& volume : in.volumes()) {
-    if (storages.count(volume.sid_text) == 1) ids.insert(volume.id);
-  }
-  for (assignment const& each : assignments(in)) {
-    if (each.channel.id == channel.id) ids.insert(each.volume.id);
-  }
-  return ids;
+// What is to be said of the units besides where they are; empty of those that a period
+// with a storage id holds.
+std::string trouble_of(lab::unit_group const& units) {
+  if (lab::is_in_transit(units.state)) return std::string(", ") + lab::text_of(units.state);
+  if (!units.period_id) return ", WITHOUT A PERIOD";
+  return units.has_storage_id ? "" : ", NO STORAGE ID";
 }
 
-void show_channels(lab::recorder const& in, selection const& chosen) {
-  std::vector<assignment> const all = assignments(in);
-  show_line("channels");
-  for (lab::channel const& channel : in.channels()) {
-    if (!chosen.holds(channel)) continue;
-    std::string names;
-    bool is_chosen = !chosen.volume;
-    for (assignment const& each : all) {
-      if (each.channel.id != channel.id) continue;
-      names += (names.empty() ? "" : ", ") + each.volume.name;
-      is_chosen = is_chosen || chosen.holds(each.volume);
-    }
-    if (!is_chosen) continue;
-    show_line("  " + channel_label(channel.number) + "  channel_id " +
-              std::to_string(channel.number) + ", channel " + channel.sid + ", into " +
-              (names.empty() ? "no volume" : names));
-  }
-}
+// Names by the catalogue's ids. Throws lab::error for an id that nothing has.
+struct naming {
+  std::map<std::int64_t, std::int32_t> channels;
+  std::map<std::int64_t, std::string> volumes;
 
-// The periods of one stream under one storage id, or one period alone.
-struct period_group {
-  lab::period first;
-  std::int64_t end_ms;
-  std::int64_t periods;
-  std::int64_t runs;  // of adjoining periods
+  std::int32_t channel(std::int64_t id) const { return found(channels, id, "channel"); }
+  std::string const& volume(std::int64_t id) const { return found(volumes, id, "volume"); }
+
+ private:
+  template <typename Name>
+  static Name const& found(std::map<std::int64_t, Name> const& in, std::int64_t id,
+                           std::string const& what) {
+    auto const at = in.find(id);
+    if (at == in.end()) throw lab::error("catalogue: no " + what + " has id " + std::to_string(id));
+    return at->second;
+  }
 };
 
-auto group_key(lab::period const& of) {
-  return std::tuple(of.channel_id, -of.recording_type, of.stream, of.storage_id);
+naming names_in(lab::recorder const& in) {
+  naming names;
+  for (lab::channel const& each : in.channels()) names.channels[each.id] = each.number;
+  for (lab::volume const& each : in.volumes()) names.volumes[each.id] = each.name;
+  return names;
 }
 
-std::vector<period_group> group(std::vector<lab::period> periods, period_detail detail) {
-  std::stable_sort(periods.begin(), periods.end(),
-                   [](lab::period const& left, lab::period const& right) {
-                     return std::tuple(group_key(left), left.start_ms) <
-                            std::tuple(group_key(right), right.start_ms);
-                   });
-  std::vector<period_group> groups;
-  for (lab::period const& each : periods) {
-    bool const goes_on = detail == period_detail::summary && !groups.empty() &&
-                         group_key(groups.back().first) == group_key(each);
-    if (!goes_on) {
-      groups.push_back({each, each.end_ms, 1, 1});
-      continue;
-    }
-    period_group& last = groups.back();
-    if (each.start_ms > last.end_ms) ++last.runs;
-    last.end_ms = std::max(last.end_ms, each.end_ms);
-    ++last.periods;
+void show_each_hour(unit_groups const& shown, naming const& names) {
+  show_line("hour folders (UTC)");
+  for (lab::unit_group const& each : shown) {
+    if (!each.of) continue;
+    std::string const folder = lab::hour_folder_name(
+        names.channel(each.of->channel_id), each.of->recording_type, each.of->number, each.hour_ms);
+    std::string const period =
+        each.period_id ? ", period " + std::to_string(*each.period_id) : std::string();
+    show_line("  " + folder + "  " + names.volume(each.volume_id) + ", " +
+              counted(each.units, "unit") + period + trouble_of(each));
   }
-  return groups;
 }
 
-void show_group(period_group const& shown, std::string const& label, std::string const& place) {
-  std::string const count = shown.periods == 1 ? ""
-                                               : ", " + counted(shown.periods, "period") + ", " +
-                                                     counted(shown.runs, "run");
-  show_line("  " + label + "  " + utc_text(shown.first.start_ms) + " to " + utc_text(shown.end_ms) +
-            "  " + place + count);
-}
-
-void show_periods(lab::recorder const& in, period_detail detail, selection const& chosen) {
-  std::map<std::int64_t, std::int32_t> numbers;
-  for (lab::channel const& channel : in.channels()) numbers[channel.id] = channel.number;
-  std::map<std::string, std::string> places{{"", "NO STORAGE ID"}};
-  for (lab::volume const& volume : in.volumes()) places[volume.sid_text] = volume.name;
-  std::vector<lab::period> periods = in.periods();
-  periods.erase(std::remove_if(periods.begin(), periods.end(),
-                               [&](lab::period const& each) { return !chosen.holds(each); }),
-                periods.end());
-  show_line("periods (UTC)");
-  for (period_group const& each : group(std::move(periods), detail)) {
-    lab::period const& first = each.first;
-    show_group(each, stream_label(numbers[first.channel_id], first.recording_type, first.stream),
-               places[first.storage_id]);
+void show_sums(unit_groups const& shown, naming const& names) {
+  struct sum {
+    std::int64_t units = 0;
+    std::set<std::int64_t> hours;
+  };
+  // In the order of the streams, and of the volumes of each.
+  std::map<std::tuple<std::int64_t, std::int32_t, std::int32_t, std::int64_t, std::string>, sum>
+      sums;
+  for (lab::unit_group const& each : shown) {
+    if (!each.of) continue;
+    sum& of = sums[{each.of->channel_id, -each.of->recording_type, each.of->number, each.volume_id,
+                    trouble_of(each)}];
+    of.units += each.units;
+    of.hours.insert(each.hour_ms);
+  }
+  show_line("units");
+  for (auto const& [key, of] : sums) {
+    auto const& [channel_id, type, stream, volume_id, trouble] = key;
+    show_line("  " + stream_label(names.channel(channel_id), -type, stream) + "  " +
+              names.volume(volume_id) + ", " + counted(of.units, "unit") + " in " +
+              counted(static_cast<std::int64_t>(of.hours.size()), "hour") + trouble);
   }
 }
 
 struct settings {
   recorder_folder folder;
-  bool each_period = false;
+  bool each_hour = false;
   std::string volume;
   std::optional<std::int32_t> channel;
 };
 
+selection selected(lab::recorder const& in, settings const& asked) {
+  selection chosen;
+  if (!asked.volume.empty()) chosen.volume = find_volume(in, asked.volume);
+  if (asked.channel) chosen.channel = find_channel(in, *asked.channel);
+  return chosen;
+}
+
+void show_all(lab::recorder const& in, selection const& chosen, hour_detail detail) {
+  unit_groups const all = in.unit_groups();
+  unit_groups shown;
+  std::set<std::int64_t> volumes;
+  std::set<std::int64_t> channels;
+  for (lab::unit_group const& each : all) {
+    if (!chosen.holds(each)) continue;
+    shown.push_back(each);
+    volumes.insert(each.volume_id);
+    if (each.of) channels.insert(each.of->channel_id);
+  }
+  show_line("recorder " + in.folder().string() + ", units of " + std::to_string(in.unit_mb()) +
+            " MB");
+  for (lab::volume const& each : in.volumes()) {
+    if (chosen.holds(each, volumes)) show_volume(each, all);
+  }
+  show_line("channels");
+  for (lab::channel const& each : in.channels()) {
+    if (!chosen.holds(each, channels)) continue;
+    show_line("  " + channel_label(each.number) + "  channel_id " + std::to_string(each.number) +
+              ", id " + std::to_string(each.id));
+  }
+  auto const show_units = detail == hour_detail::each ? show_each_hour : show_sums;
+  show_units(shown, names_in(in));
+}
+
 exit_status show(settings const& asked) {
   lab::recorder const recorder = open_recorder(asked.folder, lab::access::read_only);
   lab::consistent_view const view(recorder);
-  selection chosen;
-  if (!asked.volume.empty()) chosen.volume = find_volume(recorder, asked.volume);
-  if (asked.channel) {
-    chosen.channel = find_channel(recorder, *asked.channel);
-    chosen.volumes_of_channel = volumes_of(recorder, *chosen.channel);
-  }
-  show_line("recorder " + recorder.folder().string() + ", units of " +
-            megabytes(recorder.unit_mb()));
-  for (lab::space const& space : recorder.spaces()) show_space(recorder, space, chosen);
-  std::int64_t const unattributed_mb = recorder.unattributed_mb();
-  if (unattributed_mb > 0 && !chosen.volume && !chosen.channel) {
-    show_line("recorded under no storage id " + megabytes(unattributed_mb));
-  }
-  show_channels(recorder, chosen);
-  show_periods(recorder, asked.each_period ? period_detail::each : period_detail::summary, chosen);
+  show_all(recorder, selected(recorder, asked),
+           asked.each_hour ? hour_detail::each : hour_detail::sums);
   return exit_status::done;
 }
 
@@ -276,13 +205,12 @@ exit_status show(settings const& asked) {
 void add_show(CLI::App& tool, action& chosen) {
   auto [command, asked] = add_command(
       tool, chosen, "show",
-      "Shows spaces, volumes (# used, . preallocated, ! lost, ? not mounted), channels and "
-      "periods",
+      "Shows what only the lab knows: units, their states and places, and the catalogue's ids; "
+      "st-report tells the rest",
       fallback::built_in, show);
   add_volume(command, asked.volume, "all", "Only what belongs to this volume");
   add_channel(command, asked.channel, "Only what belongs to this channel, counted from 0", "all");
-  add_flag(command, "--periods", asked.each_period,
-           "Each period, not only a summary for each stream");
+  add_flag(command, "--hours", asked.each_hour, "Each hour folder, not only sums for each stream");
 }
 
 }  // namespace stlab

@@ -35,7 +35,7 @@ TEST_F(manual, the_examples_of_stlab_work_as_printed) { expect_examples_work(stl
 
 TEST_F(manual, has_all_its_sections_and_examples) {
   expect_built_of(st_page(), 25, 26);
-  expect_built_of(stlab_page(), 21, 26);
+  expect_built_of(stlab_page(), 21, 27);
 }
 
 TEST_F(manual, each_command_of_st_has_its_section_and_its_example) {

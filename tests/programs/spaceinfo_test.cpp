@@ -22,7 +22,8 @@ TEST_F(spaceinfo, a_channel_that_changed_its_volume_counts_once) {
   stlab("record --units 2");
   stlab("assign --channel 0 --volume vol2");
   stlab("record --channel 0 --units 3");
-  long long const counted = number_after(stlab("show"), "  recorded in all ");
+  long long const counted = number_after(stlab("show", "--volume vol1"), " free, ") +
+                            number_after(stlab("show", "--volume vol2"), " free, ");
   std::string const report = st("spaceinfo Storage1");
   EXPECT_EQ(counted, 7);
   EXPECT_EQ(number_after(report, "Total recording size: "), counted) << report;

@@ -193,7 +193,6 @@ TEST_F(queries, what_has_no_storage_id_belongs_to_no_space) {
   EXPECT_EQ(2, recorder.pairings(1)[0].channel_id);
   EXPECT_EQ(0, recorder.recorded_mb(1, 1, {}));
   EXPECT_EQ(1, recorder.recorded_mb(1, 2, {}));
-  EXPECT_EQ(2, recorder.unattributed_mb());
   EXPECT_EQ(3, recorder.volumes().front().used_mb);
   EXPECT_EQ(strings(), recorder.days(1, 4, {""}));
 }

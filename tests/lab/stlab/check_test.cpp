@@ -16,7 +16,7 @@ class stlab_check : public stlab_program::stlab_test {
 };
 
 TEST_F(stlab_check, a_broken_catalogue_is_no_usable_recorder) {
-  break_table("period");
+  break_table("unit");
   std::string const problem = (recorder / "catalogue.db").string() + ": the catalogue is damaged";
   outcome const shown = run("show " + recorder.string());
   EXPECT_EQ(3, shown.status);

@@ -34,7 +34,7 @@ TEST_F(stlab_import, makes_a_recorder_and_tells_its_scale) {
               "made a recorder in " + recorder.string() +
                   ": 1 space, 1 volume of 40 MB in all, 1 channel, 2 periods\n"
                   "sizes are scaled: 40 MB for 4000 MB\n");
-  expect_parts(show(), {"total 40 MB: used 20, preallocated 10, lost 10"});
+  expect_parts(show(), {"40 units: 10 free, 30 recorded (10 without a period)"});
   // What the report tells is all that check finds.
   expect_parts(check().output, {"leak: ", "null-id: "});
   EXPECT_FALSE(holds(check().output, "period: ")) << check().output;

@@ -126,14 +126,14 @@ TEST_F(stlab_make, make_refuses_a_folder_that_is_not_empty) {
 TEST_F(stlab_make, the_same_seed_and_moment_make_the_same_recorder) {
   std::string const first_show = [&] {
     EXPECT_EQ(0, on_recorder("make", "--days 1 --seed 7").status);
-    return run("show " + recorder.string() + " --periods").output;
+    return run("show " + recorder.string() + " --hours").output;
   }();
   std::filesystem::remove_all(recorder);
   EXPECT_EQ(0, on_recorder("make", "--days 1 --seed 7").status);
-  EXPECT_EQ(first_show, run("show " + recorder.string() + " --periods").output);
+  EXPECT_EQ(first_show, run("show " + recorder.string() + " --hours").output);
   std::filesystem::remove_all(recorder);
   EXPECT_EQ(0, on_recorder("make", "--days 1 --seed 8").status);
-  EXPECT_NE(first_show, run("show " + recorder.string() + " --periods").output);
+  EXPECT_NE(first_show, run("show " + recorder.string() + " --hours").output);
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ std::vector<job> st_jobs() {
 std::vector<job> stlab_jobs() {
   return jobs_of(
       program::stlab,
-      {"show", "show --periods", "check", "check --repair", "record --channel 0 --hours 2",
+      {"show", "show --hours", "check", "check --repair", "record --channel 0 --hours 2",
        "record --channel 0 --stream 2 --units 3", "record --channel 1", "expire --days 0", "expire",
        "leak --volume vol1", "leak --volume vol2 --hours 1", "lose-id --channel 0 --hours 1",
        "assign --channel 0 --volume vol2", "mount --volume vol1", "mount --volume vol2", "make",

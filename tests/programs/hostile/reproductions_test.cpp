@@ -378,7 +378,7 @@ TEST_F(reproduction, show_prints_no_control_character) {
       "UPDATE volume SET name = 'vol1' || char(27) || '[2J' || char(10) || 'clean' WHERE id = 1;"
       "UPDATE space SET name = 'Storage1' || char(27) || ']0;forged' || char(7) WHERE id = 1");
   for (words const each :
-       {"show", "show --periods", "check", "assign --channel 1", "record --channel 0 --stream 2"}) {
+       {"show", "show --hours", "check", "assign --channel 1", "record --channel 0 --stream 2"}) {
     auto const result = stlab(each);
     auto const text = result.output + result.errors;
     EXPECT_TRUE(std::all_of(text.begin(), text.end(),
