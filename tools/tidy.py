@@ -9,12 +9,13 @@ that what is said names the file and the line.
 
   tools/tidy.py [--recent] BUILD     (a build folder with its compile_commands.json)
 
-With --recent it reads, of the tests, those that the last COMMITS commits changed,
-and follows the paths through a function less far.
+With --recent it reads the sources that the last COMMITS commits changed, or a header of
+a name that they include, and follows the paths through a function less far.
 """
 
 import json
 import os
+import re
 import shlex
 import shutil
 import subprocess
@@ -38,8 +39,11 @@ def flags_of(command, source):
 
 
 def recent(source, changed):
-    name = os.path.relpath(source, TREE)
-    return changed is None or not name.startswith("tests/") or name in changed
+    if changed is None or os.path.relpath(source, TREE) in changed:
+        return True
+    headers = {os.path.basename(name) for name in changed if name.endswith(".h")}
+    included = re.findall(r'^#include "(?:.*/)?(.*)"', Path(source).read_text(), re.MULTILINE)
+    return not headers.isdisjoint(included)
 
 
 def changed_lately():
