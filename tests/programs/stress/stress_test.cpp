@@ -50,7 +50,7 @@ std::string without_missed_units(std::string const& errors) {
 
 }  // namespace
 
-int rounds() { return support::are_long_checks_wanted() ? 100 : 20; }
+int rounds() { return support::are_long_checks_wanted() ? 50 : 20; }
 
 bool tells_of_failure(std::string const& output) {
   static std::regex const failure(
