@@ -99,7 +99,7 @@ void append_number(std::string& text, Number number) {
   char digits[24];
   auto const [end, problem] = std::to_chars(std::begin(digits), std::end(digits), number);
   static_cast<void>(problem);  // every number fits
-  text.append(std::begin(digits), end);
+  text.append(digits, static_cast<std::size_t>(end - digits));
 }
 
 void append_period(std::string& text, period const& of, id_list const& ids) {
