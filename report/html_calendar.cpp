@@ -24,17 +24,33 @@ struct scale {
   std::size_t day_width;
 };
 
-std::string number(std::size_t of) { return std::to_string(of); }
-
-std::size_t day_width_of(std::size_t days) {
-  constexpr std::size_t page_width = 660;
-  return std::clamp(page_width / std::max(days, std::size_t{1}), std::size_t{3}, std::size_t{36});
-}
-
 std::size_t most_hours(std::vector<day> const& days) {
   std::size_t most = 24;
   for (day const& each : days) most = std::max(most, each.recorded_s.size());
   return most;
+}
+
+// What the calendars of a channel have in common.
+struct channel_scale {
+  std::vector<day> days;
+  std::string labels;  // the id of those of its hours and days
+
+  std::size_t height() const { return most_hours(days) * hour_height; }
+};
+
+std::string number(std::size_t of) { return std::to_string(of); }
+
+// Draws nothing itself; others refer to it.
+markup definition(markup const& content) {
+  return element("svg",
+                 attribute("width", "0") + attribute("height", "0") +
+                     attribute("style", "position:absolute") + attribute("aria-hidden", "true"),
+                 element("defs", content));
+}
+
+std::size_t day_width_of(std::size_t days) {
+  constexpr std::size_t page_width = 660;
+  return std::clamp(page_width / std::max(days, std::size_t{1}), std::size_t{3}, std::size_t{36});
 }
 
 // Lines between days, and every six hours; for all calendars, as their days are as wide.
@@ -51,10 +67,7 @@ markup day_lines(scale in) {
               attribute("id", "days") + attribute("x", number(margin)) + attribute("width", width) +
                   attribute("height", height) + attribute("patternUnits", "userSpaceOnUse"),
               lines);
-  return element("svg",
-                 attribute("width", "0") + attribute("height", "0") +
-                     attribute("style", "position:absolute") + attribute("aria-hidden", "true"),
-                 element("defs", pattern));
+  return definition(pattern);
 }
 
 // One path for all areas of a kind.
@@ -96,6 +109,20 @@ markup hour_labels() {
   return all;
 }
 
+// The width and the height of each calendar of the channel.
+std::string size_of(channel_scale const& of, scale in) {
+  return attribute("width", number(margin + of.days.size() * in.day_width + 16)) +
+         attribute("height", number(of.height() + 14));
+}
+
+// Once for all streams: a browser takes its time for each piece of text.
+markup labels_of(channel_scale const& of, scale in) {
+  return definition(element(
+      "pattern",
+      attribute("id", of.labels) + size_of(of, in) + attribute("patternUnits", "userSpaceOnUse"),
+      hour_labels() + day_labels(of.days, of.height() + 11, in)));
+}
+
 std::string kept_words(std::vector<day> const& days) {
   return days.front().date + " to " + days.back().date;
 }
@@ -129,40 +156,36 @@ void leave_out_before(std::vector<day> const& all, std::vector<day>& days) {
   days.erase(days.begin(), first);
 }
 
-markup drawing(std::vector<day> const& days, hour_grid const& grid, std::vector<day> const& all,
+markup drawing(std::vector<day> const& days, hour_grid const& grid, channel_scale const& all,
                std::string const& words, scale in) {
-  std::size_t const left = margin + column_of(days.front(), all) * in.day_width;
+  std::size_t const left = margin + column_of(days.front(), all.days) * in.day_width;
   auto const drawn = [&](char const* name, hour kind) {
     return areas(
         name, areas_of(days, [&](std::size_t at, std::size_t of) { return grid[at][of] == kind; }),
         left, in);
   };
-  std::size_t const height = most_hours(all) * hour_height;
-  std::size_t const width = all.size() * in.day_width;
-  auto const frame = attribute("x", number(margin)) + attribute("width", number(width)) +
-                     attribute("height", number(height));
+  auto const frame = attribute("x", number(margin)) +
+                     attribute("width", number(all.days.size() * in.day_width)) +
+                     attribute("height", number(all.height()));
   markup const lines = element("rect", attribute("class", "days") + frame, {});
   markup const without_id = areas(
       "noid",
       areas_of(days, [&](std::size_t at, std::size_t of) { return bool{days[at].without_id[of]}; }),
       left, in);
-  std::string const full_width = number(margin + width + 16);
-  std::string const full_height = number(height + 14);
   return element(
       "svg",
       attribute("class", "cal") + attribute("role", "img") + attribute("aria-label", words) +
-          attribute("width", full_width) + attribute("height", full_height) +
-          attribute("viewBox", "0 0 " + full_width + " " + full_height),
+          size_of(all, in),
       element("rect", attribute("class", "rest") + frame, {}) + drawn("rec", hour::recorded) +
           drawn("part", hour::partly) + drawn("gap", hour::missing) + without_id + lines +
-          hour_labels() + day_labels(all, height + 11, in));
+          element("rect", size_of(all, in) + attribute("fill", "url(#" + all.labels + ")"), {}));
 }
 
-markup stream_figure(stream const& of, std::vector<day> const& all, scale in) {
+markup stream_figure(stream const& of, channel_scale const& all, scale in) {
   std::string const name = stream_text(of.type_name, of.number);
   if (!of.asked) return paragraph(name + " could not be asked.");
   std::vector<day> days = days_of(of.periods, most_days);
-  leave_out_before(all, days);
+  leave_out_before(all.days, days);
   if (days.empty()) return paragraph(name + " has nothing on these days.");
   bool const is_normal = of.recording_type == st::normal_recording.code;
   hour_grid const grid = grid_of(days, is_normal ? gaps::told : gaps::no_news);
@@ -183,11 +206,14 @@ std::string summary_of(channel const& of, kept const& has) {
   return text;
 }
 
-markup channel_details(channel const& of, kept const& has, bool is_open, scale in) {
-  std::vector<day> const days = days_of_channel(of, most_days);
+// `position`: of the channel among those of the page.
+markup channel_details(channel const& of, kept const& has, std::size_t position, bool is_open,
+                       scale in) {
+  channel_scale const all{days_of_channel(of, most_days), "labels" + number(position)};
   markup content = element("summary", escaped(summary_of(of, has)));
+  if (!all.days.empty()) content += labels_of(all, in);
   for (stream const& each : of.streams) {
-    if (!days.empty() || !each.asked) content += stream_figure(each, days, in);
+    if (!all.days.empty() || !each.asked) content += stream_figure(each, all, in);
   }
   return element("details", is_open ? attribute("open", "open") : "", content) + markup{"\n"};
 }
@@ -228,7 +254,8 @@ markup calendar_section(value const& of, std::vector<kept> const& all_kept) {
   std::size_t shown_channels = 0;
   for (; shown_channels < of.channels.size(); ++shown_channels) {
     if (all.text.size() > most_bytes) break;
-    all += channel_details(of.channels[shown_channels], all_kept[shown_channels], are_open, in);
+    all += channel_details(of.channels[shown_channels], all_kept[shown_channels], shown_channels,
+                           are_open, in);
   }
   if (shown_channels < of.channels.size()) {
     all +=

@@ -41,8 +41,8 @@ thead th { font-size: .875rem; font-weight: 600; color: var(--faint); white-spac
 details { border-top: 1px solid var(--line); padding: .35rem 0; }
 summary { cursor: pointer; font-weight: 600; }
 figure { margin: .5rem 0 .75rem; }
-.cal { display: block; } .cal text { font-size: 9px; fill: var(--faint); }
-.cal .h { text-anchor: end; }
+.cal { display: block; } .h, .d { font-size: 9px; fill: var(--faint); }
+.h { text-anchor: end; }
 .new, .changed { font-weight: 700; }
 @media (max-width: 40rem) {
   body { padding: .6rem; font-size: .9rem; } th, td { padding-right: .5rem; }

@@ -140,6 +140,15 @@ TEST(page, of_256_channels_and_90_days_is_small_enough_to_open_at_once) {
   EXPECT_FALSE(holds(page, "are left out"));
 }
 
+TEST(page, labels_the_hours_and_days_of_a_channel_once) {
+  auto const page = html_of(sample::large(3, 40), nullptr);
+  EXPECT_EQ(count_of(page, ">12h</text>"), 3U);
+  for (std::string const channel : {"0", "1", "2"}) {
+    EXPECT_EQ(count_of(page, "id=\"labels" + channel + "\""), 1U);
+    EXPECT_EQ(count_of(page, "url(#labels" + channel + ")"), 4U);  // a calendar each stream
+  }
+}
+
 TEST(page, that_would_be_too_large_leaves_calendars_out_and_says_so) {
   auto value = sample::large(1, 400);
   auto& periods = value.channels[0].streams[0].periods;
