@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdint>
+
+#include "report/utf8.h"
 
 namespace report {
 
@@ -25,40 +26,6 @@ constexpr std::array<range, 9> wide{{{0x1100, 0x115f},
                                      {0x1f300, 0x1faff},
                                      {0x20000, 0x3fffd}}};
 
-struct character {
-  char32_t code = 0;
-  std::size_t bytes = 1;
-  bool is_whole = false;
-};
-
-std::size_t bytes_after(unsigned char lead) noexcept {
-  if (lead >= 0xf0) return 3;
-  if (lead >= 0xe0) return 2;
-  return lead >= 0xc0 ? 1 : 0;
-}
-
-// In the shortest form there is, and no half of a pair.
-bool is_character(char32_t code, std::size_t bytes_more) noexcept {
-  constexpr std::array<char32_t, 4> least{0, 0x80, 0x800, 0x10000};
-  bool const is_half = code >= 0xd800 && code < 0xe000;
-  return code >= least[bytes_more] && code <= 0x10ffff && !is_half;
-}
-
-// The character at the beginning of a text that is not empty.
-character first_of(std::string_view text) noexcept {
-  auto const lead = static_cast<unsigned char>(text.front());
-  if (lead < 0x80) return {lead, 1, true};
-  std::size_t const more = bytes_after(lead);
-  if (more == 0 || more >= text.size()) return {lead, 1, false};
-  auto code = static_cast<char32_t>(lead & (0x3fU >> more));
-  for (std::size_t i = 1; i <= more; ++i) {
-    auto const byte = static_cast<unsigned char>(text[i]);
-    if ((byte & 0xc0U) != 0x80) return {lead, 1, false};
-    code = code << 6U | (byte & 0x3fU);
-  }
-  return is_character(code, more) ? character{code, more + 1, true} : character{lead, 1, false};
-}
-
 int width_of_code(char32_t code) noexcept {
   bool const is_wide = std::any_of(wide.begin(), wide.end(), [&](range const& each) {
     return each.first <= code && code <= each.last;
@@ -66,14 +33,10 @@ int width_of_code(char32_t code) noexcept {
   return is_wide ? 2 : 1;
 }
 
-// Neither control characters nor what turns the direction of the text.
+// Neither what steers the terminal nor what XML has no character for.
 bool is_shown(character const& which) noexcept {
-  char32_t const code = which.code;
-  bool const is_control = code < 0x20 || (code >= 0x7f && code < 0xa0);
-  bool const turns = (code >= 0x200e && code <= 0x200f) || (code >= 0x2028 && code <= 0x202e) ||
-                     (code >= 0x2066 && code <= 0x2069);
-  bool const is_none = (code & 0xfffeU) == 0xfffe;
-  return which.is_whole && !is_control && !turns && !is_none;
+  bool const is_none = (which.code & 0xfffeU) == 0xfffe;
+  return which.is_whole && !steers(which.code) && !is_none;
 }
 
 // How many bytes of the text fit.

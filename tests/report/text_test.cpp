@@ -98,6 +98,12 @@ TEST(text, of_names_nothing_steers_the_terminal) {
   EXPECT_TRUE(holds(text, "a?[2Jb?c?d??z"));
 }
 
+TEST(text, that_is_no_utf8_is_not_shown) {
+  EXPECT_EQ(report::shown("a\xf8\x90\x80\x80z", wide(80)), "a????z");
+  EXPECT_EQ(report::shown("a\xef\xbf\xbfz", wide(80)), "a?z");
+  EXPECT_EQ(report::shown(std::string("a\xd8") + "\x9cz", wide(80)), "a?z");
+}
+
 TEST(text, without_colours_is_the_coloured_one_without_their_codes) {
   auto coloured = text_of(sample::with_preview(), {80, true, false});
   EXPECT_TRUE(holds(coloured, "\x1b[1;31m"));
@@ -183,6 +189,15 @@ TEST(bar, shows_what_is_small) {
   EXPECT_EQ(drawn.preallocated, 1);
   EXPECT_EQ(drawn.lost, 1);
   EXPECT_EQ(drawn.rest, 0);
+}
+
+TEST(bar, of_one_cell_shows_what_is_largest) {
+  report::volume of;
+  of.measured = report::measuring::done;
+  of.total_mb = 100;
+  of.used_mb = 50;
+  of.lost_mb = 30;
+  EXPECT_EQ(bar_of(of, 1).used, 1);
 }
 
 TEST(bar, is_in_proportion) {
