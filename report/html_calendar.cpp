@@ -200,10 +200,7 @@ std::string summary_of(channel const& of, kept const& has) {
   std::string text = "Channel " + std::to_string(of.number) + ": ";
   if (has.days == 0) return text + "nothing known";
   text += count_text(static_cast<std::size_t>(has.days), "day", "days");
-  if (has.days_with_gaps > 0) text += ", " + std::to_string(has.days_with_gaps) + " with gaps";
-  std::size_t const without_id = periods_without_id(of);
-  if (without_id > 0) text += ", " + count_text(without_id, "period", "periods") + " without id";
-  return text;
+  return text + lacks_text(of, has);
 }
 
 // `position`: of the channel among those of the page.

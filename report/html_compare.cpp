@@ -126,10 +126,7 @@ std::string channel_words(channel const* of) {
   if (has.days == 0) return "nothing known";
   std::string text = count_text(static_cast<std::size_t>(has.days), "day", "days") + ", from " +
                      local_date(has.oldest_ms) + " to " + local_date(has.latest_ms);
-  if (has.days_with_gaps > 0) text += ", " + std::to_string(has.days_with_gaps) + " with gaps";
-  std::size_t const without_id = periods_without_id(*of);
-  if (without_id > 0) text += ", " + count_text(without_id, "period", "periods") + " without id";
-  return text + ", " + size_text(recorded_mb(*of));
+  return text + lacks_text(*of, has) + ", " + size_text(recorded_mb(*of));
 }
 
 markup channels_comparison(value const& before, value const& now) {

@@ -68,10 +68,8 @@ std::string channel_lines(channel const& of, layout const& in) {
     text = moment(has.oldest_ms, in) + " to " + moment(has.latest_ms, in) + ", " +
            count_text(static_cast<std::size_t>(has.days), "day", "days");
   }
-  if (has.days_with_gaps > 0) text += ", " + std::to_string(has.days_with_gaps) + " with gaps";
-  std::size_t const without_id = periods_without_id(of);
-  if (without_id > 0) text += ", " + count_text(without_id, "period", "periods") + " without id";
-  return wrapped(numbered(of.number, in), text + ", " + size_text(recorded_mb(of)), in);
+  return wrapped(numbered(of.number, in),
+                 text + lacks_text(of, has) + ", " + size_text(recorded_mb(of)), in);
 }
 
 std::vector<std::string> recycling_row(recycling const& of, layout const& in) {

@@ -68,6 +68,14 @@ std::size_t periods_without_id(channel const& of) {
   return count;
 }
 
+std::string lacks_text(channel const& of, kept const& has) {
+  std::string text;
+  if (has.days_with_gaps > 0) text += ", " + std::to_string(has.days_with_gaps) + " with gaps";
+  std::size_t const without_id = periods_without_id(of);
+  if (without_id > 0) text += ", " + count_text(without_id, "period", "periods") + " without id";
+  return text;
+}
+
 std::int64_t recorded_mb(channel const& of) noexcept {
   std::int64_t sum = 0;
   for (recorded_size const& each : of.sizes) sum = bounded_sum(sum, each.all_mb);
