@@ -183,7 +183,9 @@ class Autoclean(unittest.TestCase):
     def test_a_second_report_that_fails_is_a_failure(self):
         self.answers("before", 1, LEAK_LINE, LEAKING)
         self.answers("after", 3, "", SOUND)
-        self.assertEqual(self.run_it()[0], 3)
+        status, _, errors = self.run_it()
+        self.assertEqual((status, errors), (3, "st-autoclean: the service, or a part of it, could "
+                                               "not be asked: what leaks still is not known\n"))
         self.assertEqual(self.called, [CALL, "st autoclean", CALL])
 
     def test_an_st_that_fails_is_a_failure(self):
