@@ -62,10 +62,16 @@ std::string temporary_folder::make(std::string const& below) const {
 
 std::string content_of(fs::path const& file) {
   std::ifstream stream(file, std::ios::binary);
-  std::ostringstream content;
-  if (stream.peek() != std::ifstream::traits_type::eof()) content << stream.rdbuf();
+  std::error_code no_file;
+  auto const size = fs::file_size(file, no_file);
+  std::string content(no_file ? 0 : static_cast<std::size_t>(size), '\0');
+  stream.read(content.data(), static_cast<std::streamsize>(content.size()));
+  content.resize(static_cast<std::size_t>(stream.gcount()));
+  // What has grown meanwhile, or tells no size.
+  std::ostringstream more;
+  if (stream && stream.peek() != std::ifstream::traits_type::eof()) more << stream.rdbuf();
   if (stream.bad() || !stream.is_open()) throw std::runtime_error("cannot read " + file.string());
-  return content.str();
+  return content + more.str();
 }
 
 void write_file(fs::path const& file, std::string const& content) {
