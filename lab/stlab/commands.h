@@ -4,7 +4,7 @@
 #include <functional>
 #include <stdexcept>
 
-// The option parser's, which is slow to compile: only options.cpp, help.cpp and main.cpp
+// The option parser's, which is slow to compile: only options.cpp, help.cpp and tool.cpp
 // read its header.
 namespace CLI {  // NOLINT(readability-identifier-naming)
 class App;
