@@ -12,8 +12,6 @@ namespace report {
 
 namespace {
 
-using list = std::vector<attention>;
-
 std::ptrdiff_t rank_of(concern what) noexcept {
   return std::find_if(concerns.begin(), concerns.end(),
                       [&](coded_concern const& each) { return each.what == what; }) -
@@ -31,7 +29,7 @@ constexpr std::int32_t volume_standing_by = 1;
 // " [Error]", or nothing for a code without a name.
 std::string bracketed(std::string const& name) { return name.empty() ? "" : " [" + name + "]"; }
 
-void look_at_space(list& needs, space const& of) {
+void look_at_space(std::vector<attention>& needs, space const& of) {
   switch (of.status) {
     case space_normal:
     case space_allocating:
@@ -52,7 +50,7 @@ std::string lost_text(volume const& of) {
   return share == "-" ? text : text + " (" + share + ")";
 }
 
-void look_at_volume(list& needs, volume const& of) {
+void look_at_volume(std::vector<attention>& needs, volume const& of) {
   std::string const state = "its state is " + std::to_string(of.state) + bracketed(of.state_name);
   bool const is_usual = of.state == volume_active || of.state == volume_standing_by;
   if (of.measured == measuring::not_mounted) {
@@ -66,7 +64,7 @@ void look_at_volume(list& needs, volume const& of) {
   if (of.leak) needs.push_back({concern::leak, subject_of(of), lost_text(of)});
 }
 
-void look_for_null_ids(list& needs, channel const& of) {
+void look_for_null_ids(std::vector<attention>& needs, channel const& of) {
   std::size_t const count = periods_without_id(of);
   if (count == 0) return;
   std::string streams;
@@ -80,7 +78,8 @@ void look_for_null_ids(list& needs, channel const& of) {
                    count_text(count, "period", "periods") + " without a storage id: " + streams});
 }
 
-void look_at_channel(list& needs, channel const& of, std::optional<int> expected_days) {
+void look_at_channel(std::vector<attention>& needs, channel const& of,
+                     std::optional<int> expected_days) {
   look_for_null_ids(needs, of);
   bool const is_known = std::all_of(of.streams.begin(), of.streams.end(),
                                     [](stream const& each) { return each.asked; });
@@ -103,7 +102,7 @@ void look_at_channel(list& needs, channel const& of, std::optional<int> expected
 }  // namespace
 
 std::vector<attention> attention_of(value const& of, std::optional<int> expected_days) {
-  list needs;
+  std::vector<attention> needs;
   for (space const& each : of.spaces) look_at_space(needs, each);
   for (volume const& each : of.volumes) look_at_volume(needs, each);
   for (channel const& each : of.channels) look_at_channel(needs, each, expected_days);

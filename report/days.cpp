@@ -9,8 +9,6 @@ namespace report {
 
 namespace {
 
-constexpr std::int64_t hour_ms = std::int64_t{3600} * 1000;
-
 // From the first ms to the one behind the last.
 struct span {
   std::int64_t start_ms;

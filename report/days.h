@@ -9,6 +9,8 @@
 
 namespace report {
 
+inline constexpr std::int64_t hour_ms = std::int64_t{3600} * 1000;
+
 // One local day. Hours are counted from its beginning: 23 to 25 of them where the
 // clock is changed.
 struct day {

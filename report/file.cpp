@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t most_bytes = std::size_t{64} * 1024 * 1024;
+constexpr std::size_t most_file_bytes = std::size_t{64} * 1024 * 1024;
 constexpr int most_names = 100;
 
 [[noreturn]] void fail(int code) { throw std::system_error(code, std::generic_category()); }
@@ -90,7 +90,7 @@ std::string read_all(int from) {
     if (count < 0) fail(errno);
     if (count == 0) return text;
     text.append(part.data(), static_cast<std::size_t>(count));
-    if (text.size() > most_bytes) fail(EFBIG);
+    if (text.size() > most_file_bytes) fail(EFBIG);
   }
 }
 
@@ -121,7 +121,7 @@ std::string read_file(fs::path const& file) {
   if (::fstat(opened.get(), &found) != 0) fail(errno);
   if (S_ISDIR(found.st_mode)) fail(EISDIR);
   if (!S_ISREG(found.st_mode)) refuse("it is no file");
-  if (found.st_size > static_cast<off_t>(most_bytes)) fail(EFBIG);
+  if (found.st_size > static_cast<off_t>(most_file_bytes)) fail(EFBIG);
   return read_all(opened.get());
 }
 

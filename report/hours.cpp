@@ -8,7 +8,6 @@ namespace report {
 namespace {
 
 constexpr int nearly_whole_s = 3540;
-constexpr std::int64_t hour_ms = std::int64_t{3600} * 1000;
 
 hour kind_of(day const& in, std::size_t at) {
   int const recorded = in.recorded_s[at];

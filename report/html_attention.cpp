@@ -7,10 +7,7 @@ namespace report {
 
 namespace {
 
-constexpr auto number = markup_table::of::number;
-constexpr auto whole = markup_table::of::whole;
-
-markup list(std::string const& title, std::vector<std::string> const& lines) {
+markup list_of(std::string const& title, std::vector<std::string> const& lines) {
   if (lines.empty()) return {};
   markup items;
   for (std::string const& each : lines) items += element("li", escaped(each)) + markup{"\n"};
@@ -20,7 +17,7 @@ markup list(std::string const& title, std::vector<std::string> const& lines) {
 markup needs_table(std::vector<attention> const& needs) {
   if (needs.empty()) return {};
   markup_table rows(count_text(needs.size(), "item, worst first", "items, worst first"),
-                    {{"Where"}, {"What"}, {"Kind", whole}});
+                    {{"Where"}, {"What"}, {"Kind", cell::whole}});
   for (attention const& each : needs) {
     rows.add({escaped(each.subject), escaped(each.text), escaped(code_of(each.what))});
   }
@@ -30,8 +27,9 @@ markup needs_table(std::vector<attention> const& needs) {
 markup calls(std::string const& command, std::string const& target,
              std::vector<recycling> const& all) {
   if (all.empty()) return paragraph(command + " would give back nothing.");
-  markup_table rows(command + " would give back " + count_text(all.size(), "span", "spans"),
-                    {{"Channel", whole}, {"Stream", whole}, {"Span", whole}, {target}});
+  markup_table rows(
+      command + " would give back " + count_text(all.size(), "span", "spans"),
+      {{"Channel", cell::whole}, {"Stream", cell::whole}, {"Span", cell::whole}, {target}});
   for (recycling const& each : all) {
     rows.add({escaped(std::to_string(each.channel)),
               escaped(stream_text(each.type_name, each.stream)),
@@ -42,7 +40,7 @@ markup calls(std::string const& command, std::string const& target,
 
 markup lost_table(value const& of) {
   markup_table rows("Lost space that st autoclean acts on",
-                    {{"Volume"}, {"Lost", number}, {"Of", number}});
+                    {{"Volume"}, {"Lost", cell::number}, {"Of", cell::number}});
   bool has_any = false;
   for (volume const& each : of.volumes) {
     if (!each.leak) continue;
@@ -57,8 +55,8 @@ markup lost_table(value const& of) {
 
 markup attention_section(value const& of) {
   bool const is_fine = of.needs.empty() && of.not_asked.empty() && of.problems.empty();
-  markup const content = needs_table(of.needs) + list("Could not be asked", of.not_asked) +
-                         list("Answers that make no sense", of.problems);
+  markup const content = needs_table(of.needs) + list_of("Could not be asked", of.not_asked) +
+                         list_of("Answers that make no sense", of.problems);
   return section("Needs attention", is_fine ? paragraph("Nothing needs attention.") : content);
 }
 

@@ -13,9 +13,9 @@ namespace report {
 
 namespace {
 
-constexpr std::size_t most_days = 400;       // the latest ones
-constexpr std::size_t most_bytes = 4000000;  // of markup
-constexpr std::size_t most_open = 8;         // channels that are shown unfolded
+constexpr std::size_t most_shown_days = 400;        // the latest ones
+constexpr std::size_t most_markup_bytes = 4000000;  // of markup
+constexpr std::size_t most_open = 8;                // channels that are shown unfolded
 constexpr std::size_t hour_height = 4;
 constexpr std::size_t margin = 26;  // for the hours' numbers
 
@@ -38,7 +38,7 @@ struct channel_scale {
   std::size_t height() const { return most_hours(days) * hour_height; }
 };
 
-std::string number(std::size_t of) { return std::to_string(of); }
+std::string digits(std::size_t of) { return std::to_string(of); }
 
 // Draws nothing itself; others refer to it.
 markup definition(markup const& content) {
@@ -55,8 +55,8 @@ std::size_t day_width_of(std::size_t days) {
 
 // Lines between days, and every six hours; for all calendars, as their days are as wide.
 markup day_lines(scale in) {
-  std::string const width = number(in.day_width);
-  std::string const height = number(6 * hour_height);
+  std::string const width = digits(in.day_width);
+  std::string const height = digits(6 * hour_height);
   markup const lines =
       element("path",
               attribute("d", "M.5 0V" + height + "M0 .5H" + width) +
@@ -64,7 +64,7 @@ markup day_lines(scale in) {
               {});
   markup const pattern =
       element("pattern",
-              attribute("id", "days") + attribute("x", number(margin)) + attribute("width", width) +
+              attribute("id", "days") + attribute("x", digits(margin)) + attribute("width", width) +
                   attribute("height", height) + attribute("patternUnits", "userSpaceOnUse"),
               lines);
   return definition(pattern);
@@ -75,17 +75,17 @@ markup areas(char const* kind, std::vector<hour_area> const& all, std::size_t le
   if (all.empty()) return {};
   std::string path;
   for (hour_area const& each : all) {
-    std::string const width = number((each.end_day - each.first_day) * in.day_width);
-    path += "M" + number(left + each.first_day * in.day_width) + " " +
-            number(each.first_hour * hour_height) + "h" + width + "v" +
-            number((each.end_hour - each.first_hour) * hour_height) + "h-" + width + "z";
+    std::string const width = digits((each.end_day - each.first_day) * in.day_width);
+    path += "M" + digits(left + each.first_day * in.day_width) + " " +
+            digits(each.first_hour * hour_height) + "h" + width + "v" +
+            digits((each.end_hour - each.first_hour) * hour_height) + "h-" + width + "z";
   }
   return element("path", attribute("class", kind) + attribute("d", path), {});
 }
 
 markup label(std::size_t x, std::size_t y, std::string const& text, char const* of) {
   return element("text",
-                 attribute("class", of) + attribute("x", number(x)) + attribute("y", number(y)),
+                 attribute("class", of) + attribute("x", digits(x)) + attribute("y", digits(y)),
                  escaped(text));
 }
 
@@ -104,15 +104,15 @@ markup day_labels(std::vector<day> const& days, std::size_t y, scale in) {
 markup hour_labels() {
   markup all;
   for (std::size_t at : {std::size_t{0}, std::size_t{6}, std::size_t{12}, std::size_t{18}}) {
-    all += label(margin - 4, at * hour_height + 9, number(at) + "h", "h");
+    all += label(margin - 4, at * hour_height + 9, digits(at) + "h", "h");
   }
   return all;
 }
 
 // The width and the height of each calendar of the channel.
 std::string size_of(channel_scale const& of, scale in) {
-  return attribute("width", number(margin + of.days.size() * in.day_width + 16)) +
-         attribute("height", number(of.height() + 14));
+  return attribute("width", digits(margin + of.days.size() * in.day_width + 16)) +
+         attribute("height", digits(of.height() + 14));
 }
 
 // Once for all streams: a browser takes its time for each piece of text.
@@ -164,9 +164,9 @@ markup drawing(std::vector<day> const& days, hour_grid const& grid, channel_scal
         name, areas_of(days, [&](std::size_t at, std::size_t of) { return grid[at][of] == kind; }),
         left, in);
   };
-  auto const frame = attribute("x", number(margin)) +
-                     attribute("width", number(all.days.size() * in.day_width)) +
-                     attribute("height", number(all.height()));
+  auto const frame = attribute("x", digits(margin)) +
+                     attribute("width", digits(all.days.size() * in.day_width)) +
+                     attribute("height", digits(all.height()));
   markup const lines = element("rect", attribute("class", "days") + frame, {});
   markup const without_id = areas(
       "noid",
@@ -184,7 +184,7 @@ markup drawing(std::vector<day> const& days, hour_grid const& grid, channel_scal
 markup stream_figure(stream const& of, channel_scale const& all, scale in) {
   std::string const name = stream_text(of.type_name, of.number);
   if (!of.asked) return paragraph(name + " could not be asked.");
-  std::vector<day> days = days_of(of.periods, most_days);
+  std::vector<day> days = days_of(of.periods, most_shown_days);
   leave_out_before(all.days, days);
   if (days.empty()) return paragraph(name + " has nothing on these days.");
   bool const is_normal = of.recording_type == st::normal_recording.code;
@@ -206,7 +206,7 @@ std::string summary_of(channel const& of, kept const& has) {
 // `position`: of the channel among those of the page.
 markup channel_details(channel const& of, kept const& has, std::size_t position, bool is_open,
                        scale in) {
-  channel_scale const all{days_of_channel(of, most_days), "labels" + number(position)};
+  channel_scale const all{days_of_channel(of, most_shown_days), "labels" + digits(position)};
   markup content = element("summary", escaped(summary_of(of, has)));
   if (!all.days.empty()) content += labels_of(all, in);
   for (stream const& each : of.streams) {
@@ -220,7 +220,7 @@ scale scale_of(std::vector<kept> const& all_kept) {
   std::size_t longest = 1;
   for (kept const& each : all_kept)
     longest = std::max(longest, static_cast<std::size_t>(each.days));
-  return {day_width_of(std::min(longest, most_days))};
+  return {day_width_of(std::min(longest, most_shown_days))};
 }
 
 markup legend() {
@@ -245,12 +245,12 @@ markup calendar_section(value const& of, std::vector<kept> const& all_kept) {
   if (of.channels.empty()) return {};
   scale const in = scale_of(all_kept);
   markup all = paragraph("A column is a day, from midnight at its top; the latest " +
-                         number(most_days) + " days at most.") +
+                         digits(most_shown_days) + " days at most.") +
                legend() + day_lines(in);
   bool const are_open = of.channels.size() <= most_open;
   std::size_t shown_channels = 0;
   for (; shown_channels < of.channels.size(); ++shown_channels) {
-    if (all.text.size() > most_bytes) break;
+    if (all.text.size() > most_markup_bytes) break;
     all += channel_details(of.channels[shown_channels], all_kept[shown_channels], shown_channels,
                            are_open, in);
   }

@@ -8,13 +8,6 @@
 
 namespace report {
 
-namespace {
-
-constexpr auto number = markup_table::of::number;
-constexpr auto whole = markup_table::of::whole;
-
-}  // namespace
-
 std::vector<kept> kept_by_each(std::vector<channel> const& channels) {
   std::vector<kept> all;
   all.reserve(channels.size());
@@ -24,14 +17,15 @@ std::vector<kept> kept_by_each(std::vector<channel> const& channels) {
 
 markup channels_section(value const& of, std::vector<kept> const& all_kept) {
   if (of.channels.empty()) return section("Channels", paragraph("No channel is known."));
-  markup_table rows(count_text(of.channels.size(), "channel", "channels"), {{"Channel", whole},
-                                                                            {"Oldest", whole},
-                                                                            {"Latest", whole},
-                                                                            {"Days", number},
-                                                                            {"With gaps", number},
-                                                                            {"Without id", number},
-                                                                            {"Size", number},
-                                                                            {"Volumes"}});
+  markup_table rows(count_text(of.channels.size(), "channel", "channels"),
+                    {{"Channel", cell::whole},
+                     {"Oldest", cell::whole},
+                     {"Latest", cell::whole},
+                     {"Days", cell::number},
+                     {"With gaps", cell::number},
+                     {"Without id", cell::number},
+                     {"Size", cell::number},
+                     {"Volumes"}});
   for (std::size_t i = 0; i < of.channels.size(); ++i) {
     channel const& each = of.channels[i];
     kept const& has = all_kept[i];

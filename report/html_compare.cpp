@@ -13,9 +13,6 @@ namespace report {
 
 namespace {
 
-constexpr auto half = markup_table::of::half;
-constexpr auto whole = markup_table::of::whole;
-
 // The same thing in both reports; null where it was not there yet, or is gone.
 template <typename Item>
 struct pair_of {
@@ -53,7 +50,7 @@ markup change_of(pair_of<Item> const& each, Same same) {
 }
 
 std::vector<markup_table::column> columns(char const* what) {
-  return {{what}, {"Before", half}, {"Now", half}, {"Change", whole}};
+  return {{what}, {"Before", cell::half}, {"Now", cell::half}, {"Change", cell::whole}};
 }
 
 markup needs_comparison(value const& before, value const& now) {

@@ -7,8 +7,6 @@ namespace report {
 
 namespace {
 
-constexpr auto number = markup_table::of::number;
-
 constexpr int cells = 200;  // of half a percent
 
 markup filled(char const* what, int from, int count) {
@@ -78,9 +76,12 @@ markup bar_legend() {
 
 markup spaces_section(value const& of) {
   if (of.spaces.empty()) return section("Spaces", paragraph("No space is known."));
-  markup_table rows(
-      count_text(of.spaces.size(), "space", "spaces"),
-      {{"Space"}, {"Bar"}, {"Used", number}, {"Total", number}, {"Use", number}, {"Status"}});
+  markup_table rows(count_text(of.spaces.size(), "space", "spaces"), {{"Space"},
+                                                                      {"Bar"},
+                                                                      {"Used", cell::number},
+                                                                      {"Total", cell::number},
+                                                                      {"Use", cell::number},
+                                                                      {"Status"}});
   for (space const& each : of.spaces) {
     rows.add({escaped(each.name), bar_picture(each), escaped(size_text(each.used_mb)),
               escaped(size_text(each.total_mb)), escaped(share_text(each.used_mb, each.total_mb)),
@@ -91,14 +92,15 @@ markup spaces_section(value const& of) {
 
 markup volumes_section(value const& of) {
   if (of.volumes.empty()) return section("Volumes", paragraph("No volume is known."));
-  markup_table rows(count_text(of.volumes.size(), "volume", "volumes"), {{"Volume"},
-                                                                         {"Bar"},
-                                                                         {"Total", number},
-                                                                         {"Used", number},
-                                                                         {"Preallocated", number},
-                                                                         {"Lost", number},
-                                                                         {"Type"},
-                                                                         {"State"}});
+  markup_table rows(count_text(of.volumes.size(), "volume", "volumes"),
+                    {{"Volume"},
+                     {"Bar"},
+                     {"Total", cell::number},
+                     {"Used", cell::number},
+                     {"Preallocated", cell::number},
+                     {"Lost", cell::number},
+                     {"Type"},
+                     {"State"}});
   for (volume const& each : of.volumes) {
     rows.add({escaped(each.name), bar_picture(each), escaped(size_text(each.total_mb)),
               escaped(size_text(each.used_mb)), escaped(measured_text(each.preallocated_mb)),

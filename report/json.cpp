@@ -13,13 +13,15 @@ namespace report {
 
 namespace {
 
-using json = nlohmann::ordered_json;
+using ordered = nlohmann::ordered_json;
 
-std::string written(json const& value) {
-  return value.dump(-1, ' ', false, json::error_handler_t::replace);
+std::string written(ordered const& value) {
+  return value.dump(-1, ' ', false, ordered::error_handler_t::replace);
 }
 
-json size_or_null(std::optional<std::int64_t> const& size) { return size ? json(*size) : json(); }
+ordered size_or_null(std::optional<std::int64_t> const& size) {
+  return size ? ordered(*size) : ordered();
+}
 
 char const* word_of(measuring how) {
   for (auto const& each : measuring_words) {
@@ -28,13 +30,13 @@ char const* word_of(measuring how) {
   return measuring_words.back().word;
 }
 
-json node_of(std::string const& line) { return line; }
+ordered node_of(std::string const& line) { return line; }
 
-json node_of(attention const& of) {
+ordered node_of(attention const& of) {
   return {{"code", code_of(of.what)}, {"subject", of.subject}, {"text", of.text}};
 }
 
-json node_of(space const& of) {
+ordered node_of(space const& of) {
   return {{"id", of.id},
           {"uuid", of.uuid},
           {"name", of.name},
@@ -45,7 +47,7 @@ json node_of(space const& of) {
           {"spare_state", of.spare_state}};
 }
 
-json node_of(volume const& of) {
+ordered node_of(volume const& of) {
   return {{"id", of.id},
           {"name", of.name},
           {"path", of.path},
@@ -62,14 +64,14 @@ json node_of(volume const& of) {
           {"leak", of.leak}};
 }
 
-json node_of(recorded_size const& of) {
+ordered node_of(recorded_size const& of) {
   return {{"space_uuid", of.space_uuid},
           {"normal_mb", of.normal_mb},
           {"alarm_mb", of.alarm_mb},
           {"all_mb", of.all_mb}};
 }
 
-json node_of(recycling const& of) {
+ordered node_of(recycling const& of) {
   return {{"channel", of.channel},   {"type_name", of.type_name}, {"stream", of.stream},
           {"start_ms", of.start_ms}, {"end_ms", of.end_ms},       {"target", of.target}};
 }
@@ -82,7 +84,7 @@ class id_list {
       for (auto const& one : each.periods) add(one.storage_id.view());
     }
   }
-  json const& ids() const { return ids_; }
+  ordered const& ids() const { return ids_; }
   std::size_t place_of(std::string_view id) const { return places_.at(id); }
 
  private:
@@ -90,7 +92,7 @@ class id_list {
     if (!id.empty() && places_.emplace(id, ids_.size()).second) ids_.emplace_back(id);
   }
 
-  json ids_ = json::array();
+  ordered ids_ = ordered::array();
   std::map<std::string_view, std::size_t> places_;
 };
 
@@ -129,7 +131,7 @@ void append_list(std::string& text, List const& list, char const* between, Appen
 }
 
 // An object that is not closed yet.
-std::string opened(json const& object) {
+std::string opened(ordered const& object) {
   auto text = written(object);
   text.pop_back();
   return text;
@@ -147,7 +149,7 @@ void append_stream(std::string& text, stream const& of, id_list const& ids) {
 
 void append_channel(std::string& text, channel const& of) {
   id_list const ids(of);
-  auto sizes = json::array();
+  auto sizes = ordered::array();
   for (auto const& each : of.sizes) sizes.push_back(node_of(each));
   text += opened({{"number", of.number},
                   {"id", of.id},

@@ -59,4 +59,7 @@ class markup_table {
   markup rows_;
 };
 
+// What a cell of a table holds.
+using cell = markup_table::of;
+
 }  // namespace report

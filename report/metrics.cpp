@@ -11,14 +11,14 @@ namespace report {
 
 namespace {
 
-using number = std::optional<std::string>;
+using figure = std::optional<std::string>;
 
 // A metric with a sample for each of many, unless it has no value there.
 template <typename Item>
 struct gauge {
   char const* name;
   char const* help;
-  number (*value)(Item const&);
+  figure (*value)(Item const&);
 };
 
 template <typename Item, std::size_t Count>
@@ -27,7 +27,7 @@ void add(std::string& page, gauge<Item> const (&gauges)[Count], char const* labe
   for (gauge<Item> const& each : gauges) {
     metric samples(page, each.name, each.help);
     for (std::size_t i = 0; i < items.size(); ++i) {
-      if (number const value = each.value(items[i])) samples.add({{label, names[i]}}, *value);
+      if (figure const value = each.value(items[i])) samples.add({{label, names[i]}}, *value);
     }
   }
 }
@@ -36,8 +36,8 @@ void add_one(std::string& page, char const* name, char const* help, std::string 
   metric(page, name, help).add({}, value);
 }
 
-number bytes(std::int64_t mb) { return bytes_of_mb(static_cast<double>(mb)); }
-number bytes(std::optional<std::int64_t> const& mb) { return mb ? bytes(*mb) : std::nullopt; }
+figure bytes(std::int64_t mb) { return bytes_of_mb(static_cast<double>(mb)); }
+figure bytes(std::optional<std::int64_t> const& mb) { return mb ? bytes(*mb) : std::nullopt; }
 
 constexpr gauge<space> space_gauges[] = {
     {"st_report_space_size_bytes", "Total size of a space.",
@@ -45,7 +45,7 @@ constexpr gauge<space> space_gauges[] = {
     {"st_report_space_used_bytes", "What recordings take of a space.",
      [](space const& of) { return bytes(of.used_mb); }},
     {"st_report_space_status", "Number of a space's status: 0 normal, 5 error.",
-     [](space const& of) { return number(std::to_string(of.status)); }},
+     [](space const& of) { return figure(std::to_string(of.status)); }},
 };
 
 constexpr gauge<volume> volume_gauges[] = {
@@ -58,13 +58,13 @@ constexpr gauge<volume> volume_gauges[] = {
     {"st_report_volume_lost_bytes", "What is neither used nor preallocated.",
      [](volume const& of) { return bytes(of.lost_mb); }},
     {"st_report_volume_leak", "1 where a volume has lost so much that it is to be cleaned.",
-     [](volume const& of) { return number(flag(of.leak)); }},
+     [](volume const& of) { return figure(flag(of.leak)); }},
     {"st_report_volume_mounted", "0 where the folder of a volume cannot be entered.",
-     [](volume const& of) { return number(flag(of.measured != measuring::not_mounted)); }},
+     [](volume const& of) { return figure(flag(of.measured != measuring::not_mounted)); }},
     {"st_report_volume_measured", "1 where the preallocated space could be measured.",
-     [](volume const& of) { return number(flag(of.measured == measuring::done)); }},
+     [](volume const& of) { return figure(flag(of.measured == measuring::done)); }},
     {"st_report_volume_state", "Number of a volume's state: 0 active, 1 standby.",
-     [](volume const& of) { return number(std::to_string(of.state)); }},
+     [](volume const& of) { return figure(std::to_string(of.state)); }},
 };
 
 // What the samples of a channel are taken from.
@@ -94,11 +94,11 @@ channel_summary summary_of(channel const& of) {
   return result;
 }
 
-number moment(channel_summary const& of, std::int64_t ms) {
-  return of.keeps.days > 0 ? number(seconds_of_ms(ms)) : std::nullopt;
+figure moment(channel_summary const& of, std::int64_t ms) {
+  return of.keeps.days > 0 ? figure(seconds_of_ms(ms)) : std::nullopt;
 }
 
-number days(int count) { return std::to_string(std::int64_t{count} * 24 * 60 * 60); }
+figure days(int count) { return std::to_string(std::int64_t{count} * 24 * 60 * 60); }
 
 constexpr gauge<channel_summary> channel_gauges[] = {
     {"st_report_channel_oldest_recording_timestamp_seconds", "Start of the oldest recording.",
@@ -109,19 +109,19 @@ constexpr gauge<channel_summary> channel_gauges[] = {
      "Days from the oldest to the latest recording, both counted, of 86400 seconds each.",
      [](channel_summary const& of) { return days(of.keeps.days); }},
     {"st_report_channel_gaps", "How many of these days lack an hour of which nothing is recorded.",
-     [](channel_summary const& of) { return number(std::to_string(of.keeps.days_with_gaps)); }},
+     [](channel_summary const& of) { return figure(std::to_string(of.keeps.days_with_gaps)); }},
     {"st_report_channel_periods", "Stretches of time from which there are recordings.",
-     [](channel_summary const& of) { return number(std::to_string(of.periods)); }},
+     [](channel_summary const& of) { return figure(std::to_string(of.periods)); }},
     {"st_report_channel_periods_without_id", "Those that are kept under no storage id.",
-     [](channel_summary const& of) { return number(std::to_string(of.without_id)); }},
+     [](channel_summary const& of) { return figure(std::to_string(of.without_id)); }},
     {"st_report_channel_streams_not_asked", "Streams whose recordings could not be listed.",
-     [](channel_summary const& of) { return number(std::to_string(of.not_asked)); }},
+     [](channel_summary const& of) { return figure(std::to_string(of.not_asked)); }},
     {"st_report_channel_normal_recorded_bytes", "Size of the normal recordings, on all spaces.",
-     [](channel_summary const& of) { return number(bytes_of_mb(of.normal_mb)); }},
+     [](channel_summary const& of) { return figure(bytes_of_mb(of.normal_mb)); }},
     {"st_report_channel_alarm_recorded_bytes", "Size of the alarm recordings, on all spaces.",
-     [](channel_summary const& of) { return number(bytes_of_mb(of.alarm_mb)); }},
+     [](channel_summary const& of) { return figure(bytes_of_mb(of.alarm_mb)); }},
     {"st_report_channel_recorded_bytes", "Size of all recordings, on all spaces.",
-     [](channel_summary const& of) { return number(bytes_of_mb(of.all_mb)); }},
+     [](channel_summary const& of) { return figure(bytes_of_mb(of.all_mb)); }},
 };
 
 template <typename Item, typename Name>

@@ -59,11 +59,11 @@ Number number_of(json const& node, std::string const& name,
 }
 
 template <typename Number = std::int64_t>
-Number number(json const& in, char const* name) {
+Number integer(json const& in, char const* name) {
   return number_of<Number>(member(in, name), name);
 }
 
-std::int32_t small(json const& in, char const* name) { return number<std::int32_t>(in, name); }
+std::int32_t small(json const& in, char const* name) { return integer<std::int32_t>(in, name); }
 
 bool flag(json const& in, char const* name) {
   auto const& node = member(in, name);
@@ -132,7 +132,7 @@ attention attention_in(json const& in) {
 
 space space_in(json const& in) {
   return {text(in, "id"),          text(in, "uuid"),        text(in, "name"),
-          number(in, "total_mb"),  number(in, "used_mb"),   small(in, "status"),
+          integer(in, "total_mb"), integer(in, "used_mb"),  small(in, "status"),
           text(in, "status_name"), small(in, "spare_state")};
 }
 
@@ -145,19 +145,19 @@ measuring measuring_in(json const& in) {
 }
 
 volume volume_in(json const& in) {
-  volume found{text(in, "id"),        text(in, "name"),       text(in, "path"),
-               small(in, "number"),   text(in, "space_uuid"), small(in, "type"),
-               small(in, "state"),    text(in, "state_name"), number(in, "total_mb"),
-               number(in, "used_mb"), measuring_in(in),       size(in, "preallocated_mb"),
-               size(in, "lost_mb"),   flag(in, "leak")};
+  volume found{text(in, "id"),         text(in, "name"),       text(in, "path"),
+               small(in, "number"),    text(in, "space_uuid"), small(in, "type"),
+               small(in, "state"),     text(in, "state_name"), integer(in, "total_mb"),
+               integer(in, "used_mb"), measuring_in(in),       size(in, "preallocated_mb"),
+               size(in, "lost_mb"),    flag(in, "leak")};
   bool const has_sizes = found.preallocated_mb || found.lost_mb;
   if (has_sizes && found.measured != measuring::done) fail("lost_mb was not measured");
   return found;
 }
 
 recorded_size recorded_size_in(json const& in) {
-  return {text(in, "space_uuid"), number(in, "normal_mb"), number(in, "alarm_mb"),
-          number(in, "all_mb")};
+  return {text(in, "space_uuid"), integer(in, "normal_mb"), integer(in, "alarm_mb"),
+          integer(in, "all_mb")};
 }
 
 // [start_ms, end_ms, place of its storage id or null]
@@ -200,8 +200,8 @@ channel channel_in(json const& in) {
 }
 
 recycling recycling_in(json const& in) {
-  return {small(in, "channel"),   text(in, "type_name"), small(in, "stream"),
-          number(in, "start_ms"), number(in, "end_ms"),  text(in, "target")};
+  return {small(in, "channel"),    text(in, "type_name"), small(in, "stream"),
+          integer(in, "start_ms"), integer(in, "end_ms"), text(in, "target")};
 }
 
 std::optional<preview> preview_in(json const& in) {
@@ -216,7 +216,7 @@ std::optional<preview> preview_in(json const& in) {
 }
 
 void require_known_format(json const& in) {
-  auto const format = number(in, "format");
+  auto const format = integer(in, "format");
   if (format == json_format) return;
   fail("format " + std::to_string(format) + " is not known, only " + std::to_string(json_format));
 }
@@ -227,7 +227,7 @@ value value_in(json const& in) {
   value found;
   found.program_version = text(in, "program_version");
   found.arguments = texts(in, "arguments");
-  found.made_ms = number(in, "made_ms");
+  found.made_ms = integer(in, "made_ms");
   found.spaces = objects(in, "spaces", space_in);
   found.volumes = objects(in, "volumes", volume_in);
   found.channels = objects(in, "channels", channel_in);

@@ -14,9 +14,7 @@ namespace report {
 
 namespace {
 
-constexpr int fewest_columns = 40;
 constexpr int usual_columns = 80;
-constexpr int most_columns = 200;
 
 std::string_view variable(char const* name) noexcept {
   char const* const found = std::getenv(name);

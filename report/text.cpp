@@ -14,8 +14,6 @@ namespace report {
 
 namespace {
 
-constexpr int least_columns = 40;
-constexpr int most_columns = 200;
 constexpr std::size_t most_items = 20;
 
 // At most a screen of them; --check and --json have all.
@@ -48,7 +46,7 @@ std::string needs_part(value const& of, layout const& in) {
 }
 
 layout bounded(layout in) {
-  in.columns = std::clamp(in.columns, least_columns, most_columns);
+  in.columns = std::clamp(in.columns, fewest_columns, most_columns);
   return in;
 }
 

@@ -7,8 +7,11 @@
 
 namespace report {
 
+inline constexpr int fewest_columns = 40;
+inline constexpr int most_columns = 200;
+
 struct layout {
-  int columns = 80;  // 40 to 200
+  int columns = 80;  // what is out of these bounds counts as the nearer one
   bool colour = false;
   bool ascii = false;
 };

@@ -52,22 +52,22 @@ class frame_session final : public IFrameChannelSession {
 }  // namespace lab::client
 
 using lab::client::json;
-using state =
+using channel_kept =
     lab::client::kept<lab::client::handed_out<lab::client::frame_session, IFrameChannelSession>>;
 
-CKivChannel::CKivChannel() { state::make("CKivChannel::CKivChannel", room_); }
+CKivChannel::CKivChannel() { channel_kept::make("CKivChannel::CKivChannel", room_); }
 
-CKivChannel::~CKivChannel() { state::drop("CKivChannel::~CKivChannel", room_); }
+CKivChannel::~CKivChannel() { channel_kept::drop("CKivChannel::~CKivChannel", room_); }
 
 int CKivChannel::create_channel_session(channel_sid channel, IFrameChannelSession** session) {
-  return state::in(room_).create(
+  return channel_kept::in(room_).create(
       "CKivChannel::create_channel_session",
       json::object({{"channel", lab::client::describe_channel(channel)}}), session,
       [&] { return lab::client::reader_of(channel); }, channel);
 }
 
 int CKivChannel::destroy_channel_session(IFrameChannelSession** session) {
-  return state::in(room_).destroy("CKivChannel::destroy_channel_session",
-                                  json::object({{"given", lab::client::describe_given(session)}}),
-                                  session);
+  return channel_kept::in(room_).destroy(
+      "CKivChannel::destroy_channel_session",
+      json::object({{"given", lab::client::describe_given(session)}}), session);
 }

@@ -42,23 +42,24 @@ class plug_play final : public IPlugPlayService {
 }  // namespace lab::client
 
 using lab::client::json;
-using state = lab::client::kept<lab::client::handed_out<lab::client::plug_play, IPlugPlayService>>;
+using daemon_kept =
+    lab::client::kept<lab::client::handed_out<lab::client::plug_play, IPlugPlayService>>;
 
 CKivStorageDaemon::CKivStorageDaemon() {
-  state::make("CKivStorageDaemon::CKivStorageDaemon", room_);
+  daemon_kept::make("CKivStorageDaemon::CKivStorageDaemon", room_);
 }
 
 CKivStorageDaemon::~CKivStorageDaemon() {
-  state::drop("CKivStorageDaemon::~CKivStorageDaemon", room_);
+  daemon_kept::drop("CKivStorageDaemon::~CKivStorageDaemon", room_);
 }
 
 int CKivStorageDaemon::create_plug_play_service(IPlugPlayService** service) {
-  return state::in(room_).create("CKivStorageDaemon::create_plug_play_service", json::object({}),
-                                 service, lab::client::reader);
+  return daemon_kept::in(room_).create("CKivStorageDaemon::create_plug_play_service",
+                                       json::object({}), service, lab::client::reader);
 }
 
 int CKivStorageDaemon::destroy_plug_play_service(IPlugPlayService** service) {
-  return state::in(room_).destroy("CKivStorageDaemon::destroy_plug_play_service",
-                                  json::object({{"given", lab::client::describe_given(service)}}),
-                                  service);
+  return daemon_kept::in(room_).destroy(
+      "CKivStorageDaemon::destroy_plug_play_service",
+      json::object({{"given", lab::client::describe_given(service)}}), service);
 }

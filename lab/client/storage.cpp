@@ -207,30 +207,30 @@ struct storage_state {
 
 using lab::client::describe_given;
 using lab::client::json;
-using state = lab::client::kept<lab::client::storage_state>;
+using storage_kept = lab::client::kept<lab::client::storage_state>;
 
-CKivStorage::CKivStorage() { state::make("CKivStorage::CKivStorage", room_); }
+CKivStorage::CKivStorage() { storage_kept::make("CKivStorage::CKivStorage", room_); }
 
-CKivStorage::~CKivStorage() { state::drop("CKivStorage::~CKivStorage", room_); }
+CKivStorage::~CKivStorage() { storage_kept::drop("CKivStorage::~CKivStorage", room_); }
 
 int CKivStorage::create_storage_setting(IStorageSetting** setting) {
-  return state::in(room_).settings.create("CKivStorage::create_storage_setting", json::object({}),
-                                          setting, [] {
-                                            auto from = lab::client::reader();
-                                            lab::client::finish_stopped_moves(*from);
-                                            return from;
-                                          });
+  return storage_kept::in(room_).settings.create("CKivStorage::create_storage_setting",
+                                                 json::object({}), setting, [] {
+                                                   auto from = lab::client::reader();
+                                                   lab::client::finish_stopped_moves(*from);
+                                                   return from;
+                                                 });
 }
 
 int CKivStorage::destroy_storage_setting(IStorageSetting** setting) {
-  return state::in(room_).settings.destroy("CKivStorage::destroy_storage_setting",
-                                           json::object({{"given", describe_given(setting)}}),
-                                           setting);
+  return storage_kept::in(room_).settings.destroy(
+      "CKivStorage::destroy_storage_setting", json::object({{"given", describe_given(setting)}}),
+      setting);
 }
 
 int CKivStorage::create_channel_configuration(channel_sid channel,
                                               IChannelStorageConfiguration** configuration) {
-  return state::in(room_).configurations.create(
+  return storage_kept::in(room_).configurations.create(
       "CKivStorage::create_channel_configuration",
       json::object({{"channel", lab::client::describe_channel(channel)}}), configuration,
       [&] { return lab::client::reader_of(channel); }, channel);
@@ -238,7 +238,7 @@ int CKivStorage::create_channel_configuration(channel_sid channel,
 
 int CKivStorage::destroy_channel_configuration(int channel_number,
                                                IChannelStorageConfiguration** configuration) {
-  return state::in(room_).configurations.destroy(
+  return storage_kept::in(room_).configurations.destroy(
       "CKivStorage::destroy_channel_configuration",
       json::object({{"channel_number", channel_number}, {"given", describe_given(configuration)}}),
       configuration);

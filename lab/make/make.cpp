@@ -21,6 +21,7 @@
 #include "lab/volume/layout.h"
 #include "lab/volume/moves.h"
 #include "lab/volume/place.h"
+#include "lab/volume/scan.h"
 
 namespace lab {
 
@@ -28,7 +29,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::int64_t megabyte = std::int64_t{1024} * 1024;
 constexpr std::size_t longest_preallocate_path = 255;
 constexpr char const* new_catalogue_file = "catalogue.new";
 
