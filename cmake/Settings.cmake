@@ -36,6 +36,10 @@ endif()
 add_library(st_warnings INTERFACE)
 target_compile_options(st_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Werror)
+# In a lump a local name may be that of another source's helper.
+if(CMAKE_UNITY_BUILD)
+  target_compile_options(st_warnings INTERFACE -Wno-shadow)
+endif()
 
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
