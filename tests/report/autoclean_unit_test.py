@@ -185,7 +185,7 @@ class Autoclean(unittest.TestCase):
         self.answers("after", 3, "", SOUND)
         status, _, errors = self.run_it()
         self.assertEqual((status, errors), (3, "st-autoclean: the service, or a part of it, could "
-                                               "not be asked: what leaks still is not known\n"))
+                                               "not be asked: whether something leaks is not known\n"))
         self.assertEqual(self.called, [CALL, "st autoclean", CALL])
 
     def test_an_st_that_fails_is_a_failure(self):

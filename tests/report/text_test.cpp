@@ -98,7 +98,7 @@ TEST(text, of_names_nothing_steers_the_terminal) {
   EXPECT_TRUE(holds(text, "a?[2Jb?c?d??z"));
 }
 
-TEST(text, that_is_no_utf8_is_not_shown) {
+TEST(text, that_is_no_utf8_or_no_character_is_not_shown) {
   EXPECT_EQ(report::shown("a\xf8\x90\x80\x80z", wide(80)), "a????z");
   EXPECT_EQ(report::shown("a\xef\xbf\xbfz", wide(80)), "a?z");
   EXPECT_EQ(report::shown(std::string("a\xd8") + "\x9cz", wide(80)), "a?z");

@@ -35,7 +35,7 @@ std::string told(fs::path const& file, off_t size) {
   std::size_t digest = 0;
   for (std::size_t at = 1; stream.read(piece.data(), piece_bytes), stream.gcount() > 0; ++at) {
     std::string_view const read(piece.data(), static_cast<std::size_t>(stream.gcount()));
-    if (!is_zero(read)) digest = digest * 31 + std::hash<std::string_view>()(read) * at;
+    if (!is_zero(read)) digest = digest * 0x9E3779B1 + std::hash<std::string_view>()(read) * at;
   }
   if (stream.bad() || !stream.is_open()) throw std::runtime_error("cannot read " + file.string());
   return "digest " + std::to_string(digest);

@@ -10,7 +10,7 @@ constexpr std::size_t piece = 65536;
 
 // What a snapshot tells of a file whose content becomes another one.
 std::string told_of(std::string const& before, std::string const& after) {
-  support::temporary_folder const place;
+  support::temporary_folder const place(support::medium::memory);
   auto const file = place.path() / "file";
   support::write_file(file, before);
   auto const kept = std::filesystem::last_write_time(file);
@@ -44,7 +44,10 @@ TEST(snapshot, of_a_large_file_sees_where_a_piece_lies) {
 }
 
 TEST(content_of, is_all_of_a_file_that_tells_no_size) {
-  EXPECT_EQ(0U, support::content_of("/proc/self/status").find("Name:"));
+  auto const status = support::content_of("/proc/self/status");
+  EXPECT_EQ(0U, status.find("Name:"));
+  EXPECT_NE(std::string::npos, status.find("\nnonvoluntary_ctxt_switches:"));
+  EXPECT_EQ('\n', status.back());
   EXPECT_THROW(support::content_of("/proc/self/absent"), std::runtime_error);
 }
 
