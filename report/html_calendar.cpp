@@ -13,9 +13,9 @@ namespace report {
 
 namespace {
 
-constexpr std::size_t most_shown_days = 400;        // the latest ones
-constexpr std::size_t most_markup_bytes = 4000000;  // of markup
-constexpr std::size_t most_open = 8;                // channels that are shown unfolded
+constexpr std::size_t most_shown_days = 400;  // the latest ones
+constexpr std::size_t most_markup_bytes = 4000000;
+constexpr std::size_t most_open = 8;  // channels that are shown unfolded
 constexpr std::size_t hour_height = 4;
 constexpr std::size_t margin = 26;  // for the hours' numbers
 

@@ -33,7 +33,7 @@ int width_of_code(char32_t code) noexcept {
   return is_wide ? 2 : 1;
 }
 
-// Neither what steers the terminal nor what XML has no character for.
+// Neither what steers the terminal nor a code that stands for no character.
 bool is_shown(character const& which) noexcept {
   bool const is_none = (which.code & 0xfffeU) == 0xfffe;
   return which.is_whole && !steers(which.code) && !is_none;

@@ -59,7 +59,7 @@ class markup_table {
   markup rows_;
 };
 
-// What a cell of a table holds.
+// The kinds of cells.
 using cell = markup_table::of;
 
 }  // namespace report

@@ -28,7 +28,7 @@ std::string span_text(std::int64_t start_ms, std::int64_t end_ms);
 std::size_t periods_without_id(channel const& of);
 
 // ", 4 with gaps, 2 periods without id", behind the days that a channel keeps; empty where
-// nothing lacks.
+// it lacks nothing.
 std::string lacks_text(channel const& of, kept const& has);
 
 // What a channel has recorded on all spaces, in MB. Stays at the greatest or the least

@@ -5,8 +5,9 @@
 
 namespace stlab {
 
-// Does what the command line asks for. What it says goes to standard output, what goes
-// wrong to standard error.
+// Does what the command line asks for, and returns what the process is to end with. What
+// it says goes to standard output, what goes wrong to standard error. Throws what no
+// command expects.
 exit_status run(int argc, char const* const* argv);
 
 }  // namespace stlab
