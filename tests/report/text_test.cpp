@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <limits>
 #include <string>
+#include <string_view>
 
 #include "files.h"
 #include "golden.h"
@@ -104,6 +105,10 @@ TEST(text, that_is_no_utf8_or_no_character_is_not_shown) {
   EXPECT_EQ(report::shown(std::string("a\xd8") + "\x9cz", wide(80)), "a?z");
 }
 
+TEST(text, ends_where_it_is_cut) {
+  EXPECT_EQ(report::shown(std::string_view("a\xe2\x82\xac", 3), wide(80)), "a??");
+}
+
 TEST(text, without_colours_is_the_coloured_one_without_their_codes) {
   auto coloured = text_of(sample::with_preview(), {80, true, false});
   EXPECT_TRUE(holds(coloured, "\x1b[1;31m"));
@@ -155,6 +160,17 @@ TEST(check_lines, are_one_for_each_need_and_each_that_could_not_be_asked) {
   EXPECT_EQ(check_lines_of(sample::empty(), wide(80)), "");
 }
 
+report::volume measured(std::int64_t total, std::int64_t used, std::int64_t preallocated,
+                        std::int64_t lost) {
+  report::volume of;
+  of.measured = report::measuring::done;
+  of.total_mb = total;
+  of.used_mb = used;
+  of.preallocated_mb = preallocated;
+  of.lost_mb = lost;
+  return of;
+}
+
 TEST(bar, is_as_wide_as_it_was_asked_for_whatever_the_sizes) {
   for (auto const& each : sample::lying().volumes) {
     for (int cells : {0, 1, 2, 3, 7, 40, 200}) {
@@ -163,13 +179,9 @@ TEST(bar, is_as_wide_as_it_was_asked_for_whatever_the_sizes) {
       EXPECT_GE(std::min({drawn.used, drawn.preallocated, drawn.lost, drawn.rest}), 0);
     }
   }
-  report::volume random;
-  random.measured = report::measuring::done;
   for (std::int64_t i = 1; i < 5000; ++i) {
-    random.total_mb = i * 7919 % 4093;
-    random.used_mb = i * 104729 % 3001;
-    random.preallocated_mb = i * 1299709 % 997;
-    random.lost_mb = i * 15485863 % 499;
+    auto const random =
+        measured(i * 7919 % 4093, i * 104729 % 3001, i * 1299709 % 997, i * 15485863 % 499);
     int const cells = static_cast<int>(i % 198) + 2;
     auto const drawn = bar_of(random, cells);
     ASSERT_EQ(drawn.used + drawn.preallocated + drawn.lost + drawn.rest, cells) << i;
@@ -178,13 +190,7 @@ TEST(bar, is_as_wide_as_it_was_asked_for_whatever_the_sizes) {
 }
 
 TEST(bar, shows_what_is_small) {
-  report::volume of;
-  of.measured = report::measuring::done;
-  of.total_mb = 1000000;
-  of.used_mb = 999998;
-  of.preallocated_mb = 1;
-  of.lost_mb = 1;
-  auto const drawn = bar_of(of, 20);
+  auto const drawn = bar_of(measured(1000000, 999998, 1, 1), 20);
   EXPECT_EQ(drawn.used, 18);
   EXPECT_EQ(drawn.preallocated, 1);
   EXPECT_EQ(drawn.lost, 1);
@@ -192,12 +198,7 @@ TEST(bar, shows_what_is_small) {
 }
 
 TEST(bar, of_one_cell_shows_what_is_largest) {
-  report::volume of;
-  of.measured = report::measuring::done;
-  of.total_mb = 100;
-  of.used_mb = 50;
-  of.lost_mb = 30;
-  EXPECT_EQ(bar_of(of, 1).used, 1);
+  EXPECT_EQ(bar_of(measured(100, 50, 0, 30), 1).used, 1);
 }
 
 TEST(bar, is_in_proportion) {
